@@ -1,0 +1,247 @@
+#include "app/connectionsettingswidget.h"
+
+#include "connection/serialportlist.h"
+
+#include <QComboBox>
+#include <QFormLayout>
+#include <QLineEdit>
+#include <QSignalBlocker>
+#include <QSpinBox>
+
+namespace {
+const int BaudRates[] = {9600, 19200, 38400, 57600, 115200, 230400, 460800, 921600};
+
+void selectData(QComboBox *combo, const QVariant &value)
+{
+    const int index = combo->findData(value);
+    if (index >= 0) {
+        combo->setCurrentIndex(index);
+    }
+}
+} // namespace
+
+ConnectionSettingsWidget::ConnectionSettingsWidget(QWidget *parent)
+    : QWidget(parent)
+{
+    form = new QFormLayout(this);
+    form->setContentsMargins(0, 0, 0, 0);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+
+    modeCombo = new QComboBox(this);
+    modeCombo->setObjectName(QStringLiteral("modeCombo"));
+    portNameCombo = new QComboBox(this);
+    portNameCombo->setObjectName(QStringLiteral("portNameCombo"));
+    portNameCombo->setEditable(true);
+    portNameCombo->setToolTip(tr("A port from the list, or any device path such as "
+                                 "/dev/serial/by-id/... or a pseudo-terminal"));
+    baudCombo = new QComboBox(this);
+    baudCombo->setObjectName(QStringLiteral("baudCombo"));
+    baudCombo->setEditable(true);
+    baudCombo->setToolTip(tr("Serial transfer speed"));
+    dataBitsCombo = new QComboBox(this);
+    parityCombo = new QComboBox(this);
+    stopBitsCombo = new QComboBox(this);
+    flowCombo = new QComboBox(this);
+    hostCombo = new QComboBox(this);
+    hostCombo->setObjectName(QStringLiteral("hostCombo"));
+    hostCombo->setEditable(true);
+    targetPortSpin = new QSpinBox(this);
+    targetPortSpin->setObjectName(QStringLiteral("targetPortSpin"));
+    udpLocalPortSpin = new QSpinBox(this);
+    udpLocalPortSpin->setObjectName(QStringLiteral("udpLocalPortSpin"));
+    udpServerPortSpin = new QSpinBox(this);
+    udpServerPortSpin->setObjectName(QStringLiteral("udpServerPortSpin"));
+    for (QSpinBox *spin : {targetPortSpin, udpLocalPortSpin, udpServerPortSpin}) {
+        spin->setRange(0, 65535);
+    }
+
+    form->addRow(tr("Mode"), modeCombo);
+    form->addRow(tr("Port"), portNameCombo);
+    form->addRow(tr("Baudrate"), baudCombo);
+    form->addRow(tr("Data Bits"), dataBitsCombo);
+    form->addRow(tr("Parity"), parityCombo);
+    form->addRow(tr("Stop Bits"), stopBitsCombo);
+    form->addRow(tr("Flow Type"), flowCombo);
+    form->addRow(tr("Host"), hostCombo);
+    form->addRow(tr("Port number"), targetPortSpin);
+    form->addRow(tr("Local port"), udpLocalPortSpin);
+    form->addRow(tr("Listen port"), udpServerPortSpin);
+
+    fillStaticItems();
+    refreshPorts();
+    syncVisibleRows();
+
+    connect(modeCombo, &QComboBox::currentIndexChanged, this, [this] {
+        syncVisibleRows();
+        if (!pushing) {
+            Q_EMIT connectionConfigChanged();
+        }
+        userEdited();
+    });
+    for (QComboBox *combo : {portNameCombo, dataBitsCombo, parityCombo, stopBitsCombo,
+                             flowCombo}) {
+        connect(combo, &QComboBox::currentIndexChanged, this,
+                &ConnectionSettingsWidget::userEdited);
+    }
+    connect(portNameCombo, &QComboBox::editTextChanged, this,
+            &ConnectionSettingsWidget::userEdited);
+    connect(hostCombo, &QComboBox::editTextChanged, this, &ConnectionSettingsWidget::userEdited);
+    connect(baudCombo, &QComboBox::currentIndexChanged, this,
+            &ConnectionSettingsWidget::userEdited);
+    connect(baudCombo->lineEdit(), &QLineEdit::editingFinished, this,
+            &ConnectionSettingsWidget::onCustomBaudRateEntered);
+    for (QSpinBox *spin : {targetPortSpin, udpLocalPortSpin, udpServerPortSpin}) {
+        connect(spin, &QSpinBox::valueChanged, this, &ConnectionSettingsWidget::userEdited);
+    }
+}
+
+void ConnectionSettingsWidget::fillStaticItems()
+{
+    const QSignalBlocker blocker(modeCombo);
+    modeCombo->addItem(tr("Serial"), int(ModeSerial));
+    modeCombo->addItem(tr("TCP Server"), int(ModeTcpServer));
+    modeCombo->addItem(tr("TCP Client"), int(ModeTcpClient));
+    modeCombo->addItem(tr("UDP Server"), int(ModeUdpServer));
+    modeCombo->addItem(tr("UDP Client"), int(ModeUdpClient));
+    modeCombo->addItem(tr("Remote Serial (RFC 2217)"), int(ModeRemoteSerial));
+    modeCombo->addItem(tr("Live Relay"), int(ModeLiveRelay));
+
+    for (int rate : BaudRates) {
+        baudCombo->addItem(QString::number(rate), rate);
+    }
+    for (int bits = 5; bits <= 8; ++bits) {
+        dataBitsCombo->addItem(QString::number(bits), bits);
+    }
+    parityCombo->addItem(tr("None"), 0);
+    parityCombo->addItem(tr("Even"), 2);
+    parityCombo->addItem(tr("Odd"), 3);
+    parityCombo->addItem(tr("Mark"), 5);
+    parityCombo->addItem(tr("Space"), 4);
+    stopBitsCombo->addItem(QStringLiteral("1"), 1);
+    stopBitsCombo->addItem(QStringLiteral("1.5"), 3);
+    stopBitsCombo->addItem(QStringLiteral("2"), 2);
+    flowCombo->addItem(tr("None"), 0);
+    flowCombo->addItem(tr("RTS/CTS"), 1);
+    flowCombo->addItem(tr("XON/XOFF"), 2);
+}
+
+void ConnectionSettingsWidget::refreshPorts()
+{
+    const bool wasPushing = std::exchange(pushing, true);
+    const QString current = portNameCombo->currentText();
+    const QSignalBlocker blocker(portNameCombo);
+    portNameCombo->clear();
+    for (const QSerialPortInfo &info : listUsableSerialPorts()) {
+        portNameCombo->addItem(info.portName(), info.portName());
+        portNameCombo->setItemData(portNameCombo->count() - 1,
+                                   info.description().isEmpty()
+                                       ? info.systemLocation()
+                                       : info.systemLocation() + QStringLiteral(" — ") +
+                                             info.description(),
+                                   Qt::ToolTipRole);
+    }
+    portNameCombo->setEditText(current);
+    pushing = wasPushing;
+}
+
+void ConnectionSettingsWidget::syncVisibleRows()
+{
+    const connectionMode mode = currentMode();
+    const bool serial = mode == ModeSerial;
+    for (QWidget *field : {static_cast<QWidget *>(portNameCombo), static_cast<QWidget *>(baudCombo),
+                           static_cast<QWidget *>(dataBitsCombo),
+                           static_cast<QWidget *>(parityCombo),
+                           static_cast<QWidget *>(stopBitsCombo),
+                           static_cast<QWidget *>(flowCombo)}) {
+        setRowVisible(field, serial);
+    }
+    const bool hasHost = mode == ModeTcpClient || mode == ModeUdpClient || mode == ModeRemoteSerial;
+    setRowVisible(hostCombo, hasHost);
+    setRowVisible(targetPortSpin, hasHost || mode == ModeTcpServer);
+    setRowVisible(udpLocalPortSpin, mode == ModeUdpClient);
+    setRowVisible(udpServerPortSpin, mode == ModeUdpServer);
+}
+
+void ConnectionSettingsWidget::setRowVisible(QWidget *field, bool visible)
+{
+    form->setRowVisible(field, visible);
+}
+
+connectionMode ConnectionSettingsWidget::currentMode() const
+{
+    return connectionModeFromInt(modeCombo->currentData().toInt());
+}
+
+void ConnectionSettingsWidget::applySettings(const Settings &settings)
+{
+    const bool wasPushing = std::exchange(pushing, true);
+    selectData(modeCombo, int(settings.connMode));
+    portNameCombo->setEditText(settings.name);
+    const int baudIndex = baudCombo->findData(settings.baudRate);
+    if (baudIndex >= 0) {
+        baudCombo->setCurrentIndex(baudIndex);
+    } else {
+        baudCombo->setEditText(QString::number(settings.baudRate));
+    }
+    selectData(dataBitsCombo, settings.dataBits);
+    selectData(parityCombo, settings.parity);
+    selectData(stopBitsCombo, settings.stopBits);
+    selectData(flowCombo, settings.flowControl);
+    hostCombo->clear();
+    for (auto it = settings.targetHostList.crbegin(); it != settings.targetHostList.crend();
+         ++it) {
+        hostCombo->addItem(*it);
+    }
+    hostCombo->setEditText(settings.targetHost);
+    targetPortSpin->setValue(qBound(0, settings.targetPort, 65535));
+    udpLocalPortSpin->setValue(settings.udpLocalPort);
+    udpServerPortSpin->setValue(settings.udpServerPort);
+    syncVisibleRows();
+    pushing = wasPushing;
+}
+
+Settings ConnectionSettingsWidget::portSettings(const Settings &base) const
+{
+    Settings s = base;
+    s.connMode = currentMode();
+    if (s.connMode == ModeSerial) {
+        s.name = portNameCombo->currentText().trimmed();
+    }
+    bool ok = false;
+    const int baud = baudCombo->currentText().trimmed().toInt(&ok);
+    if (ok && baud > 0 && baud <= 100000000) {
+        s.baudRate = baud;
+    }
+    s.dataBits = dataBitsCombo->currentData().toInt();
+    s.stringDataBits = QString::number(s.dataBits);
+    s.parity = parityCombo->currentData().toInt();
+    s.stringParity = serialParityText(s.parity);
+    s.stopBits = stopBitsCombo->currentData().toInt();
+    s.stringStopBits = serialStopBitsText(s.stopBits);
+    s.flowControl = flowCombo->currentData().toInt();
+    s.stringFlowControl = serialFlowControlText(s.flowControl);
+    s.targetHost = hostCombo->currentText().trimmed();
+    s.targetPort = targetPortSpin->value();
+    s.udpLocalPort = quint16(udpLocalPortSpin->value());
+    s.udpServerPort = quint16(udpServerPortSpin->value());
+    return s;
+}
+
+void ConnectionSettingsWidget::onCustomBaudRateEntered()
+{
+    bool ok = false;
+    const int baud = baudCombo->currentText().trimmed().toInt(&ok);
+    if (!ok || baud < 1 || baud > 100000000) {
+        baudCombo->setToolTip(tr("Enter a rate from 1 to 100000000 bits per second"));
+        return;
+    }
+    baudCombo->setToolTip(tr("Serial transfer speed"));
+    userEdited();
+}
+
+void ConnectionSettingsWidget::userEdited()
+{
+    if (!pushing) {
+        Q_EMIT settingsEdited();
+    }
+}

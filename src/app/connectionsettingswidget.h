@@ -1,0 +1,51 @@
+#pragma once
+
+#include "connection/settings.h"
+
+#include <QWidget>
+
+class QComboBox;
+class QFormLayout;
+class QSpinBox;
+
+// The compact connection pane beside a port: the transport, and the fields of that
+// transport (port name and line parameters, or host and port numbers).
+class ConnectionSettingsWidget : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit ConnectionSettingsWidget(QWidget *parent = nullptr);
+
+    // Pushes a record into the fields; this counts as no user edit.
+    void applySettings(const Settings &settings);
+    // The fields over `base`: what the pane does not show is taken from `base`.
+    Settings portSettings(const Settings &base) const;
+    connectionMode currentMode() const;
+    // Refills the serial port list, keeping the current choice even if it vanished.
+    void refreshPorts();
+
+signals:
+    void connectionConfigChanged();
+    void settingsEdited();
+
+private:
+    void fillStaticItems();
+    void syncVisibleRows();
+    void setRowVisible(QWidget *field, bool visible);
+    void onCustomBaudRateEntered();
+    void userEdited();
+
+    QFormLayout *form = nullptr;
+    QComboBox *modeCombo = nullptr;
+    QComboBox *portNameCombo = nullptr;
+    QComboBox *baudCombo = nullptr;
+    QComboBox *dataBitsCombo = nullptr;
+    QComboBox *parityCombo = nullptr;
+    QComboBox *stopBitsCombo = nullptr;
+    QComboBox *flowCombo = nullptr;
+    QComboBox *hostCombo = nullptr;
+    QSpinBox *targetPortSpin = nullptr;
+    QSpinBox *udpLocalPortSpin = nullptr;
+    QSpinBox *udpServerPortSpin = nullptr;
+    bool pushing = false;
+};

@@ -1,0 +1,1153 @@
+#include "session/serialportwidget.h"
+
+#include "app/connectionsettingswidget.h"
+#include "app/settingsservice.h"
+#include "connection/connectioncontroller.h"
+#include "connection/serialportlist.h"
+#include "session/ui_serialportwidget.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLoggingCategory>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSerialPort>
+#include <QStatusBar>
+#include <QTextBrowser>
+#include <QTextCursor>
+#include <QTimer>
+
+Q_DECLARE_LOGGING_CATEGORY(lcTerminal)
+Q_LOGGING_CATEGORY(lcTerminal, "vlm.terminal")
+
+namespace {
+constexpr qsizetype ResumeSlice = 65536;
+constexpr qsizetype TranscriptLimit = 65536;
+
+int directionIndex(RXorTx direction)
+{
+    return direction == Sent ? 1 : 0;
+}
+
+// Control characters other than tab, line feed and carriage return show as a white
+// square, so that nothing invisible hides in the view.
+QString sanitizeForView(QString text)
+{
+    for (QChar &c : text) {
+        if (c.category() == QChar::Other_Control && c != QLatin1Char('\t') &&
+            c != QLatin1Char('\n') && c != QLatin1Char('\r')) {
+            c = QChar(0x25A1);
+        }
+    }
+    return text;
+}
+} // namespace
+
+SerialPortWidget::SerialPortWidget(QWidget *parent)
+    : QMainWindow(parent)
+    , ui(new Ui_SerialPortWidget)
+{
+    ui->setupUi(this);
+    controller = new ConnectionController(this);
+    connectController();
+    resetTextDecoders();
+    initialPara();
+    connectDirtyTrackers();
+    updateDisplay();
+    displayPortBuffer(DisplayBudgetPerTick);
+}
+
+SerialPortWidget::~SerialPortWidget()
+{
+    controller->disconnect(this);
+    delete ui;
+}
+
+void SerialPortWidget::initialPara()
+{
+    const QList<QSerialPortInfo> ports = listUsableSerialPorts();
+    portSettings = SettingsService::defaultPortSettings(ports.isEmpty() ? QString()
+                                                                        : ports.first().portName());
+    format = SettingsService::defaultFormatSettings();
+
+    sendTimer = new QTimer(this);
+    sendTimer->setTimerType(Qt::PreciseTimer);
+    sendTimer->setInterval(format.sendInterval);
+    connect(sendTimer, &QTimer::timeout, this, &SerialPortWidget::onSendData);
+
+    saveTimer = new QTimer(this);
+    saveTimer->setInterval(5000);
+    connect(saveTimer, &QTimer::timeout, this, &SerialPortWidget::onSaveData);
+
+    displayTimer = new QTimer(this);
+    displayTimer->setInterval(DisplayTickMs);
+    connect(displayTimer, &QTimer::timeout, this, &SerialPortWidget::onRefreshDisplay);
+
+    portsTimer = new QTimer(this);
+    portsTimer->setInterval(1000);
+    connect(portsTimer, &QTimer::timeout, this, &SerialPortWidget::onRefreshAvalablePorts);
+
+    reconnectTimer = new QTimer(this);
+    reconnectTimer->setInterval(2000);
+    connect(reconnectTimer, &QTimer::timeout, this, &SerialPortWidget::onReconnectTick);
+
+    rxBytes = 0;
+    txBytes = 0;
+    displayTimer->start();
+    portsTimer->start();
+}
+
+void SerialPortWidget::connectController()
+{
+    ConnectionController *c = controller;
+    connect(c, &ConnectionController::statusMessage, this, &SerialPortWidget::showMessage);
+    connect(c, &ConnectionController::errorOccurred, this, &SerialPortWidget::onControllerError);
+    connect(c, &ConnectionController::readyRead, this, &SerialPortWidget::onReadData);
+    connect(c, &ConnectionController::serverMessage, this, &SerialPortWidget::handleNewMessage);
+    connect(c, &ConnectionController::udpReadyRead, this, &SerialPortWidget::readUdpSocket);
+    connect(c, &ConnectionController::serialPortLost, this, &SerialPortWidget::onSerialPortLost);
+    connect(c, &ConnectionController::tcpClientDisconnected, this,
+            &SerialPortWidget::disconnectTcpClient);
+    connect(c, &ConnectionController::cloudRelayEnded, this,
+            &SerialPortWidget::onCloudRelayEnded);
+    connect(c, &ConnectionController::serverConnectionsChanged, this,
+            &SerialPortWidget::changeConnState);
+    connect(c, &ConnectionController::udpPeersChanged, this,
+            &SerialPortWidget::changeUdpConnState);
+    connect(c, &ConnectionController::peerLost, this, &SerialPortWidget::onPeerLost);
+    connect(c, &ConnectionController::peerArrived, this, &SerialPortWidget::peerArrived);
+}
+
+void SerialPortWidget::connectDirtyTrackers()
+{
+    connect(ui->connectionSettings, &ConnectionSettingsWidget::settingsEdited, this,
+            &SerialPortWidget::markSettingsDirty);
+    connect(ui->connectionSettings, &ConnectionSettingsWidget::connectionConfigChanged, this,
+            [this] {
+                if (state == Stopped) {
+                    updateSettings();
+                    refreshStatus();
+                }
+            });
+    connect(ui->openButton, &QPushButton::clicked, this, &SerialPortWidget::on_openButton_clicked);
+    connect(ui->pauseButton, &QPushButton::clicked, this,
+            &SerialPortWidget::on_pauseButton_clicked);
+    connect(ui->clearButton, &QPushButton::clicked, this, &SerialPortWidget::clear);
+    connect(ui->sendButton, &QPushButton::clicked, this, &SerialPortWidget::on_sendButton_clicked);
+}
+
+void SerialPortWidget::markSettingsDirty()
+{
+    if (!applyingSettings) {
+        Q_EMIT settingsChanged();
+    }
+}
+
+void SerialPortWidget::updateDisplay()
+{
+    const bool wasApplying = std::exchange(applyingSettings, true);
+    ui->connectionSettings->applySettings(portSettings);
+    ui->receiveBrowser->document()->setMaximumBlockCount(0);
+    refreshStatus();
+    applyingSettings = wasApplying;
+}
+
+void SerialPortWidget::setPortNumber(int number)
+{
+    portNumberValue = number;
+}
+
+// ---------------------------------------------------------------------------
+// Records
+
+void SerialPortWidget::updateSettings()
+{
+    // While running, the connection fields cannot change what is open.
+    if (state == Stopped) {
+        portSettings = ui->connectionSettings->portSettings(portSettings);
+    }
+}
+
+void SerialPortWidget::applySettings(const Settings &settings)
+{
+    disarmReconnect();
+    portSettings = settings;
+    updateDisplay();
+}
+
+void SerialPortWidget::applyFormatSetting(const FormatSetting &newFormat)
+{
+    const bool encodingChanged = newFormat.receiveEncoding != format.receiveEncoding ||
+                                 newFormat.sendEncoding != format.sendEncoding;
+    if (encodingChanged) {
+        displayPortBuffer();
+    }
+    format = newFormat;
+    sendTimer->setInterval(std::max(1, format.sendInterval));
+    if (encodingChanged) {
+        resetTextDecoders();
+    }
+    updateDisplay();
+}
+
+// ---------------------------------------------------------------------------
+// Start, stop, pause
+
+bool SerialPortWidget::start(const QString &portName)
+{
+    disarmReconnect();
+    const int oldState = state;
+    updateSettings();
+
+    if (oldState != Paused) {
+        resetTextDecoders();
+        displayTimer->start();
+    } else {
+        displayTimer->start();
+        const QByteArray held = std::exchange(pausedBytes, QByteArray());
+        for (qsizetype at = 0; at < held.size(); at += ResumeSlice) {
+            pushByteArray(held.mid(at, ResumeSlice), false, Received, QString());
+        }
+    }
+    state = Running;
+
+    bool ok = true;
+    switch (portSettings.connMode) {
+    case ModeSerial:
+        ok = openPort(portName);
+        break;
+    case ModeTcpClient:
+    case ModeRemoteSerial:
+        if (!controller->hasTcpClientSocket()) {
+            if (portSettings.targetHost.trimmed().isEmpty()) {
+                showMessage(tr("Enter the host to connect to."), 5000);
+                ok = false;
+                break;
+            }
+            portSettings.rememberHost(portSettings.targetHost);
+            controller->connectTcpClient(portSettings.targetHost.trimmed(),
+                                         quint16(qBound(0, portSettings.targetPort, 65535)));
+        }
+        break;
+    case ModeLiveRelay:
+        if (!controller->hasCloudRelay()) {
+            ok = startCloudRelay();
+        }
+        break;
+    case ModeTcpServer:
+        controller->listenTcpServer(quint16(qBound(0, portSettings.targetPort, 65535)),
+                                    QHostAddress::Any);
+        ok = controller->isOpen(ModeTcpServer);
+        if (ok) {
+            portSettings.name = controller->tcpServerAddressString();
+        }
+        break;
+    case ModeUdpServer:
+        ok = controller->bindUdp(portSettings.udpServerPort);
+        break;
+    case ModeUdpClient:
+    case ModeUdpGroup:
+        ok = controller->bindUdp(portSettings.udpLocalPort);
+        break;
+    case ModeReserved:
+        showMessage(tr("This connection type is not supported. Choose another one."), 5000);
+        ok = false;
+        break;
+    }
+
+    if (!ok) {
+        failStart();
+        return false;
+    }
+    if (format.autoSend) {
+        sendTimer->start();
+    } else {
+        sendTimer->stop();
+    }
+    saveTimer->start();
+    refreshStatus();
+    if (oldState != Paused) {
+        const QString detail = sessionPortInfo();
+        noteSession(detail.isEmpty() ? tr("Opened %1").arg(sessionPortLabel())
+                                     : tr("Opened %1 (%2)").arg(sessionPortLabel(), detail));
+    }
+    return true;
+}
+
+void SerialPortWidget::failStart()
+{
+    state = Stopped;
+    sendTimer->stop();
+    saveTimer->stop();
+    if (portSettings.connMode == ModeSerial && controller->breakIsActive()) {
+        controller->setSerialLine(ConnectionController::LineBreak, false);
+    }
+    refreshStatus();
+}
+
+bool SerialPortWidget::openPort(const QString &portName)
+{
+    const QString name = portName.isEmpty() ? portSettings.name : portName;
+    if (name.isEmpty()) {
+        showMessage(tr("Choose a serial port or type its path."), 5000);
+        return false;
+    }
+    if (!controller->openSerial(portSettings, name, name, false)) {
+        return false;
+    }
+    portSettings.name = name;
+    return true;
+}
+
+bool SerialPortWidget::startCloudRelay()
+{
+    showMessage(tr("Live Relay needs the cloud client, which this build does not include yet."),
+                5000);
+    return false;
+}
+
+void SerialPortWidget::stop()
+{
+    const bool wasActive = state != Stopped || sendTimer->isActive() || saveTimer->isActive();
+    state = Stopped;
+    sendTimer->stop();
+    saveTimer->stop();
+    disarmReconnect();
+    pausedBytes.clear();
+
+    if (portSettings.connMode == ModeSerial && controller->breakIsActive()) {
+        controller->setSerialLine(ConnectionController::LineBreak, false);
+    }
+    controller->closeAll(portSettings.connMode, displayName());
+    refreshStatus();
+
+    if (wasActive) {
+        displayPortBuffer();
+        onSaveData();
+        noteSession(tr("Closed %1").arg(sessionPortLabel()));
+    }
+}
+
+void SerialPortWidget::pause()
+{
+    if (state != Running) {
+        return;
+    }
+    sendTimer->stop();
+    state = Paused;
+    onSaveData();
+    refreshStatus();
+}
+
+void SerialPortWidget::clear()
+{
+    ui->receiveBrowser->clear();
+    viewAtLineStart = true;
+    rxBytes = 0;
+    txBytes = 0;
+    resetTextDecoders();
+    updateCommonStatus();
+}
+
+QString SerialPortWidget::displayName() const
+{
+    return portSettings.connMode == ModeSerial ? portSettings.name : sessionPortLabel();
+}
+
+// ---------------------------------------------------------------------------
+// Identity
+
+bool SerialPortWidget::portIsOpen() const
+{
+    return controller->isOpen(portSettings.connMode);
+}
+
+QString SerialPortWidget::currentRealPortName() const
+{
+    return portSettings.name;
+}
+
+void SerialPortWidget::setPortName(const QString &name)
+{
+    portSettings.name = name;
+    updateDisplay();
+}
+
+QString SerialPortWidget::consolePortKey() const
+{
+    return QStringLiteral("%1-%2").arg(connectionModePrefix(portSettings.connMode)).arg(
+        portNumberValue);
+}
+
+QString SerialPortWidget::sessionPortLabel() const
+{
+    const Settings &s = portSettings;
+    switch (s.connMode) {
+    case ModeSerial:
+        return s.name;
+    case ModeTcpServer:
+        return QStringLiteral(":%1").arg(s.targetPort);
+    case ModeTcpClient:
+    case ModeUdpClient:
+        return QStringLiteral("%1:%2").arg(s.targetHost).arg(s.targetPort);
+    case ModeUdpServer:
+        return QStringLiteral(":%1").arg(s.udpServerPort);
+    case ModeUdpGroup:
+        return QStringLiteral(":%1").arg(s.udpLocalPort);
+    case ModeRemoteSerial:
+    case ModeLiveRelay:
+        return remoteSerialPortLabel(s);
+    case ModeReserved:
+        break;
+    }
+    return QString();
+}
+
+QString SerialPortWidget::sessionPortInfo() const
+{
+    const Settings &s = portSettings;
+    QString endpoint;
+    switch (s.connMode) {
+    case ModeSerial:
+        endpoint = QStringLiteral("serial %1 %2 %3 %4 %5 flow %6")
+                       .arg(s.name)
+                       .arg(s.baudRate)
+                       .arg(s.stringDataBits, s.stringParity, s.stringStopBits,
+                            s.stringFlowControl);
+        break;
+    case ModeTcpServer:
+        endpoint = QStringLiteral("tcp-server :%1").arg(s.targetPort);
+        break;
+    case ModeUdpServer:
+        endpoint = QStringLiteral("udp-server :%1").arg(s.udpServerPort);
+        break;
+    case ModeTcpClient:
+    case ModeUdpClient:
+    case ModeUdpGroup:
+    case ModeRemoteSerial:
+    case ModeLiveRelay:
+        endpoint = connectionModeTransportWord(s.connMode) + QLatin1Char(' ') + sessionPortLabel();
+        break;
+    case ModeReserved:
+        return QString();
+    }
+    return endpoint + QStringLiteral(", ") +
+           (format.receiveMsgFormat == TextFormat ? QStringLiteral("text") : QStringLiteral("hex"));
+}
+
+QStringList SerialPortWidget::connectedPeers() const
+{
+    if (portSettings.connMode == ModeTcpServer) {
+        return controller->tcpServerPeers();
+    }
+    if (connectionModeIsUdp(portSettings.connMode)) {
+        QStringList keys;
+        for (int row = 0; row < controller->udpPeerList().size(); ++row) {
+            keys.append(controller->udpPeerKeyAt(row));
+        }
+        return keys;
+    }
+    return QStringList();
+}
+
+void SerialPortWidget::setAutoReconnect(bool on)
+{
+    autoReconnect = on;
+    controller->setAutoReconnect(on);
+    if (!on) {
+        disarmReconnect();
+    }
+}
+
+void SerialPortWidget::noteSession(const QString &text)
+{
+    // The session recorder takes these notes; until a recording runs they go to the
+    // terminal log category only.
+    qCDebug(lcTerminal) << consolePortKey() << text;
+}
+
+// ---------------------------------------------------------------------------
+// The received road
+
+void SerialPortWidget::onReadData()
+{
+    const QByteArray bytes = controller->readAvailable(portSettings.connMode);
+    ingestRx(bytes, true, QString());
+}
+
+void SerialPortWidget::handleNewMessage(const QString &peer)
+{
+    const QByteArray bytes = controller->serverMessageFor(peer);
+    if (bytes.isEmpty()) {
+        return;
+    }
+    ingestRx(bytes, false, peer);
+    QString &transcript = peerTranscripts[peer];
+    transcript.append(peerDecoder(peer).decode(bytes));
+    if (transcript.size() > TranscriptLimit) {
+        transcript.remove(0, transcript.size() - TranscriptLimit);
+    }
+}
+
+void SerialPortWidget::readUdpSocket()
+{
+    const QList<ConnectionController::UdpDatagram> datagrams = controller->readUdpDatagrams();
+    for (const ConnectionController::UdpDatagram &datagram : datagrams) {
+        ingestRx(datagram.bytes, false, datagram.peerKey);
+    }
+}
+
+void SerialPortWidget::ingestRx(const QByteArray &bytes, bool pausable, const QString &peer)
+{
+    if (bytes.isEmpty()) {
+        return;
+    }
+    Q_EMIT rxTapped(bytes, peer);
+
+    if (pausable && state == Paused) {
+        rxBytes += bytes.size();
+        pausedBytes.append(bytes);
+        const qsizetype limit = std::max<qsizetype>(0, format.displayBufferSize);
+        if (pausedBytes.size() > limit) {
+            pausedBytes.remove(0, pausedBytes.size() - limit);
+        }
+        return;
+    }
+    pushByteArray(bytes, true, Received, peer);
+}
+
+void SerialPortWidget::pushByteArray(const QByteArray &bytes, bool count, RXorTx direction,
+                                     const QString &peer)
+{
+    if (bytes.isEmpty()) {
+        return;
+    }
+    QByteArray data = bytes;
+    if (direction == Received) {
+        if (format.receiveMsgFormat == TextFormat) {
+            data = ansiFilter.process(bytes);
+        }
+        if (count) {
+            rxBytes += bytes.size();
+        }
+        if (data.isEmpty()) {
+            return;
+        }
+        emitConsoleTraffic(data, Received);
+    } else if (count) {
+        rxBytes += bytes.size();
+    }
+    rxData record;
+    record.time = QDateTime::currentDateTime();
+    record.direction = direction;
+    record.data = data;
+    record.raw = bytes;
+    record.peer = peer;
+    rxDataList.append(std::move(record));
+}
+
+void SerialPortWidget::emitConsoleTraffic(const QByteArray &bytes, RXorTx direction)
+{
+    if (!consoleCapture) {
+        return;
+    }
+    const QString text = consoleDecoders[directionIndex(direction)]->decode(bytes);
+    Q_EMIT consoleTraffic(text, direction == Sent, consolePortKey());
+}
+
+// ---------------------------------------------------------------------------
+// The display pump
+
+void SerialPortWidget::onRefreshDisplay()
+{
+    if (state == Running) {
+        displayPortBuffer(DisplayBudgetPerTick);
+    }
+    if (rxBytes != shownRxBytes || txBytes != shownTxBytes) {
+        updateCommonStatus();
+    }
+}
+
+void SerialPortWidget::displayPortBuffer(qint64 budget)
+{
+    if (rxDataList.isEmpty()) {
+        return;
+    }
+    qint64 total = 0;
+    while (!rxDataList.isEmpty()) {
+        const rxData record = rxDataList.takeFirst();
+        total += record.data.size();
+        renderRecord(record);
+        if (budget >= 0 && total >= budget) {
+            break;
+        }
+    }
+    trimView();
+}
+
+void SerialPortWidget::renderRecord(const rxData &record)
+{
+    // Plain append of the record's text; time stamps, colours and line handling
+    // belong to the receive renderer.
+    QString text;
+    if ((record.direction == Received ? format.receiveMsgFormat : format.sendMsgFormat) ==
+        TextFormat) {
+        text = sanitizeForView(viewDecoders[directionIndex(record.direction)]->decode(record.data));
+    } else {
+        text = QString::fromLatin1(record.data.toHex(' ').toUpper()) + QLatin1Char(' ');
+    }
+    if (text.isEmpty()) {
+        return;
+    }
+    QTextBrowser *view = ui->receiveBrowser;
+    QScrollBar *bar = view->verticalScrollBar();
+    const bool atEnd = bar->value() >= bar->maximum();
+    const int oldValue = bar->value();
+    QTextCursor cursor(view->document());
+    cursor.movePosition(QTextCursor::End);
+    cursor.insertText(text);
+    viewAtLineStart = text.endsWith(QLatin1Char('\n'));
+    bar->setValue(atEnd ? bar->maximum() : oldValue);
+}
+
+void SerialPortWidget::trimView()
+{
+    QTextDocument *document = ui->receiveBrowser->document();
+    const int budget = std::max(1, format.displayBufferSize);
+    const int count = document->characterCount();
+    if (count <= budget) {
+        return;
+    }
+    QScrollBar *bar = ui->receiveBrowser->verticalScrollBar();
+    const bool atEnd = bar->value() >= bar->maximum();
+    QTextCursor cursor(document);
+    cursor.movePosition(QTextCursor::Start);
+    cursor.setPosition(std::min(count - 1, budget / 2), QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
+    if (atEnd) {
+        bar->setValue(bar->maximum());
+    }
+}
+
+QString SerialPortWidget::viewText() const
+{
+    return ui->receiveBrowser->toPlainText();
+}
+
+// ---------------------------------------------------------------------------
+// Sending
+
+bool SerialPortWidget::sendMessage(const QByteArray &bytes)
+{
+    if (bytes.isEmpty()) {
+        return false;
+    }
+    emitConsoleTraffic(bytes, Sent);
+    QString peerKey;
+    bool ok = false;
+    switch (portSettings.connMode) {
+    case ModeSerial:
+        updateSettings();
+        ok = controller->sendSerial(bytes, portSettings, portSettings.name);
+        break;
+    case ModeTcpServer: {
+        if (controller->tcpServerClientCount() == 0) {
+            showMessage(tr("No TCP client is connected yet."), 3000);
+            return false;
+        }
+        const int row = selectedPeerRow();
+        peerKey = controller->tcpServerPeerAt(row < 0 ? 0 : row);
+        ok = controller->sendTcpServer(bytes, row);
+        break;
+    }
+    case ModeTcpClient:
+    case ModeRemoteSerial:
+        if (!controller->hasTcpClientSocket()) {
+            start(QString());
+        }
+        ok = controller->sendTcpClient(bytes);
+        break;
+    case ModeUdpServer: {
+        const int row = selectedPeerRow();
+        peerKey = controller->udpPeerKeyAt(row < 0 ? 0 : row);
+        ok = controller->sendUdpToPeer(bytes, row);
+        break;
+    }
+    case ModeUdpClient:
+    case ModeUdpGroup:
+        peerKey = QStringLiteral("%1:%2").arg(portSettings.targetHost).arg(portSettings.targetPort);
+        ok = controller->sendUdp(bytes, portSettings.targetHost,
+                                 quint16(qBound(0, portSettings.targetPort, 65535)));
+        break;
+    case ModeLiveRelay:
+        if (!controller->hasCloudRelay()) {
+            start(QString());
+        }
+        ok = controller->sendCloudRelay(bytes);
+        break;
+    case ModeReserved:
+        break;
+    }
+    if (ok) {
+        noteTxAccepted(bytes, peerKey, false);
+    }
+    return ok;
+}
+
+bool SerialPortWidget::writeBytes(const QByteArray &bytes, const QString &peer)
+{
+    return writeRaw(bytes, true, peer.isEmpty() ? UdpTargetMode::Default : UdpTargetMode::PeerKey,
+                    peer);
+}
+
+bool SerialPortWidget::writeRaw(const QByteArray &bytes, bool countAsTx,
+                                UdpTargetMode udpTargetMode, const QString &peer)
+{
+    if (bytes.isEmpty()) {
+        return false;
+    }
+    bool ok = false;
+    bool hasPeer = false;
+    switch (portSettings.connMode) {
+    case ModeSerial:
+        ok = controller->isOpen(ModeSerial) &&
+             controller->sendSerial(bytes, portSettings, portSettings.name);
+        break;
+    case ModeTcpServer:
+        if (!peer.isEmpty()) {
+            ok = controller->sendTcpServerTo(peer, bytes);
+            hasPeer = true;
+        } else {
+            ok = controller->broadcastTcpServer(bytes) > 0;
+        }
+        break;
+    case ModeTcpClient:
+    case ModeRemoteSerial:
+        ok = controller->sendTcpClient(bytes);
+        break;
+    case ModeUdpServer:
+    case ModeUdpClient:
+    case ModeUdpGroup:
+        switch (udpTargetMode) {
+        case UdpTargetMode::LastSender:
+            ok = controller->sendUdpToLastSender(bytes);
+            break;
+        case UdpTargetMode::PeerKey:
+            ok = controller->sendUdpToPeerKey(peer, bytes);
+            hasPeer = true;
+            break;
+        case UdpTargetMode::AllPeers:
+            ok = controller->broadcastUdp(bytes) > 0;
+            break;
+        case UdpTargetMode::Default:
+            if (portSettings.connMode == ModeUdpServer) {
+                ok = controller->sendUdpToPeer(bytes, selectedPeerRow());
+            } else {
+                ok = controller->sendUdp(bytes, portSettings.targetHost,
+                                         quint16(qBound(0, portSettings.targetPort, 65535)));
+            }
+            break;
+        }
+        break;
+    case ModeLiveRelay:
+        ok = controller->sendCloudRelay(bytes);
+        break;
+    case ModeReserved:
+        break;
+    }
+    if (ok && countAsTx) {
+        noteTxAccepted(bytes, peer, hasPeer);
+    }
+    return ok;
+}
+
+void SerialPortWidget::noteTxAccepted(const QByteArray &bytes, const QString &peer, bool hasPeer)
+{
+    txBytes += bytes.size();
+    updateCommonStatus();
+    Q_EMIT txTapped(bytes, hasPeer ? peer : QString());
+}
+
+int SerialPortWidget::selectedPeerRow() const
+{
+    return ui->peerCombo->currentIndex();
+}
+
+void SerialPortWidget::on_sendButton_clicked()
+{
+    if (state != Running) {
+        start(QString());
+        return;
+    }
+    const QString text = ui->sendTextEdit->toPlainText();
+    if (text.isEmpty()) {
+        ui->sendTextEdit->setFocus();
+        return;
+    }
+    sendMessage(text.toUtf8());
+}
+
+void SerialPortWidget::on_openButton_clicked()
+{
+    if (state == Stopped) {
+        start(QString());
+    } else {
+        stop();
+    }
+}
+
+void SerialPortWidget::on_pauseButton_clicked()
+{
+    if (state == Paused) {
+        start(QString());
+    } else if (state == Running) {
+        pause();
+    }
+}
+
+void SerialPortWidget::onSendData()
+{
+    // Auto send arrives with the send path.
+}
+
+void SerialPortWidget::onSaveData()
+{
+    // The log writer flushes here every 5 seconds while the port runs.
+}
+
+// ---------------------------------------------------------------------------
+// Transport events
+
+void SerialPortWidget::onControllerError(const QString &text)
+{
+    lastError = text;
+    noteSession(tr("Error (as shown in the UI): %1").arg(text));
+    // A client connection that failed to come up leaves nothing open.
+    if (connectionModeIsTcpClient(portSettings.connMode) && state != Stopped &&
+        !controller->hasTcpClientSocket()) {
+        if (autoReconnect) {
+            if (!reconnectTimer->isActive()) {
+                reconnectTimer->start();
+            }
+        } else {
+            failStart();
+        }
+    }
+}
+
+void SerialPortWidget::onSerialPortLost()
+{
+    noteSession(tr("Serial port lost"));
+    refreshStatus();
+    if (autoReconnect && state != Stopped && portSettings.connMode == ModeSerial) {
+        portLost = true;
+        showMessage(tr("Serial Port %1 lost, waiting for it to come back...").arg(portSettings.name),
+                    3000);
+        reconnectTimer->start();
+    }
+}
+
+void SerialPortWidget::disconnectTcpClient()
+{
+    noteSession(tr("Connection lost"));
+    displayPortBuffer();
+    if (state == Stopped) {
+        return;
+    }
+    if (autoReconnect && connectionModeIsTcpClient(portSettings.connMode)) {
+        showMessage(tr("Connection lost, reconnecting..."), 3000);
+        reconnectTimer->start();
+        refreshStatus();
+        return;
+    }
+    stop();
+}
+
+void SerialPortWidget::onCloudRelayEnded(const QString &reason)
+{
+    noteSession(tr("Live Relay ended (as shown in the UI): %1").arg(reason));
+    showMessage(tr("Live Relay ended: %1").arg(reason), 15000);
+    disconnectTcpClient();
+    stop();
+}
+
+void SerialPortWidget::onPeerLost(const QString &peer)
+{
+    peerDecoders.erase(peer);
+    peerTranscripts.remove(peer);
+    Q_EMIT peerLost(peer);
+}
+
+void SerialPortWidget::changeConnState()
+{
+    const QString current = ui->peerCombo->currentText();
+    ui->peerCombo->clear();
+    ui->peerCombo->addItems(controller->tcpServerPeers());
+    const int index = ui->peerCombo->findText(current);
+    ui->peerCombo->setCurrentIndex(index >= 0 ? index : 0);
+    onRefreshTcpServerDisplay();
+}
+
+void SerialPortWidget::changeUdpConnState()
+{
+    const QString current = ui->peerCombo->currentText();
+    ui->peerCombo->clear();
+    ui->peerCombo->addItems(connectedPeers());
+    const int index = ui->peerCombo->findText(current);
+    ui->peerCombo->setCurrentIndex(index >= 0 ? index : 0);
+}
+
+// ---------------------------------------------------------------------------
+// Reconnect
+
+void SerialPortWidget::disarmReconnect()
+{
+    reconnectTimer->stop();
+    portLost = false;
+}
+
+void SerialPortWidget::onReconnectTick()
+{
+    if (!autoReconnect) {
+        disarmReconnect();
+        return;
+    }
+    const connectionMode mode = portSettings.connMode;
+    if (connectionModeIsTcpClient(mode)) {
+        if (!controller->hasTcpClientSocket()) {
+            showMessage(tr("Reconnecting to %1:%2 ...")
+                            .arg(portSettings.targetHost)
+                            .arg(portSettings.targetPort),
+                        2000);
+            controller->connectTcpClient(portSettings.targetHost.trimmed(),
+                                         quint16(qBound(0, portSettings.targetPort, 65535)));
+            return;
+        }
+        if (!controller->isOpen(mode)) {
+            return;
+        }
+        state = Running;
+        disarmReconnect();
+        showMessage(tr("TCP connection RESTORED"), 3000);
+        noteSession(tr("Reconnected %1").arg(sessionPortLabel()));
+        refreshStatus();
+        return;
+    }
+    if (mode != ModeSerial || !portLost || controller->isOpen(ModeSerial)) {
+        disarmReconnect();
+        return;
+    }
+    if (!serialPortPresent(portSettings.name, listUsableSerialPorts())) {
+        return;
+    }
+    if (!controller->openSerial(portSettings, portSettings.name, portSettings.name, true)) {
+        return;
+    }
+    state = Running;
+    disarmReconnect();
+    showMessage(tr("Serial Port %1 RECONNECTED").arg(portSettings.name), 3000);
+    noteSession(tr("Reconnected %1").arg(sessionPortLabel()));
+    refreshStatus();
+}
+
+// ---------------------------------------------------------------------------
+// The one-second tick and the status line
+
+void SerialPortWidget::onRefreshAvalablePorts()
+{
+    const QList<QSerialPortInfo> ports = listUsableSerialPorts();
+    QStringList names;
+    for (const QSerialPortInfo &info : ports) {
+        names.append(info.portName());
+    }
+    const QString joined = names.join(QLatin1Char(','));
+
+    if (portSettings.connMode == ModeSerial && state != Stopped && !portLost &&
+        controller->isOpen(ModeSerial) && !serialPortPresent(portSettings.name, ports)) {
+        // The device is gone even if the driver said nothing.
+        if (autoReconnect) {
+            controller->closeAll(ModeSerial, portSettings.name);
+            onSerialPortLost();
+        } else {
+            stop();
+            showMessage(tr("Serial Port %1 DISCONNECTED").arg(portSettings.name), 5000);
+        }
+    }
+    if (joined != lastPortList) {
+        lastPortList = joined;
+        ui->connectionSettings->refreshPorts();
+    }
+    refreshStatus();
+}
+
+void SerialPortWidget::refreshStatus()
+{
+    ui->sendButton->setText(state == Running ? tr("Send") : tr("Open"));
+    ui->openButton->setText(state == Stopped ? tr("Open") : tr("Close"));
+    ui->pauseButton->setText(state == Paused ? tr("Resume") : tr("Pause"));
+    ui->pauseButton->setEnabled(state != Stopped);
+    ui->connectionSettings->setEnabled(state == Stopped);
+    const connectionMode mode = portSettings.connMode;
+    const bool multiPeer = mode == ModeTcpServer || mode == ModeUdpServer;
+    ui->peerLabel->setVisible(multiPeer);
+    ui->peerCombo->setVisible(multiPeer);
+    switch (mode) {
+    case ModeSerial:
+        onRefreshSerialPortDisplay();
+        break;
+    case ModeTcpServer:
+        onRefreshTcpServerDisplay();
+        break;
+    case ModeTcpClient:
+    case ModeRemoteSerial:
+        onRefreshTcpClientDisplay();
+        break;
+    case ModeUdpServer:
+    case ModeUdpClient:
+    case ModeUdpGroup:
+        onRefreshUdpClientDisplay();
+        break;
+    case ModeLiveRelay:
+        onRefreshCloudRelayDisplay();
+        break;
+    case ModeReserved:
+        ui->statusLabel->setText(QString());
+        updateCommonStatus();
+        break;
+    }
+}
+
+void SerialPortWidget::onRefreshSerialPortDisplay()
+{
+    QSerialPort *device = controller->serialDevice();
+    if (device->isOpen()) {
+        if (state != Paused) {
+            state = Running;
+        }
+        QString name = portSettings.name;
+        if (name.startsWith(QLatin1String("cu."))) {
+            name.remove(0, 3);
+        }
+        const QString parity = portSettings.parity == 3   ? QStringLiteral("ODD")
+                               : portSettings.parity == 2 ? QStringLiteral("EVEN")
+                               : portSettings.parity == 4 ? QStringLiteral("SPACE")
+                               : portSettings.parity == 5 ? QStringLiteral("MARK")
+                                                          : QStringLiteral("NONE");
+        const QString flow = portSettings.flowControl == 1   ? QStringLiteral("Hardware")
+                             : portSettings.flowControl == 2 ? QStringLiteral("Xon/Xoff")
+                                                             : QStringLiteral("OFF");
+        ui->statusLabel->setText(tr("<font color = green> %1 OPENED, %2, %3, %4, %5, %6 </font>")
+                                     .arg(name)
+                                     .arg(portSettings.baudRate)
+                                     .arg(portSettings.stringDataBits, parity,
+                                          portSettings.stringStopBits, flow));
+    } else {
+        if (!portLost) {
+            state = Stopped;
+        }
+        ui->statusLabel->setText(tr("<font color = red> %1 CLOSED </font>").arg(portSettings.name));
+    }
+    updateCommonStatus();
+}
+
+void SerialPortWidget::onRefreshTcpServerDisplay()
+{
+    if (controller->isOpen(ModeTcpServer)) {
+        ui->statusLabel->setText(
+            tr("<font color = green> TCP server %1 LISTENING, %n client(s) </font>", nullptr,
+               controller->tcpServerClientCount())
+                .arg(controller->tcpServerAddressString()));
+    } else {
+        ui->statusLabel->setText(
+            tr("<font color = red> TCP server :%1 CLOSED </font>").arg(portSettings.targetPort));
+    }
+    updateCommonStatus();
+}
+
+void SerialPortWidget::onRefreshTcpClientDisplay()
+{
+    const QString endpoint = portSettings.connMode == ModeRemoteSerial
+                                 ? remoteSerialPortLabel(portSettings)
+                                 : sessionPortLabel();
+    switch (controller->tcpClientState()) {
+    case QAbstractSocket::ConnectedState:
+        ui->statusLabel->setText(tr("<font color = green> TCP %1 CONNECTED </font>").arg(endpoint));
+        break;
+    case QAbstractSocket::HostLookupState:
+    case QAbstractSocket::ConnectingState:
+        ui->statusLabel->setText(tr("<font color = orange> TCP %1 CONNECTING </font>").arg(endpoint));
+        break;
+    default:
+        ui->statusLabel->setText(
+            reconnectTimer->isActive()
+                ? tr("<font color = orange> TCP %1 RECONNECTING </font>").arg(endpoint)
+                : tr("<font color = red> TCP %1 CLOSED </font>").arg(endpoint));
+        break;
+    }
+    updateCommonStatus();
+}
+
+void SerialPortWidget::onRefreshUdpClientDisplay()
+{
+    if (controller->isOpen(portSettings.connMode)) {
+        ui->statusLabel->setText(
+            tr("<font color = green> UDP bound to port %1, %n peer(s) </font>", nullptr,
+               int(controller->udpPeerList().size()))
+                .arg(controller->udpBoundPort()));
+    } else {
+        ui->statusLabel->setText(tr("<font color = red> UDP CLOSED </font>"));
+    }
+    updateCommonStatus();
+}
+
+void SerialPortWidget::onRefreshCloudRelayDisplay()
+{
+    ui->statusLabel->setText(controller->cloudRelayPaired()
+                                 ? tr("<font color = green> Live Relay %1 CONNECTED </font>")
+                                       .arg(remoteSerialPortLabel(portSettings))
+                                 : tr("<font color = red> Live Relay CLOSED </font>"));
+    updateCommonStatus();
+}
+
+void SerialPortWidget::updateCommonStatus()
+{
+    shownRxBytes = rxBytes;
+    shownTxBytes = txBytes;
+    ui->counterLabel->setText(tr("Rx: %L1 Bytes").arg(rxBytes) + QStringLiteral("  ") +
+                              tr("Tx: %L1 Bytes").arg(txBytes));
+}
+
+void SerialPortWidget::showMessage(const QString &text, int timeoutMs)
+{
+    statusBar()->showMessage(text, timeoutMs);
+    Q_EMIT statusShown(text, timeoutMs);
+}
+
+// ---------------------------------------------------------------------------
+// Text decoders
+
+WireTextDecoderPtr SerialPortWidget::createDecoder(const QString &encoding) const
+{
+    Q_UNUSED(encoding);
+    return std::make_unique<StringWireTextDecoder>(QStringConverter::Utf8,
+                                                   QStringLiteral("UTF-8"));
+}
+
+WireTextDecoder &SerialPortWidget::peerDecoder(const QString &peer)
+{
+    auto it = peerDecoders.find(peer);
+    if (it == peerDecoders.end()) {
+        it = peerDecoders.emplace(peer, createDecoder(format.receiveEncoding)).first;
+    }
+    return *it->second;
+}
+
+void SerialPortWidget::resetTextDecoders()
+{
+    viewDecoders = {createDecoder(format.receiveEncoding), createDecoder(format.sendEncoding)};
+    logDecoders = {createDecoder(format.receiveEncoding), createDecoder(format.sendEncoding)};
+    consoleDecoders = {createDecoder(format.receiveEncoding), createDecoder(format.sendEncoding)};
+    peerDecoders.clear();
+    ansiFilter.reset();
+}

@@ -1,0 +1,213 @@
+#pragma once
+
+#include "connection/settings.h"
+#include "session/ansiescapefilter.h"
+#include "session/rxdata.h"
+#include "session/wiretextdecoder.h"
+
+#include <QElapsedTimer>
+#include <QHash>
+#include <QList>
+#include <QMainWindow>
+#include <QStringList>
+
+#include <array>
+#include <map>
+
+class ConnectionController;
+class QTimer;
+class Ui_SerialPortWidget;
+
+// One connection's panel and the hub of a port: it holds the port's records, owns its
+// ConnectionController and per-port workers, and carries received and sent bytes
+// between them.
+//
+// The received road: transport -> ingestRx -> (recorder) -> rxTapped (decode, plot,
+// auto reply, sequence, script, bridges, in that order) -> display queue, drained by
+// a 20 ms tick at most 256 KiB at a time. Consumers run at arrival, ahead of the
+// queue, so a slow view never slows them.
+class SerialPortWidget : public QMainWindow
+{
+    Q_OBJECT
+public:
+    enum PortState {
+        Running = 0,
+        Paused = 1,
+        Stopped = 2,
+    };
+
+    // Where bytes from other subsystems go on a multi-peer transport.
+    enum class UdpTargetMode {
+        Default = 0,    // the selected peer, or the configured target
+        LastSender = 1, // the peer heard last
+        PeerKey = 2,    // the peer named by key
+        AllPeers = 3,   // every known peer
+    };
+
+    static constexpr qint64 DisplayBudgetPerTick = 262144;
+    static constexpr int DisplayTickMs = 20;
+
+    explicit SerialPortWidget(QWidget *parent = nullptr);
+    ~SerialPortWidget() override;
+
+    int portNumber() const { return portNumberValue; }
+    void setPortNumber(int number);
+
+    bool start(const QString &portName);
+    void stop();
+    void pause();
+    void clear();
+
+    Settings settings() const { return portSettings; }
+    FormatSetting formatSettings() const { return format; }
+    void applySettings(const Settings &settings);
+    void applyFormatSetting(const FormatSetting &format);
+    void updateSettings();
+
+    int portState() const { return state; }
+    bool portIsOpen() const;
+    QString currentRealPortName() const;
+    QString sessionPortLabel() const;
+    QString sessionPortInfo() const;
+    QString consolePortKey() const;
+    void setPortName(const QString &name);
+    void setAutoReconnect(bool on);
+    bool autoReconnectEnabled() const { return autoReconnect; }
+    void setConsoleCapture(bool on) { consoleCapture = on; }
+    QStringList connectedPeers() const;
+
+    // Bytes from other subsystems; they count as sent and reach the taps.
+    bool writeBytes(const QByteArray &bytes, const QString &peer);
+    bool writeRaw(const QByteArray &bytes, bool countAsTx, UdpTargetMode udpTargetMode,
+                  const QString &peer);
+    // The send box's road: to the selected peer or the configured target.
+    bool sendMessage(const QByteArray &bytes);
+
+    void noteSession(const QString &text);
+
+    // The receive road, open to the transports' slots and to tests.
+    void ingestRx(const QByteArray &bytes, bool pausable, const QString &peer);
+    void pushByteArray(const QByteArray &bytes, bool count, RXorTx direction,
+                       const QString &peer);
+    void displayPortBuffer(qint64 budget = -1);
+    void noteTxAccepted(const QByteArray &bytes, const QString &peer, bool hasPeer);
+
+    qint64 rxByteCount() const { return rxBytes; }
+    qint64 txByteCount() const { return txBytes; }
+    qsizetype pendingDisplayRecords() const { return rxDataList.size(); }
+    qsizetype pausedByteCount() const { return pausedBytes.size(); }
+    QString lastTransportError() const { return lastError; }
+    QString peerTranscript(const QString &peer) const { return peerTranscripts.value(peer); }
+    ConnectionController *connectionController() const { return controller; }
+    QString viewText() const;
+
+signals:
+    void settingsChanged();
+    void rxTapped(const QByteArray &bytes, const QString &peer);
+    void txTapped(const QByteArray &bytes, const QString &peer);
+    void consoleTraffic(const QString &text, bool isTx, const QString &portKey);
+    void peerLost(const QString &peer);
+    void peerArrived(const QString &peer);
+    void bridgeCloseRequested();
+    void autoReplyEditRequested();
+    void frameTemplatesEditRequested();
+    void plotVisibilityChanged(bool visible);
+    void sessionExportRequested();
+    void sequenceStateChanged();
+    void scriptStateChanged();
+    void transferProgressed();
+    void transferEnded(bool ok, const QString &text);
+    void transferStateChanged();
+    void sendHistoryArchiveChanged();
+    void sendHistoryArchiveExportRequested();
+    // A status text shown in the panel's status bar, for the main window's notices too.
+    void statusShown(const QString &text, int timeoutMs);
+
+private:
+    void initialPara();
+    void connectController();
+    void connectDirtyTrackers();
+    void markSettingsDirty();
+    void updateDisplay();
+
+    bool openPort(const QString &portName);
+    bool startCloudRelay();
+    void failStart();
+    QString displayName() const;
+
+    void onReadData();
+    void handleNewMessage(const QString &peer);
+    void readUdpSocket();
+    void onControllerError(const QString &text);
+    void onSerialPortLost();
+    void disconnectTcpClient();
+    void onCloudRelayEnded(const QString &reason);
+    void changeConnState();
+    void changeUdpConnState();
+    void onPeerLost(const QString &peer);
+
+    void onRefreshDisplay();
+    void onRefreshAvalablePorts();
+    void onSendData();
+    void onSaveData();
+    void onReconnectTick();
+    void disarmReconnect();
+    void on_sendButton_clicked();
+    void on_openButton_clicked();
+    void on_pauseButton_clicked();
+
+    void onRefreshSerialPortDisplay();
+    void onRefreshTcpServerDisplay();
+    void onRefreshTcpClientDisplay();
+    void onRefreshUdpClientDisplay();
+    void onRefreshCloudRelayDisplay();
+    void refreshStatus();
+    void updateCommonStatus();
+    void showMessage(const QString &text, int timeoutMs);
+
+    void resetTextDecoders();
+    WireTextDecoderPtr createDecoder(const QString &encoding) const;
+    WireTextDecoder &peerDecoder(const QString &peer);
+    void emitConsoleTraffic(const QByteArray &bytes, RXorTx direction);
+    void renderRecord(const rxData &record);
+    void trimView();
+    int selectedPeerRow() const;
+    bool isRunning() const { return state == Running; }
+
+    Ui_SerialPortWidget *ui = nullptr;
+    Settings portSettings;
+    FormatSetting format;
+    ConnectionController *controller = nullptr;
+
+    QTimer *sendTimer = nullptr;
+    QTimer *saveTimer = nullptr;
+    QTimer *displayTimer = nullptr;
+    QTimer *portsTimer = nullptr;
+    QTimer *reconnectTimer = nullptr;
+
+    int state = Stopped;
+    int portNumberValue = 0;
+    qint64 rxBytes = 0;
+    qint64 txBytes = 0;
+    qint64 shownRxBytes = -1;
+    qint64 shownTxBytes = -1;
+    QList<rxData> rxDataList;
+    QByteArray pausedBytes;
+    AnsiEscapeFilter ansiFilter;
+
+    // Text decoders keep their carry-over per peer and direction, so a character
+    // split between two packets survives.
+    std::map<QString, WireTextDecoderPtr> peerDecoders;
+    std::array<WireTextDecoderPtr, 2> viewDecoders;    // received, sent
+    std::array<WireTextDecoderPtr, 2> logDecoders;     // received, sent
+    std::array<WireTextDecoderPtr, 2> consoleDecoders; // received, sent
+    QHash<QString, QString> peerTranscripts;
+    bool viewAtLineStart = true;
+
+    QString lastError;
+    QString lastPortList;
+    bool autoReconnect = false;
+    bool portLost = false;
+    bool consoleCapture = false;
+    bool applyingSettings = false;
+};

@@ -1,0 +1,32 @@
+#pragma once
+
+// The widgets of a port panel, built in code.
+
+class ConnectionSettingsWidget;
+class QComboBox;
+class QLabel;
+class QMainWindow;
+class QPlainTextEdit;
+class QPushButton;
+class QSplitter;
+class QTextBrowser;
+
+class Ui_SerialPortWidget
+{
+public:
+    QSplitter *splitter = nullptr;
+    ConnectionSettingsWidget *connectionSettings = nullptr;
+    QPushButton *openButton = nullptr;
+    QPushButton *pauseButton = nullptr;
+    QPushButton *clearButton = nullptr;
+    QTextBrowser *receiveBrowser = nullptr;
+    QLabel *peerLabel = nullptr;
+    QComboBox *peerCombo = nullptr;
+    QPlainTextEdit *sendTextEdit = nullptr;
+    QPushButton *sendButton = nullptr;
+    QLabel *statusLabel = nullptr;
+    QLabel *counterLabel = nullptr;
+    QLabel *logLabel = nullptr;
+
+    void setupUi(QMainWindow *window);
+};

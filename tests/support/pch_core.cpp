@@ -1,0 +1,1 @@
+// Host of the precompiled header shared by the plain-logic tests.

@@ -1,0 +1,3 @@
+#pragma once
+#include "pch/core_pch.h"
+#include <QtTest/QtTest>

@@ -1,0 +1,3 @@
+#pragma once
+#include "pch/ui_pch.h"
+#include <QtTest/QtTest>
