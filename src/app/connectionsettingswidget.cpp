@@ -78,8 +78,7 @@ ConnectionSettingsWidget::ConnectionSettingsWidget(QWidget *parent)
         }
         userEdited();
     });
-    for (QComboBox *combo : {portNameCombo, dataBitsCombo, parityCombo, stopBitsCombo,
-                             flowCombo}) {
+    for (QComboBox *combo : {portNameCombo, dataBitsCombo, parityCombo, stopBitsCombo, flowCombo}) {
         connect(combo, &QComboBox::currentIndexChanged, this,
                 &ConnectionSettingsWidget::userEdited);
     }
@@ -148,11 +147,10 @@ void ConnectionSettingsWidget::syncVisibleRows()
 {
     const connectionMode mode = currentMode();
     const bool serial = mode == ModeSerial;
-    for (QWidget *field : {static_cast<QWidget *>(portNameCombo), static_cast<QWidget *>(baudCombo),
-                           static_cast<QWidget *>(dataBitsCombo),
-                           static_cast<QWidget *>(parityCombo),
-                           static_cast<QWidget *>(stopBitsCombo),
-                           static_cast<QWidget *>(flowCombo)}) {
+    for (QWidget *field :
+         {static_cast<QWidget *>(portNameCombo), static_cast<QWidget *>(baudCombo),
+          static_cast<QWidget *>(dataBitsCombo), static_cast<QWidget *>(parityCombo),
+          static_cast<QWidget *>(stopBitsCombo), static_cast<QWidget *>(flowCombo)}) {
         setRowVisible(field, serial);
     }
     const bool hasHost = mode == ModeTcpClient || mode == ModeUdpClient || mode == ModeRemoteSerial;
@@ -188,8 +186,7 @@ void ConnectionSettingsWidget::applySettings(const Settings &settings)
     selectData(stopBitsCombo, settings.stopBits);
     selectData(flowCombo, settings.flowControl);
     hostCombo->clear();
-    for (auto it = settings.targetHostList.crbegin(); it != settings.targetHostList.crend();
-         ++it) {
+    for (auto it = settings.targetHostList.crbegin(); it != settings.targetHostList.crend(); ++it) {
         hostCombo->addItem(*it);
     }
     hostCombo->setEditText(settings.targetHost);
@@ -197,6 +194,7 @@ void ConnectionSettingsWidget::applySettings(const Settings &settings)
     udpLocalPortSpin->setValue(settings.udpLocalPort);
     udpServerPortSpin->setValue(settings.udpServerPort);
     syncVisibleRows();
+    edited = false;
     pushing = wasPushing;
 }
 
@@ -242,6 +240,7 @@ void ConnectionSettingsWidget::onCustomBaudRateEntered()
 void ConnectionSettingsWidget::userEdited()
 {
     if (!pushing) {
+        edited = true;
         Q_EMIT settingsEdited();
     }
 }

@@ -23,6 +23,8 @@ public:
     connectionMode currentMode() const;
     // Refills the serial port list, keeping the current choice even if it vanished.
     void refreshPorts();
+    // Whether the user changed a field since the last applySettings.
+    bool hasUserEdits() const { return edited; }
 
 signals:
     void connectionConfigChanged();
@@ -48,4 +50,5 @@ private:
     QSpinBox *udpLocalPortSpin = nullptr;
     QSpinBox *udpServerPortSpin = nullptr;
     bool pushing = false;
+    bool edited = false;
 };

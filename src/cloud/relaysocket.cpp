@@ -4,8 +4,7 @@
 
 RelaySocket::RelaySocket(QObject *parent)
     : QObject(parent)
-{
-}
+{}
 
 RelaySocket::~RelaySocket() = default;
 

@@ -156,11 +156,9 @@ bool ConnectionController::openSerial(const Settings &settings, const QString &n
     applySerialLine(LineBreak, false, false);
     Q_EMIT statusMessage(tr("Serial Port %1 OPEN SUCCESS").arg(displayName), 1000);
 
-    // A port without modem lines (a pseudo-terminal, say) is a working port: its
-    // refusal is remembered, not reported at every open.
-    applySerialLine(LineDtr, requestedDtr, controlLinesSupported);
+    applyLineAtOpen(LineDtr, requestedDtr);
     if (serialPort->flowControl() != QSerialPort::HardwareControl) {
-        applySerialLine(LineRts, requestedRts, controlLinesSupported);
+        applyLineAtOpen(LineRts, requestedRts);
     }
     return true;
 }
@@ -262,6 +260,55 @@ bool ConnectionController::setSerialLine(SerialLine line, bool on)
     return false;
 }
 
+void ConnectionController::applyLineAtOpen(SerialLine line, bool on)
+{
+    // A port without modem lines (a pseudo-terminal, say) is a working port: the
+    // refusal is remembered, not reported at every open. Other failures are told.
+    QString why;
+    if (!setLineHardware(line, on, &why) && controlLinesSupported) {
+        Q_EMIT statusMessage(tr("Failed to set %1: %2").arg(lineName(line), why), 3000);
+    }
+}
+
+QString ConnectionController::lineName(SerialLine line)
+{
+    switch (line) {
+    case LineDtr:
+        return QStringLiteral("DTR");
+    case LineRts:
+        return QStringLiteral("RTS");
+    case LineBreak:
+        return QStringLiteral("Break");
+    }
+    return QString();
+}
+
+bool ConnectionController::setLineHardware(SerialLine line, bool on, QString *why)
+{
+    bool ok = false;
+    switch (line) {
+    case LineDtr:
+        ok = serialPort->setDataTerminalReady(on);
+        break;
+    case LineRts:
+        ok = serialPort->setRequestToSend(on);
+        break;
+    case LineBreak:
+        ok = serialPort->setBreakEnabled(on);
+        break;
+    }
+    if (!ok) {
+        if (serialPort->error() == QSerialPort::UnsupportedOperationError) {
+            controlLinesSupported = false;
+        }
+        if (why) {
+            *why = serialPort->errorString();
+        }
+        serialPort->clearError();
+    }
+    return ok;
+}
+
 bool ConnectionController::applySerialLine(SerialLine line, bool on, bool report)
 {
     if (line == LineRts && serialPort->flowControl() == QSerialPort::HardwareControl) {
@@ -270,31 +317,10 @@ bool ConnectionController::applySerialLine(SerialLine line, bool on, bool report
         }
         return false;
     }
-    bool ok = false;
-    QString lineName;
-    switch (line) {
-    case LineDtr:
-        ok = serialPort->setDataTerminalReady(on);
-        lineName = QStringLiteral("DTR");
-        break;
-    case LineRts:
-        ok = serialPort->setRequestToSend(on);
-        lineName = QStringLiteral("RTS");
-        break;
-    case LineBreak:
-        ok = serialPort->setBreakEnabled(on);
-        lineName = QStringLiteral("Break");
-        break;
-    }
-    if (!ok) {
-        if (serialPort->error() == QSerialPort::UnsupportedOperationError) {
-            controlLinesSupported = false;
-        }
-        if (report) {
-            Q_EMIT statusMessage(tr("Failed to set %1: %2").arg(lineName, serialPort->errorString()),
-                                 3000);
-        }
-        serialPort->clearError();
+    QString why;
+    const bool ok = setLineHardware(line, on, &why);
+    if (!ok && report) {
+        Q_EMIT statusMessage(tr("Failed to set %1: %2").arg(lineName(line), why), 3000);
     }
     return ok;
 }
@@ -648,8 +674,8 @@ bool ConnectionController::sendUdp(const QByteArray &bytes, const QString &host,
     const bool lookupRunning = udpPendingByHost.contains(name);
     udpPendingByHost[name].append({bytes, port});
     if (!lookupRunning) {
-        QHostInfo::lookupHost(name, this,
-                              [this, name](const QHostInfo &info) { onUdpHostResolved(name, info); });
+        QHostInfo::lookupHost(
+            name, this, [this, name](const QHostInfo &info) { onUdpHostResolved(name, info); });
     }
     return true;
 }
@@ -665,10 +691,10 @@ void ConnectionController::onUdpHostResolved(const QString &host, const QHostInf
         }
     }
     if (chosen.isNull()) {
-        const QString text = tr("UDP host %1 could not be resolved: %2")
-                                 .arg(host, info.error() == QHostInfo::NoError
-                                                ? tr("it has no IPv4 address")
-                                                : info.errorString());
+        const QString text =
+            tr("UDP host %1 could not be resolved: %2")
+                .arg(host, info.error() == QHostInfo::NoError ? tr("it has no IPv4 address")
+                                                              : info.errorString());
         Q_EMIT errorOccurred(text);
         Q_EMIT statusMessage(text, 5000);
         return;
@@ -772,11 +798,10 @@ void ConnectionController::connectCloudRelay(const QString &url, const QString &
     });
     connect(socket, &RelaySocket::noticed, this,
             [this](const QString &text) { Q_EMIT statusMessage(text, 8000); });
-    connect(socket, &RelaySocket::stopped, this,
-            [this](RelaySocket::Stop, const QString &reason) {
-                releaseRelay();
-                Q_EMIT cloudRelayEnded(reason);
-            });
+    connect(socket, &RelaySocket::stopped, this, [this](RelaySocket::Stop, const QString &reason) {
+        releaseRelay();
+        Q_EMIT cloudRelayEnded(reason);
+    });
     socket->open(url, token);
 }
 
@@ -903,10 +928,9 @@ void ConnectionController::setReadThrottled(connectionMode mode, bool on)
         return;
     }
     // No new arrival may come for bytes that already wait.
-    const bool waiting = (mode == ModeSerial && serialPort->isOpen() &&
-                          serialPort->bytesAvailable() > 0) ||
-                         (connectionModeIsTcpClient(mode) && tcpSocket &&
-                          tcpSocket->bytesAvailable() > 0);
+    const bool waiting =
+        (mode == ModeSerial && serialPort->isOpen() && serialPort->bytesAvailable() > 0) ||
+        (connectionModeIsTcpClient(mode) && tcpSocket && tcpSocket->bytesAvailable() > 0);
     if (waiting) {
         Q_EMIT readyRead();
     }

@@ -134,6 +134,9 @@ signals:
 
 private:
     void onSerialError(int error);
+    void applyLineAtOpen(SerialLine line, bool on);
+    bool setLineHardware(SerialLine line, bool on, QString *why);
+    static QString lineName(SerialLine line);
     void onTcpClientConnected();
     void onTcpClientError(QAbstractSocket::SocketError error);
     void onTcpClientDisconnected();

@@ -97,8 +97,7 @@ void Settings::rememberHost(const QString &host)
 
 FormatSetting::FormatSetting()
     : logFilePath(defaultLogFilePath())
-{
-}
+{}
 
 QString unresolvedLogFileName()
 {
@@ -214,8 +213,7 @@ QString remoteSerialPortLabel(const Settings &settings)
         return QStringLiteral("%1:%2").arg(host).arg(settings.targetPort);
     }
     if (settings.connMode == ModeLiveRelay) {
-        return settings.relayPortName.isEmpty() ? settings.relayShareLabel
-                                                : settings.relayPortName;
+        return settings.relayPortName.isEmpty() ? settings.relayShareLabel : settings.relayPortName;
     }
     return QString();
 }

@@ -84,9 +84,9 @@ struct Settings
     QString relayCid;
     QString relayPortName;
     QString relayPortKey;
-    QString relayTargetName;  // not stored
-    QString relayInviteCode;  // not stored
-    QString relayPasscode;    // not stored
+    QString relayTargetName; // not stored
+    QString relayInviteCode; // not stored
+    QString relayPasscode;   // not stored
     QString relayShareLabel;
     QString relayGuestName;
     qint32 targetPort = 6000;

@@ -7,6 +7,6 @@ QString SettingsKey::bridgeKey(int index, const QString &key)
 
 QStringList SettingsKey::quickSettingsFieldGroupIds()
 {
-    return {QStringLiteral("connection"), QStringLiteral("controlLines"),
-            QStringLiteral("receive"), QStringLiteral("send")};
+    return {QStringLiteral("connection"), QStringLiteral("controlLines"), QStringLiteral("receive"),
+            QStringLiteral("send")};
 }

@@ -1,5 +1,7 @@
 // Precompiled header of the plain-logic layer: Qt Core only.
 #pragma once
+#include <algorithm>
+#include <memory>
 #include <QtCore/QByteArray>
 #include <QtCore/QDateTime>
 #include <QtCore/QHash>
@@ -9,6 +11,4 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
-#include <algorithm>
-#include <memory>
 #include <vector>

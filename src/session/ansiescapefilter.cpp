@@ -8,7 +8,7 @@ constexpr char Bel = 0x07;
 constexpr unsigned char Csi8 = 0x9b;
 constexpr unsigned char Osc8 = 0x9d;
 constexpr unsigned char St8 = 0x9c;
-constexpr qsizetype CsiLimit = 257;    // a CSI continues while shorter than this
+constexpr qsizetype CsiLimit = 257;     // a CSI continues while shorter than this
 constexpr qsizetype StringLimit = 4097; // an OSC string continues while shorter than this
 } // namespace
 

@@ -109,12 +109,10 @@ void SerialPortWidget::connectController()
     connect(c, &ConnectionController::serialPortLost, this, &SerialPortWidget::onSerialPortLost);
     connect(c, &ConnectionController::tcpClientDisconnected, this,
             &SerialPortWidget::disconnectTcpClient);
-    connect(c, &ConnectionController::cloudRelayEnded, this,
-            &SerialPortWidget::onCloudRelayEnded);
+    connect(c, &ConnectionController::cloudRelayEnded, this, &SerialPortWidget::onCloudRelayEnded);
     connect(c, &ConnectionController::serverConnectionsChanged, this,
             &SerialPortWidget::changeConnState);
-    connect(c, &ConnectionController::udpPeersChanged, this,
-            &SerialPortWidget::changeUdpConnState);
+    connect(c, &ConnectionController::udpPeersChanged, this, &SerialPortWidget::changeUdpConnState);
     connect(c, &ConnectionController::peerLost, this, &SerialPortWidget::onPeerLost);
     connect(c, &ConnectionController::peerArrived, this, &SerialPortWidget::peerArrived);
 }
@@ -163,9 +161,12 @@ void SerialPortWidget::setPortNumber(int number)
 
 void SerialPortWidget::updateSettings()
 {
-    // While running, the connection fields cannot change what is open.
-    if (state == Stopped) {
+    // Only what the user edited is pulled: the pane cannot show every value a record
+    // may hold, and a round trip through it must not change a record. While running,
+    // the fields cannot change what is open.
+    if (state == Stopped && ui->connectionSettings->hasUserEdits()) {
         portSettings = ui->connectionSettings->portSettings(portSettings);
+        ui->connectionSettings->applySettings(portSettings);
     }
 }
 
@@ -212,8 +213,11 @@ bool SerialPortWidget::start(const QString &portName)
     }
     state = Running;
 
+    // Resuming from a pause reopens nothing: a listening server would drop its
+    // clients and a rebound UDP socket its peers.
+    const bool resuming = oldState == Paused && portIsOpen();
     bool ok = true;
-    switch (portSettings.connMode) {
+    switch (resuming ? ModeReserved : portSettings.connMode) {
     case ModeSerial:
         ok = openPort(portName);
         break;
@@ -225,9 +229,16 @@ bool SerialPortWidget::start(const QString &portName)
                 ok = false;
                 break;
             }
+            if (portSettings.targetPort < 1 || portSettings.targetPort > 65535) {
+                showMessage(tr("Port %1 cannot be connected to: use 1 to 65535.")
+                                .arg(portSettings.targetPort),
+                            5000);
+                ok = false;
+                break;
+            }
             portSettings.rememberHost(portSettings.targetHost);
             controller->connectTcpClient(portSettings.targetHost.trimmed(),
-                                         quint16(qBound(0, portSettings.targetPort, 65535)));
+                                         quint16(portSettings.targetPort));
         }
         break;
     case ModeLiveRelay:
@@ -236,8 +247,14 @@ bool SerialPortWidget::start(const QString &portName)
         }
         break;
     case ModeTcpServer:
-        controller->listenTcpServer(quint16(qBound(0, portSettings.targetPort, 65535)),
-                                    QHostAddress::Any);
+        if (portSettings.targetPort < 0 || portSettings.targetPort > 65535) {
+            showMessage(
+                tr("Port %1 cannot be listened on: use 0 to 65535.").arg(portSettings.targetPort),
+                5000);
+            ok = false;
+            break;
+        }
+        controller->listenTcpServer(quint16(portSettings.targetPort), QHostAddress::Any);
         ok = controller->isOpen(ModeTcpServer);
         if (ok) {
             portSettings.name = controller->tcpServerAddressString();
@@ -251,8 +268,10 @@ bool SerialPortWidget::start(const QString &portName)
         ok = controller->bindUdp(portSettings.udpLocalPort);
         break;
     case ModeReserved:
-        showMessage(tr("This connection type is not supported. Choose another one."), 5000);
-        ok = false;
+        if (!resuming) {
+            showMessage(tr("This connection type is not supported. Choose another one."), 5000);
+            ok = false;
+        }
         break;
     }
 
@@ -376,8 +395,9 @@ void SerialPortWidget::setPortName(const QString &name)
 
 QString SerialPortWidget::consolePortKey() const
 {
-    return QStringLiteral("%1-%2").arg(connectionModePrefix(portSettings.connMode)).arg(
-        portNumberValue);
+    return QStringLiteral("%1-%2")
+        .arg(connectionModePrefix(portSettings.connMode))
+        .arg(portNumberValue);
 }
 
 QString SerialPortWidget::sessionPortLabel() const
@@ -410,11 +430,11 @@ QString SerialPortWidget::sessionPortInfo() const
     QString endpoint;
     switch (s.connMode) {
     case ModeSerial:
-        endpoint = QStringLiteral("serial %1 %2 %3 %4 %5 flow %6")
-                       .arg(s.name)
-                       .arg(s.baudRate)
-                       .arg(s.stringDataBits, s.stringParity, s.stringStopBits,
-                            s.stringFlowControl);
+        endpoint =
+            QStringLiteral("serial %1 %2 %3 %4 %5 flow %6")
+                .arg(s.name)
+                .arg(s.baudRate)
+                .arg(s.stringDataBits, s.stringParity, s.stringStopBits, s.stringFlowControl);
         break;
     case ModeTcpServer:
         endpoint = QStringLiteral("tcp-server :%1").arg(s.targetPort);
@@ -839,13 +859,13 @@ void SerialPortWidget::onControllerError(const QString &text)
 void SerialPortWidget::onSerialPortLost()
 {
     noteSession(tr("Serial port lost"));
-    refreshStatus();
     if (autoReconnect && state != Stopped && portSettings.connMode == ModeSerial) {
         portLost = true;
-        showMessage(tr("Serial Port %1 lost, waiting for it to come back...").arg(portSettings.name),
-                    3000);
+        showMessage(
+            tr("Serial Port %1 lost, waiting for it to come back...").arg(portSettings.name), 3000);
         reconnectTimer->start();
     }
+    refreshStatus();
 }
 
 void SerialPortWidget::disconnectTcpClient()
@@ -1037,11 +1057,11 @@ void SerialPortWidget::onRefreshSerialPortDisplay()
         const QString flow = portSettings.flowControl == 1   ? QStringLiteral("Hardware")
                              : portSettings.flowControl == 2 ? QStringLiteral("Xon/Xoff")
                                                              : QStringLiteral("OFF");
-        ui->statusLabel->setText(tr("<font color = green> %1 OPENED, %2, %3, %4, %5, %6 </font>")
-                                     .arg(name)
-                                     .arg(portSettings.baudRate)
-                                     .arg(portSettings.stringDataBits, parity,
-                                          portSettings.stringStopBits, flow));
+        ui->statusLabel->setText(
+            tr("<font color = green> %1 OPENED, %2, %3, %4, %5, %6 </font>")
+                .arg(name)
+                .arg(portSettings.baudRate)
+                .arg(portSettings.stringDataBits, parity, portSettings.stringStopBits, flow));
     } else {
         if (!portLost) {
             state = Stopped;
@@ -1076,7 +1096,8 @@ void SerialPortWidget::onRefreshTcpClientDisplay()
         break;
     case QAbstractSocket::HostLookupState:
     case QAbstractSocket::ConnectingState:
-        ui->statusLabel->setText(tr("<font color = orange> TCP %1 CONNECTING </font>").arg(endpoint));
+        ui->statusLabel->setText(
+            tr("<font color = orange> TCP %1 CONNECTING </font>").arg(endpoint));
         break;
     default:
         ui->statusLabel->setText(
@@ -1091,10 +1112,9 @@ void SerialPortWidget::onRefreshTcpClientDisplay()
 void SerialPortWidget::onRefreshUdpClientDisplay()
 {
     if (controller->isOpen(portSettings.connMode)) {
-        ui->statusLabel->setText(
-            tr("<font color = green> UDP bound to port %1, %n peer(s) </font>", nullptr,
-               int(controller->udpPeerList().size()))
-                .arg(controller->udpBoundPort()));
+        ui->statusLabel->setText(tr("<font color = green> UDP bound to port %1, %n peer(s) </font>",
+                                    nullptr, int(controller->udpPeerList().size()))
+                                     .arg(controller->udpBoundPort()));
     } else {
         ui->statusLabel->setText(tr("<font color = red> UDP CLOSED </font>"));
     }
@@ -1130,8 +1150,7 @@ void SerialPortWidget::showMessage(const QString &text, int timeoutMs)
 WireTextDecoderPtr SerialPortWidget::createDecoder(const QString &encoding) const
 {
     Q_UNUSED(encoding);
-    return std::make_unique<StringWireTextDecoder>(QStringConverter::Utf8,
-                                                   QStringLiteral("UTF-8"));
+    return std::make_unique<StringWireTextDecoder>(QStringConverter::Utf8, QStringLiteral("UTF-8"));
 }
 
 WireTextDecoder &SerialPortWidget::peerDecoder(const QString &peer)

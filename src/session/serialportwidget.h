@@ -87,8 +87,7 @@ public:
 
     // The receive road, open to the transports' slots and to tests.
     void ingestRx(const QByteArray &bytes, bool pausable, const QString &peer);
-    void pushByteArray(const QByteArray &bytes, bool count, RXorTx direction,
-                       const QString &peer);
+    void pushByteArray(const QByteArray &bytes, bool count, RXorTx direction, const QString &peer);
     void displayPortBuffer(qint64 budget = -1);
     void noteTxAccepted(const QByteArray &bytes, const QString &peer, bool hasPeer);
 

@@ -7,8 +7,7 @@ StringWireTextDecoder::StringWireTextDecoder(QStringConverter::Encoding encoding
     : converterEncoding(encoding)
     , name(name)
     , decoder(encoding, QStringConverter::Flag::ConvertInitialBom)
-{
-}
+{}
 
 QString StringWireTextDecoder::decode(const QByteArray &bytes)
 {

@@ -79,8 +79,8 @@ void TestSettings::patchSerialParams_data()
                R"({"baud_rate":9600,"data_bits":8,"parity":"mark","stop_bits":1.5,"flow_control":"xonxoff"})")
         << 9600 << "8" << 5 << "Mark" << 3 << "1.5" << 2 << "XON/XOFF";
     QTest::newRow("space parity and one stop bit")
-        << QByteArray(R"({"parity":"space","stop_bits":1,"flow_control":"none"})") << 115200
-        << "7" << 4 << "Space" << 1 << "1" << 0 << "None";
+        << QByteArray(R"({"parity":"space","stop_bits":1,"flow_control":"none"})") << 115200 << "7"
+        << 4 << "Space" << 1 << "1" << 0 << "None";
     QTest::newRow("even, stop bits 7 read as one")
         << QByteArray(R"({"parity":"even","stop_bits":7})") << 115200 << "7" << 2 << "Even" << 1
         << "1" << 1 << "RTS/CTS";
@@ -126,13 +126,34 @@ void TestSettings::remoteLabel_data()
     QTest::addColumn<QString>("portName");
     QTest::addColumn<QString>("shareLabel");
     QTest::addColumn<QString>("label");
-    QTest::newRow("ipv4") << 7 << "10.0.0.2" << "" << "" << "10.0.0.2:23";
-    QTest::newRow("ipv6 bracketed") << 7 << "::1" << "" << "" << "[::1]:23";
-    QTest::newRow("already bracketed") << 7 << "[::1]" << "" << "" << "[::1]:23";
-    QTest::newRow("empty host") << 7 << "" << "" << "" << "";
-    QTest::newRow("relay port name") << 8 << "h" << "COM7" << "bench" << "COM7";
-    QTest::newRow("relay share label") << 8 << "h" << "" << "bench" << "bench";
-    QTest::newRow("tcp client has none") << 2 << "h" << "x" << "y" << "";
+    QTest::newRow("ipv4") << 7 << "10.0.0.2"
+                          << ""
+                          << ""
+                          << "10.0.0.2:23";
+    QTest::newRow("ipv6 bracketed") << 7 << "::1"
+                                    << ""
+                                    << ""
+                                    << "[::1]:23";
+    QTest::newRow("already bracketed") << 7 << "[::1]"
+                                       << ""
+                                       << ""
+                                       << "[::1]:23";
+    QTest::newRow("empty host") << 7 << ""
+                                << ""
+                                << ""
+                                << "";
+    QTest::newRow("relay port name") << 8 << "h"
+                                     << "COM7"
+                                     << "bench"
+                                     << "COM7";
+    QTest::newRow("relay share label") << 8 << "h"
+                                       << ""
+                                       << "bench"
+                                       << "bench";
+    QTest::newRow("tcp client has none") << 2 << "h"
+                                         << "x"
+                                         << "y"
+                                         << "";
 }
 
 void TestSettings::remoteLabel()

@@ -37,9 +37,8 @@ bool PtyPair::start(QString *why)
     }
     socat = std::make_unique<QProcess>();
     socat->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    socat->start(QStringLiteral("socat"),
-                 {QStringLiteral("pty,raw,echo=0,link=%1").arg(portA()),
-                  QStringLiteral("pty,raw,echo=0,link=%1").arg(portB())});
+    socat->start(QStringLiteral("socat"), {QStringLiteral("pty,raw,echo=0,link=%1").arg(portA()),
+                                           QStringLiteral("pty,raw,echo=0,link=%1").arg(portB())});
     if (!socat->waitForStarted(10000)) {
         *why = QStringLiteral("socat did not start: %1").arg(socat->errorString());
         return false;

@@ -1,0 +1,384 @@
+#include "connection/connectioncontroller.h"
+#include "connection/multiclientserver.h"
+#include "session/serialportwidget.h"
+#include "support/testsupport.h"
+
+#include <QNetworkDatagram>
+#include <QSerialPort>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QtTest>
+#include <QUdpSocket>
+
+namespace {
+constexpr int Timeout = 10000;
+
+Settings tcpClientSettings(const QString &host, int port)
+{
+    Settings settings;
+    settings.connMode = ModeTcpClient;
+    settings.targetHost = host;
+    settings.targetPort = port;
+    return settings;
+}
+
+Settings tcpServerSettings(int port)
+{
+    Settings settings;
+    settings.connMode = ModeTcpServer;
+    settings.targetPort = port;
+    return settings;
+}
+
+Settings serialSettings(const QString &path)
+{
+    Settings settings;
+    settings.connMode = ModeSerial;
+    settings.name = path;
+    settings.baudRate = 115200;
+    return settings;
+}
+
+quint16 closedTcpPort()
+{
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    const quint16 port = probe.serverPort();
+    probe.close();
+    return port;
+}
+
+bool anyStartsWith(const QSignalSpy &spy, const QString &prefix)
+{
+    for (const QList<QVariant> &args : spy) {
+        if (args.at(0).toString().startsWith(prefix)) {
+            return true;
+        }
+    }
+    return false;
+}
+} // namespace
+
+class TestSerialPortWidget : public QObject
+{
+    Q_OBJECT
+private slots:
+    void tcpClientShowsWhatTheServerSends();
+    void tcpServerKeepsPeersApart();
+    void tcpClientPeerCloseStopsThePanel();
+    void tcpClientRetriesUntilThePeerIsUp();
+    void pausedSerialKeepsTheNewestBytes();
+    void pausedUdpLosesNothing();
+    void displayTicksHonourTheBudget();
+    void badInputLeavesPanelStoppedAndUsable_data();
+    void badInputLeavesPanelStoppedAndUsable();
+    void ptyPortIsLostOnlyWhenItsPathVanishes();
+    void consoleKeyNamesModeAndIndex();
+};
+
+void TestSerialPortWidget::tcpClientShowsWhatTheServerSends()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost, 0));
+    SerialPortWidget panel;
+    panel.applySettings(tcpClientSettings("127.0.0.1", server.serverPort()));
+    QSignalSpy tapped(&panel, &SerialPortWidget::rxTapped);
+    QVERIFY(panel.start(QString()));
+    QCOMPARE(panel.portState(), int(SerialPortWidget::Running));
+    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), Timeout);
+    QTcpSocket *peer = server.nextPendingConnection();
+
+    // Colour codes vanish from the view but count as received bytes.
+    const QByteArray wire = "\x1b[31mhello\x1b[0m world\n";
+    peer->write(wire);
+    QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("hello world"), Timeout);
+    QVERIFY(!panel.viewText().contains("[31m"));
+    QCOMPARE(panel.rxByteCount(), qint64(wire.size()));
+    QCOMPARE(tapped.count(), 1);
+    QCOMPARE(tapped.first().at(0).toByteArray(), wire);
+
+    // The send box road: text goes out and counts as sent.
+    QSignalSpy txTapped(&panel, &SerialPortWidget::txTapped);
+    QVERIFY(panel.sendMessage("ping"));
+    QTRY_COMPARE_WITH_TIMEOUT(peer->bytesAvailable(), qint64(4), Timeout);
+    QCOMPARE(peer->readAll(), QByteArray("ping"));
+    QCOMPARE(panel.txByteCount(), qint64(4));
+    QCOMPARE(txTapped.count(), 1);
+
+    panel.stop();
+    QCOMPARE(panel.portState(), int(SerialPortWidget::Stopped));
+    QVERIFY(!panel.portIsOpen());
+}
+
+void TestSerialPortWidget::tcpServerKeepsPeersApart()
+{
+    SerialPortWidget panel;
+    panel.applySettings(tcpServerSettings(0));
+    QVERIFY(panel.start(QString()));
+    const quint16 port = panel.connectionController()->server()->serverPort();
+    QVERIFY(panel.settings().name.endsWith(QStringLiteral(":%1").arg(port)));
+
+    QSignalSpy arrived(&panel, &SerialPortWidget::peerArrived);
+    QTcpSocket a, b;
+    a.connectToHost(QHostAddress::LocalHost, port);
+    QVERIFY(arrived.wait(Timeout));
+    b.connectToHost(QHostAddress::LocalHost, port);
+    QTRY_COMPARE_WITH_TIMEOUT(arrived.count(), 2, Timeout);
+    const QString keyA = QStringLiteral("127.0.0.1:%1").arg(a.localPort());
+    const QString keyB = QStringLiteral("127.0.0.1:%1").arg(b.localPort());
+    QCOMPARE(panel.connectedPeers(), QStringList({keyA, keyB}));
+
+    // A multi-byte character split between two packets of one peer survives.
+    QSignalSpy tapped(&panel, &SerialPortWidget::rxTapped);
+    a.write("caf\xc3");
+    QTRY_COMPARE_WITH_TIMEOUT(tapped.count(), 1, Timeout);
+    b.write("from b");
+    QTRY_COMPARE_WITH_TIMEOUT(tapped.count(), 2, Timeout);
+    a.write("\xa9!");
+    QTRY_COMPARE_WITH_TIMEOUT(tapped.count(), 3, Timeout);
+    QCOMPARE(tapped.at(1).at(1).toString(), keyB);
+    QCOMPARE(panel.peerTranscript(keyA), QString::fromUtf8("café!"));
+    QCOMPARE(panel.peerTranscript(keyB), QString("from b"));
+    QCOMPARE(panel.rxByteCount(), qint64(4 + 6 + 2));
+
+    // Bytes for one peer reach only that peer.
+    QVERIFY(panel.writeBytes("only b", keyB));
+    QTRY_COMPARE_WITH_TIMEOUT(b.bytesAvailable(), qint64(6), Timeout);
+    QCOMPARE(a.bytesAvailable(), qint64(0));
+
+    QSignalSpy lost(&panel, &SerialPortWidget::peerLost);
+    a.disconnectFromHost();
+    QVERIFY(lost.wait(Timeout));
+    QCOMPARE(lost.first().at(0).toString(), keyA);
+    QCOMPARE(panel.connectedPeers(), QStringList({keyB}));
+}
+
+void TestSerialPortWidget::tcpClientPeerCloseStopsThePanel()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost, 0));
+    SerialPortWidget panel;
+    panel.applySettings(tcpClientSettings("127.0.0.1", server.serverPort()));
+    QVERIFY(panel.start(QString()));
+    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), Timeout);
+    QTcpSocket *peer = server.nextPendingConnection();
+    QTRY_VERIFY_WITH_TIMEOUT(panel.portIsOpen(), Timeout);
+    peer->write("bye\n");
+    peer->disconnectFromHost();
+    QTRY_COMPARE_WITH_TIMEOUT(panel.portState(), int(SerialPortWidget::Stopped), Timeout);
+    QVERIFY(panel.viewText().contains("bye"));
+}
+
+void TestSerialPortWidget::tcpClientRetriesUntilThePeerIsUp()
+{
+    const quint16 port = closedTcpPort();
+    SerialPortWidget panel;
+    panel.setAutoReconnect(true);
+    panel.applySettings(tcpClientSettings("127.0.0.1", port));
+    QSignalSpy status(&panel, &SerialPortWidget::statusShown);
+    QVERIFY(panel.start(QString()));
+    QTRY_VERIFY_WITH_TIMEOUT(anyStartsWith(status, "TCP connect FAILED"), Timeout);
+    // Still waiting for the peer, not given up.
+    QCOMPARE(panel.portState(), int(SerialPortWidget::Running));
+
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost, port));
+    QTRY_VERIFY_WITH_TIMEOUT(panel.portIsOpen(), 3 * Timeout);
+    QTRY_VERIFY_WITH_TIMEOUT(anyStartsWith(status, "TCP connection RESTORED"), Timeout);
+    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), Timeout);
+    QTcpSocket *peer = server.nextPendingConnection();
+    peer->write("up");
+    QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("up"), Timeout);
+
+    // A lost connection is retried too, and switching auto reconnect off ends it.
+    peer->abort();
+    QTRY_VERIFY_WITH_TIMEOUT(anyStartsWith(status, "Connection lost, reconnecting..."), Timeout);
+    QCOMPARE(panel.portState(), int(SerialPortWidget::Running));
+    panel.stop();
+    QCOMPARE(panel.portState(), int(SerialPortWidget::Stopped));
+}
+
+void TestSerialPortWidget::pausedSerialKeepsTheNewestBytes()
+{
+    testsupport::PtyPair pty;
+    QString why;
+    if (!pty.start(&why)) {
+        QSKIP(qPrintable(why));
+    }
+    SerialPortWidget panel;
+    FormatSetting format = panel.formatSettings();
+    format.displayBufferSize = 64;
+    panel.applyFormatSetting(format);
+    panel.applySettings(serialSettings(pty.portA()));
+    QVERIFY(panel.start(QString()));
+
+    ConnectionController device;
+    QVERIFY(device.openSerial(serialSettings(pty.portB()), QString(), "B", true));
+    panel.pause();
+    QCOMPARE(panel.portState(), int(SerialPortWidget::Paused));
+
+    QByteArray sent;
+    for (int i = 0; i < 10; ++i) {
+        sent += QByteArray("line") + QByteArray::number(i) + QByteArray(15, '.') + '\n';
+    }
+    QVERIFY(device.sendSerial(sent, serialSettings(pty.portB()), QString()));
+    QTRY_COMPARE_WITH_TIMEOUT(panel.rxByteCount(), qint64(sent.size()), Timeout);
+    QCOMPARE(panel.pausedByteCount(), qsizetype(64));
+    QCOMPARE(panel.pendingDisplayRecords(), qsizetype(0));
+    QVERIFY(panel.viewText().isEmpty());
+
+    QVERIFY(panel.start(QString()));
+    QCOMPARE(panel.portState(), int(SerialPortWidget::Running));
+    QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("line9"), Timeout);
+    QVERIFY(!panel.viewText().contains("line0"));
+    // Resuming does not count the held bytes twice.
+    QCOMPARE(panel.rxByteCount(), qint64(sent.size()));
+}
+
+void TestSerialPortWidget::pausedUdpLosesNothing()
+{
+    SerialPortWidget panel;
+    Settings settings;
+    settings.connMode = ModeUdpServer;
+    settings.udpServerPort = 0;
+    panel.applySettings(settings);
+    QVERIFY(panel.start(QString()));
+    const quint16 port = panel.connectionController()->udpBoundPort();
+    QVERIFY(port != 0);
+    panel.pause();
+
+    QUdpSocket peer;
+    QVERIFY(peer.bind(QHostAddress::LocalHost, 0));
+    for (int i = 0; i < 3; ++i) {
+        peer.writeDatagram(QByteArray("datagram-") + QByteArray::number(i) + '\n',
+                           QHostAddress::LocalHost, port);
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(panel.pendingDisplayRecords(), qsizetype(3), Timeout);
+    QVERIFY(panel.viewText().isEmpty());
+
+    QVERIFY(panel.start(QString()));
+    QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("datagram-2"), Timeout);
+    QVERIFY(panel.viewText().contains("datagram-0"));
+    QVERIFY(panel.viewText().contains("datagram-1"));
+    // The peer was kept across the pause, and is answered.
+    QCOMPARE(panel.connectedPeers().size(), 1);
+    QVERIFY(panel.sendMessage("answer"));
+    QTRY_VERIFY_WITH_TIMEOUT(peer.hasPendingDatagrams(), Timeout);
+    QCOMPARE(peer.receiveDatagram().data(), QByteArray("answer"));
+}
+
+void TestSerialPortWidget::displayTicksHonourTheBudget()
+{
+    SerialPortWidget panel;
+    panel.pushByteArray(QByteArray(300000, 'a'), true, Received, QString());
+    panel.pushByteArray(QByteArray(300000, 'b'), true, Received, QString());
+    QCOMPARE(panel.rxByteCount(), qint64(600000));
+    QCOMPARE(panel.pendingDisplayRecords(), qsizetype(2));
+    panel.displayPortBuffer(SerialPortWidget::DisplayBudgetPerTick);
+    QCOMPARE(panel.pendingDisplayRecords(), qsizetype(1));
+    QVERIFY(!panel.viewText().contains('b'));
+    panel.displayPortBuffer(SerialPortWidget::DisplayBudgetPerTick);
+    QCOMPARE(panel.pendingDisplayRecords(), qsizetype(0));
+    QCOMPARE(panel.viewText().size(), 600000);
+}
+
+void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<int>("port");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("reserved mode") << 3 << "" << 0 << "This connection type is not supported";
+    QTest::newRow("serial path missing")
+        << 0 << "/nonexistent/ttyNothing" << 0 << "Serial Port /nonexistent/ttyNothing OPEN FAILED";
+    QTest::newRow("serial without a name") << 0 << "" << 0 << "Choose a serial port";
+    QTest::newRow("host does not resolve")
+        << 2 << "no-such-host.invalid" << 80 << "TCP connect FAILED";
+    QTest::newRow("peer refuses") << 2 << "127.0.0.1" << int(closedTcpPort())
+                                  << "TCP connect FAILED";
+    QTest::newRow("client port out of range")
+        << 2 << "127.0.0.1" << 70000 << "Port 70000 cannot be connected to";
+    QTest::newRow("client port zero") << 2 << "127.0.0.1" << 0 << "Port 0 cannot be connected to";
+    QTest::newRow("server port negative") << 1 << "" << -5 << "Port -5 cannot be listened on";
+    QTest::newRow("relay unavailable") << 8 << "" << 0 << "Live Relay needs the cloud client";
+}
+
+void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable()
+{
+    QFETCH(int, mode);
+    QFETCH(QString, target);
+    QFETCH(int, port);
+    QFETCH(QString, message);
+
+    SerialPortWidget panel;
+    Settings settings;
+    settings.connMode = connectionMode(mode);
+    settings.name = target;
+    settings.targetHost = target;
+    settings.targetPort = port;
+    panel.applySettings(settings);
+    QSignalSpy status(&panel, &SerialPortWidget::statusShown);
+    panel.start(QString());
+    QTRY_VERIFY_WITH_TIMEOUT(anyStartsWith(status, message), 30000);
+    QTRY_COMPARE_WITH_TIMEOUT(panel.portState(), int(SerialPortWidget::Stopped), Timeout);
+    QVERIFY(!panel.portIsOpen());
+
+    // The panel still works afterwards.
+    panel.applySettings(tcpServerSettings(0));
+    QVERIFY(panel.start(QString()));
+    QVERIFY(panel.portIsOpen());
+    panel.stop();
+    QCOMPARE(panel.portState(), int(SerialPortWidget::Stopped));
+}
+
+void TestSerialPortWidget::ptyPortIsLostOnlyWhenItsPathVanishes()
+{
+    testsupport::PtyPair pty;
+    QString why;
+    if (!pty.start(&why)) {
+        QSKIP(qPrintable(why));
+    }
+    SerialPortWidget panel;
+    panel.setAutoReconnect(true);
+    panel.applySettings(serialSettings(pty.portA()));
+    QVERIFY(panel.start(QString()));
+    QSignalSpy status(&panel, &SerialPortWidget::statusShown);
+
+    // A pseudo-terminal is never enumerated, yet it is not lost while it exists:
+    // let the one-second port scan run past it.
+    QTest::qWait(1500);
+    QVERIFY(panel.portIsOpen());
+    QVERIFY(!anyStartsWith(status, "Serial Port"));
+
+    // Pull it: the scan notices the missing path and waits for it to come back.
+    pty.stop();
+    QTRY_VERIFY_WITH_TIMEOUT(!panel.portIsOpen(), Timeout);
+    QTRY_VERIFY_WITH_TIMEOUT(anyStartsWith(status, "Serial Port " + pty.portA() + " lost"),
+                             Timeout);
+    QCOMPARE(panel.portState(), int(SerialPortWidget::Running));
+
+    QVERIFY(pty.start(&why));
+    QTRY_VERIFY_WITH_TIMEOUT(panel.portIsOpen(), 3 * Timeout);
+    QVERIFY(anyStartsWith(status, "Serial Port " + pty.portA() + " RECONNECTED"));
+
+    ConnectionController device;
+    QVERIFY(device.openSerial(serialSettings(pty.portB()), QString(), "B", true));
+    QVERIFY(device.sendSerial("back\n", serialSettings(pty.portB()), QString()));
+    QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("back"), Timeout);
+}
+
+void TestSerialPortWidget::consoleKeyNamesModeAndIndex()
+{
+    SerialPortWidget panel;
+    panel.setPortNumber(3);
+    panel.applySettings(tcpServerSettings(0));
+    QCOMPARE(panel.consolePortKey(), QString("tcps-3"));
+    Settings settings;
+    settings.connMode = ModeSerial;
+    panel.applySettings(settings);
+    QCOMPARE(panel.consolePortKey(), QString("ser-3"));
+}
+
+QTEST_MAIN(TestSerialPortWidget)
+#include "tst_serialportwidget.moc"
