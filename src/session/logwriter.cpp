@@ -6,6 +6,7 @@
 #include <QLoggingCategory>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 Q_LOGGING_CATEGORY(lcLog, "vlm.terminal")
