@@ -1,10 +1,18 @@
 #include "connection/serialportlist.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFileInfo>
 
 QList<QSerialPortInfo> listUsableSerialPorts()
 {
+    // Every panel scans once a second; a scan costs milliseconds, so panels share one
+    // for a little under a second.
+    static QList<QSerialPortInfo> cached;
+    static QDeadlineTimer freshUntil(0);
+    if (!freshUntil.hasExpired()) {
+        return cached;
+    }
     QList<QSerialPortInfo> usable;
     const QList<QSerialPortInfo> all = QSerialPortInfo::availablePorts();
     for (const QSerialPortInfo &info : all) {
@@ -12,6 +20,8 @@ QList<QSerialPortInfo> listUsableSerialPorts()
             usable.append(info);
         }
     }
+    cached = usable;
+    freshUntil.setRemainingTime(900);
     return usable;
 }
 

@@ -12,9 +12,9 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QSet>
 #include <QSerialPort>
 #include <QStatusBar>
-#include <QTextBrowser>
 #include <QTextCursor>
 #include <QTimer>
 
@@ -24,6 +24,14 @@ Q_LOGGING_CATEGORY(lcTerminal, "vlm.terminal")
 namespace {
 constexpr qsizetype ResumeSlice = 65536;
 constexpr qsizetype TranscriptLimit = 65536;
+
+// Panels whose display queue holds data. One tick's layout budget is shared among
+// them, so that sixteen flooded panels cost the window no more than one.
+QSet<const SerialPortWidget *> &panelsWithBacklog()
+{
+    static QSet<const SerialPortWidget *> panels;
+    return panels;
+}
 
 int directionIndex(RXorTx direction)
 {
@@ -60,6 +68,7 @@ SerialPortWidget::SerialPortWidget(QWidget *parent)
 
 SerialPortWidget::~SerialPortWidget()
 {
+    panelsWithBacklog().remove(this);
     controller->disconnect(this);
     delete ui;
 }
@@ -146,7 +155,6 @@ void SerialPortWidget::updateDisplay()
 {
     const bool wasApplying = std::exchange(applyingSettings, true);
     ui->connectionSettings->applySettings(portSettings);
-    ui->receiveBrowser->document()->setMaximumBlockCount(0);
     refreshStatus();
     applyingSettings = wasApplying;
 }
@@ -564,7 +572,9 @@ void SerialPortWidget::pushByteArray(const QByteArray &bytes, bool count, RXorTx
     record.data = data;
     record.raw = bytes;
     record.peer = peer;
+    displayBacklogBytes += record.data.size();
     rxDataList.append(std::move(record));
+    panelsWithBacklog().insert(this);
 }
 
 void SerialPortWidget::emitConsoleTraffic(const QByteArray &bytes, RXorTx direction)
@@ -581,8 +591,9 @@ void SerialPortWidget::emitConsoleTraffic(const QByteArray &bytes, RXorTx direct
 
 void SerialPortWidget::onRefreshDisplay()
 {
-    if (state == Running) {
-        displayPortBuffer(DisplayBudgetPerTick);
+    if (state == Running && !rxDataList.isEmpty()) {
+        const qsizetype sharing = std::max<qsizetype>(1, panelsWithBacklog().size());
+        displayPortBuffer(std::max<qint64>(MinimumSharedBudget, DisplayBudgetPerTick / sharing));
     }
     if (rxBytes != shownRxBytes || txBytes != shownTxBytes) {
         updateCommonStatus();
@@ -594,16 +605,56 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
     if (rxDataList.isEmpty()) {
         return;
     }
+    // What the view cannot keep is not laid out only to be trimmed again: when more
+    // waits than the view holds, the oldest records skip the view. Counters, taps and
+    // the recording saw them at arrival.
+    const qint64 keep = std::max(1, format.displayBufferSize);
+    qint64 skipped = 0;
+    while (displayBacklogBytes > keep && rxDataList.size() > 1) {
+        const rxData record = rxDataList.takeFirst();
+        displayBacklogBytes -= record.data.size();
+        skipped += record.data.size();
+    }
+    if (skipped > 0) {
+        appendSystemLine(tr("[%L1 bytes not shown: the view could not keep up with the data rate]")
+                             .arg(skipped));
+    }
+
     qint64 total = 0;
     while (!rxDataList.isEmpty()) {
-        const rxData record = rxDataList.takeFirst();
+        rxData record = rxDataList.takeFirst();
+        // One read can bring megabytes. A record far over the budget (or over a shared
+        // budget) is shown in budget-sized slices over several ticks, so that no tick
+        // blocks the window; the text decoders carry split characters from one slice
+        // to the next.
+        const qint64 sliceAbove = budget < DisplayBudgetPerTick ? budget : 2 * budget;
+        if (budget >= 0 && record.data.size() > sliceAbove) {
+            rxData rest = record;
+            rest.data = record.data.mid(budget);
+            rest.raw = record.raw.size() == record.data.size() ? record.raw.mid(budget)
+                                                                : QByteArray();
+            record.data.truncate(budget);
+            if (!rest.raw.isEmpty()) {
+                record.raw.truncate(budget);
+            }
+            rxDataList.prepend(std::move(rest));
+        }
+        displayBacklogBytes -= record.data.size();
         total += record.data.size();
         renderRecord(record);
         if (budget >= 0 && total >= budget) {
             break;
         }
     }
+    if (rxDataList.isEmpty()) {
+        panelsWithBacklog().remove(this);
+    }
     trimView();
+}
+
+void SerialPortWidget::appendSystemLine(const QString &text)
+{
+    appendToView((viewAtLineStart ? QString() : QStringLiteral("\n")) + text + QLatin1Char('\n'));
 }
 
 void SerialPortWidget::renderRecord(const rxData &record)
@@ -617,10 +668,15 @@ void SerialPortWidget::renderRecord(const rxData &record)
     } else {
         text = QString::fromLatin1(record.data.toHex(' ').toUpper()) + QLatin1Char(' ');
     }
+    appendToView(text);
+}
+
+void SerialPortWidget::appendToView(const QString &text)
+{
     if (text.isEmpty()) {
         return;
     }
-    QTextBrowser *view = ui->receiveBrowser;
+    QPlainTextEdit *view = ui->receiveBrowser;
     QScrollBar *bar = view->verticalScrollBar();
     const bool atEnd = bar->value() >= bar->maximum();
     const int oldValue = bar->value();

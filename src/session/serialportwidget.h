@@ -45,6 +45,7 @@ public:
     };
 
     static constexpr qint64 DisplayBudgetPerTick = 262144;
+    static constexpr qint64 MinimumSharedBudget = 16384;
     static constexpr int DisplayTickMs = 20;
 
     explicit SerialPortWidget(QWidget *parent = nullptr);
@@ -169,6 +170,8 @@ private:
     WireTextDecoder &peerDecoder(const QString &peer);
     void emitConsoleTraffic(const QByteArray &bytes, RXorTx direction);
     void renderRecord(const rxData &record);
+    void appendToView(const QString &text);
+    void appendSystemLine(const QString &text);
     void trimView();
     int selectedPeerRow() const;
     bool isRunning() const { return state == Running; }
@@ -191,6 +194,7 @@ private:
     qint64 shownRxBytes = -1;
     qint64 shownTxBytes = -1;
     QList<rxData> rxDataList;
+    qint64 displayBacklogBytes = 0; // bytes of data in rxDataList
     QByteArray pausedBytes;
     AnsiEscapeFilter ansiFilter;
 

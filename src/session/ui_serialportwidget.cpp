@@ -11,7 +11,6 @@
 #include <QPushButton>
 #include <QSplitter>
 #include <QStatusBar>
-#include <QTextBrowser>
 #include <QVBoxLayout>
 
 namespace {
@@ -47,11 +46,13 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     settingsLayout->addStretch(1);
 
     auto *dataSplitter = new QSplitter(Qt::Vertical, splitter);
-    receiveBrowser = new QTextBrowser(dataSplitter);
+    receiveBrowser = new QPlainTextEdit(dataSplitter);
     receiveBrowser->setObjectName(QStringLiteral("receiveBrowser"));
     receiveBrowser->setUndoRedoEnabled(false);
-    receiveBrowser->setOpenLinks(false);
-    receiveBrowser->setLineWrapMode(QTextEdit::WidgetWidth);
+    receiveBrowser->setReadOnly(true);
+    receiveBrowser->setTextInteractionFlags(Qt::TextSelectableByMouse |
+                                           Qt::TextSelectableByKeyboard);
+    receiveBrowser->setLineWrapMode(QPlainTextEdit::WidgetWidth);
 
     auto *sendArea = new QWidget(dataSplitter);
     auto *sendLayout = new QVBoxLayout(sendArea);
