@@ -4,8 +4,7 @@
 
 DisplaySpanIndex::DisplaySpanIndex(qint64 budget)
     : byteBudget(std::max<qint64>(budget, 1))
-{
-}
+{}
 
 void DisplaySpanIndex::setBudget(qint64 bytes)
 {
@@ -81,8 +80,7 @@ void DisplaySpanIndex::breakChain(const QByteArray &bytes, RXorTx direction, con
     if (chain.bytes.isEmpty() && !chain.missing) {
         chain.peer = peer;
     }
-    if (chain.peer == peer && !chain.missing &&
-        chain.bytes.size() + bytes.size() <= ChainLimit) {
+    if (chain.peer == peer && !chain.missing && chain.bytes.size() + bytes.size() <= ChainLimit) {
         chain.bytes.append(bytes);
     } else {
         chain.missing = true;

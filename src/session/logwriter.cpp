@@ -35,7 +35,7 @@ QDateTime LogWriter::now() const
 QString LogWriter::decode_timestamp(const QDateTime &now, const QString &tmpl)
 {
     static const std::pair<const char *, const char *> tokens[] = {
-        {"%Y", "yyyy"}, {"%y", "yy"}, {"%M", "MM"},  {"%D", "dd"}, {"%h", "hh"},
+        {"%Y", "yyyy"}, {"%y", "yy"}, {"%M", "MM"},  {"%D", "dd"},  {"%h", "hh"},
         {"%m", "mm"},   {"%s", "ss"}, {"%z", "zzz"}, {"%e", "zzz"},
     };
     QString result = tmpl;
@@ -99,8 +99,8 @@ bool LogWriter::fail(const QString &text, QString *error)
 bool LogWriter::timeRotationDue(const FormatSetting &format, const QDateTime &at)
 {
     // The crossing point: the configured time plus the margin, kept inside the day.
-    const int rotateMs = std::min(format.logRotateTime.msecsSinceStartOfDay(),
-                                  DayMs - RotateTimeMarginMs - 1);
+    const int rotateMs =
+        std::min(format.logRotateTime.msecsSinceStartOfDay(), DayMs - RotateTimeMarginMs - 1);
     const int crossingMs = rotateMs + RotateTimeMarginMs;
     bool due = false;
     if (!timeCheckedAt.isValid()) {
@@ -248,8 +248,7 @@ bool LogWriter::flush(FormatSetting &format, const QString &portName, const QStr
     }
 
     const QFileInfo current(fileName);
-    if (rotationDue(format, fileName, current.exists() ? current.size() : -1) !=
-        Rotation::None) {
+    if (rotationDue(format, fileName, current.exists() ? current.size() : -1) != Rotation::None) {
         QString reason;
         if (!rotate(format, portName, fileName, &reason)) {
             return fail(reason, error);

@@ -4,6 +4,8 @@
 #include "app/settingsservice.h"
 #include "connection/connectioncontroller.h"
 #include "connection/serialportlist.h"
+#include "session/controllineledrow.h"
+#include "session/hled.h"
 #include "session/ui_serialportwidget.h"
 
 #include <QComboBox>
@@ -12,8 +14,8 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
-#include <QSet>
 #include <QSerialPort>
+#include <QSet>
 #include <QStatusBar>
 #include <QTextCursor>
 #include <QTimer>
@@ -101,10 +103,21 @@ void SerialPortWidget::initialPara()
     reconnectTimer->setInterval(2000);
     connect(reconnectTimer, &QTimer::timeout, this, &SerialPortWidget::onReconnectTick);
 
+    breakReleaseTimer = new QTimer(this);
+    breakReleaseTimer->setSingleShot(true);
+    connect(breakReleaseTimer, &QTimer::timeout, this, &SerialPortWidget::releaseBreak);
+    txCaptionTimer = new QTimer(this);
+    txCaptionTimer->setSingleShot(true);
+    connect(txCaptionTimer, &QTimer::timeout, this, &SerialPortWidget::restoreTxCaption);
+    controlLinePollTimer = new QTimer(this);
+    controlLinePollTimer->setInterval(250);
+    connect(controlLinePollTimer, &QTimer::timeout, this, &SerialPortWidget::onControlLinePollTick);
+
     rxBytes = 0;
     txBytes = 0;
     displayTimer->start();
     portsTimer->start();
+    controlLinePollTimer->start();
 }
 
 void SerialPortWidget::connectController()
@@ -142,6 +155,13 @@ void SerialPortWidget::connectDirtyTrackers()
             &SerialPortWidget::on_pauseButton_clicked);
     connect(ui->clearButton, &QPushButton::clicked, this, &SerialPortWidget::clear);
     connect(ui->sendButton, &QPushButton::clicked, this, &SerialPortWidget::on_sendButton_clicked);
+    connect(ui->ledRow, &ControlLineLedRow::breakPressed, this, &SerialPortWidget::pressBreak);
+    connect(ui->ledRow, &ControlLineLedRow::breakReleased, this,
+            &SerialPortWidget::requestBreakRelease);
+    connect(ui->ledRow, &ControlLineLedRow::rtsClicked, this,
+            [this] { toggleControlLine(ConnectionController::LineRts); });
+    connect(ui->ledRow, &ControlLineLedRow::dtrClicked, this,
+            [this] { toggleControlLine(ConnectionController::LineDtr); });
 }
 
 void SerialPortWidget::markSettingsDirty()
@@ -155,7 +175,9 @@ void SerialPortWidget::updateDisplay()
 {
     const bool wasApplying = std::exchange(applyingSettings, true);
     ui->connectionSettings->applySettings(portSettings);
+    ui->ledRow->setVisible(format.showControlLineLeds);
     refreshStatus();
+    refreshSerialControlUi();
     applyingSettings = wasApplying;
 }
 
@@ -294,6 +316,7 @@ bool SerialPortWidget::start(const QString &portName)
     }
     saveTimer->start();
     refreshStatus();
+    refreshSerialControlUi();
     if (oldState != Paused) {
         const QString detail = sessionPortInfo();
         noteSession(detail.isEmpty() ? tr("Opened %1").arg(sessionPortLabel())
@@ -307,10 +330,9 @@ void SerialPortWidget::failStart()
     state = Stopped;
     sendTimer->stop();
     saveTimer->stop();
-    if (portSettings.connMode == ModeSerial && controller->breakIsActive()) {
-        controller->setSerialLine(ConnectionController::LineBreak, false);
-    }
+    releaseBreak();
     refreshStatus();
+    refreshSerialControlUi();
 }
 
 bool SerialPortWidget::openPort(const QString &portName)
@@ -343,11 +365,10 @@ void SerialPortWidget::stop()
     disarmReconnect();
     pausedBytes.clear();
 
-    if (portSettings.connMode == ModeSerial && controller->breakIsActive()) {
-        controller->setSerialLine(ConnectionController::LineBreak, false);
-    }
+    releaseBreak();
     controller->closeAll(portSettings.connMode, displayName());
     refreshStatus();
+    refreshSerialControlUi();
 
     if (wasActive) {
         displayPortBuffer();
@@ -534,6 +555,7 @@ void SerialPortWidget::ingestRx(const QByteArray &bytes, bool pausable, const QS
     Q_EMIT rxTapped(bytes, peer);
 
     if (pausable && state == Paused) {
+        ui->ledRow->flashRx();
         rxBytes += bytes.size();
         pausedBytes.append(bytes);
         const qsizetype limit = std::max<qsizetype>(0, format.displayBufferSize);
@@ -553,6 +575,7 @@ void SerialPortWidget::pushByteArray(const QByteArray &bytes, bool count, RXorTx
     }
     QByteArray data = bytes;
     if (direction == Received) {
+        ui->ledRow->flashRx();
         if (format.receiveMsgFormat == TextFormat) {
             data = ansiFilter.process(bytes);
         }
@@ -631,8 +654,8 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
         if (budget >= 0 && record.data.size() > sliceAbove) {
             rxData rest = record;
             rest.data = record.data.mid(budget);
-            rest.raw = record.raw.size() == record.data.size() ? record.raw.mid(budget)
-                                                                : QByteArray();
+            rest.raw =
+                record.raw.size() == record.data.size() ? record.raw.mid(budget) : QByteArray();
             record.data.truncate(budget);
             if (!rest.raw.isEmpty()) {
                 record.raw.truncate(budget);
@@ -842,6 +865,9 @@ void SerialPortWidget::noteTxAccepted(const QByteArray &bytes, const QString &pe
 {
     txBytes += bytes.size();
     updateCommonStatus();
+    if (!bytes.isEmpty() && !breakHeld) {
+        ui->ledRow->flashTx();
+    }
     Q_EMIT txTapped(bytes, hasPeer ? peer : QString());
 }
 
@@ -915,6 +941,18 @@ void SerialPortWidget::onControllerError(const QString &text)
 void SerialPortWidget::onSerialPortLost()
 {
     noteSession(tr("Serial port lost"));
+    breakReleaseTimer->stop();
+    if (breakHeld) {
+        controller->setSerialLine(ConnectionController::LineBreak, false);
+    }
+    breakHeld = false;
+    ui->ledRow->releaseBreakHold();
+    if (breakStarted.isValid() && breakStarted.elapsed() < MinimumBreakIndicationMs) {
+        txCaptionTimer->start(int(MinimumBreakIndicationMs - breakStarted.elapsed()));
+    } else {
+        ui->ledRow->endBreakIndication();
+    }
+    refreshSerialControlUi();
     if (autoReconnect && state != Stopped && portSettings.connMode == ModeSerial) {
         portLost = true;
         showMessage(
@@ -1022,6 +1060,7 @@ void SerialPortWidget::onReconnectTick()
     }
     state = Running;
     disarmReconnect();
+    refreshSerialControlUi();
     showMessage(tr("Serial Port %1 RECONNECTED").arg(portSettings.name), 3000);
     noteSession(tr("Reconnected %1").arg(sessionPortLabel()));
     refreshStatus();
@@ -1198,6 +1237,139 @@ void SerialPortWidget::showMessage(const QString &text, int timeoutMs)
 {
     statusBar()->showMessage(text, timeoutMs);
     Q_EMIT statusShown(text, timeoutMs);
+}
+
+// ---------------------------------------------------------------------------
+// Control lines and break
+
+void SerialPortWidget::pressBreak()
+{
+    breakReleaseTimer->stop();
+    txCaptionTimer->stop();
+    breakHeld = applyBreakLine(true);
+    if (!breakHeld) {
+        ui->ledRow->releaseBreakHold();
+        return;
+    }
+    breakStarted.start();
+    ui->ledRow->beginBreakIndication();
+}
+
+void SerialPortWidget::requestBreakRelease()
+{
+    // Every break lasts at least this long, however short the press: devices detect a
+    // break by its length.
+    if (breakHeld && breakStarted.isValid() && breakStarted.elapsed() < MinimumBreakMs) {
+        breakReleaseTimer->start(int(MinimumBreakMs - breakStarted.elapsed()));
+        return;
+    }
+    releaseBreak();
+}
+
+void SerialPortWidget::releaseBreak()
+{
+    breakReleaseTimer->stop();
+    if (breakHeld || controller->breakIsActive()) {
+        applyBreakLine(false);
+    }
+    breakHeld = false;
+    if (breakStarted.isValid() && breakStarted.elapsed() < MinimumBreakIndicationMs) {
+        txCaptionTimer->start(int(MinimumBreakIndicationMs - breakStarted.elapsed()));
+    } else {
+        restoreTxCaption();
+    }
+}
+
+void SerialPortWidget::restoreTxCaption()
+{
+    ui->ledRow->endBreakIndication();
+}
+
+bool SerialPortWidget::applyBreakLine(bool on)
+{
+    const connectionMode mode = portSettings.connMode;
+    if (connectionModeIsRemoteSerial(mode)) {
+        if (on) {
+            showMessage(tr("Break on a remote serial port needs RFC 2217 com-port control, "
+                           "which this build does not include yet."),
+                        5000);
+        }
+        return false;
+    }
+    if (mode != ModeSerial) {
+        if (on) {
+            showMessage(explainInertControlLine(), 5000);
+        }
+        return false;
+    }
+    return controller->setSerialLine(ConnectionController::LineBreak, on);
+}
+
+void SerialPortWidget::toggleControlLine(int line)
+{
+    const auto which = static_cast<ConnectionController::SerialLine>(line);
+    if (portSettings.connMode != ModeSerial ||
+        (which == ConnectionController::LineRts && portSettings.flowControl == 1)) {
+        showMessage(explainInertControlLine(), 5000);
+        return;
+    }
+    controller->setSerialLine(which, !controller->serialLineRequested(which));
+    if (which == ConnectionController::LineDtr) {
+        portSettings.dtrOn = controller->serialLineRequested(which);
+    } else {
+        portSettings.rtsOn = controller->serialLineRequested(which);
+    }
+    markSettingsDirty();
+    refreshSerialControlUi();
+}
+
+QString SerialPortWidget::explainInertControlLine() const
+{
+    const connectionMode mode = portSettings.connMode;
+    if (mode == ModeSerial && portSettings.flowControl == 1) {
+        return tr("RTS is driven by RTS/CTS flow control and cannot be set by hand.");
+    }
+    if (connectionModeIsRemoteSerial(mode) && portSettings.useRemoteSerialConfig) {
+        return tr("The remote port is left under its own configuration. Clear \"Keep the "
+                  "remote port's own config\" to drive RTS, DTR and Break from here.");
+    }
+    return tr("Control lines belong to a serial port. This connection does not have one.");
+}
+
+void SerialPortWidget::refreshSerialControlUi()
+{
+    onControlLinePollTick();
+}
+
+void SerialPortWidget::onControlLinePollTick()
+{
+    if (!format.showControlLineLeds) {
+        return;
+    }
+    ControlLineLedRow *row = ui->ledRow;
+    const bool serial = portSettings.connMode == ModeSerial;
+    const bool rtsByFlow = serial && portSettings.flowControl == 1;
+    row->setLine(ControlLineLedRow::Rts,
+                 serial && controller->serialLineRequested(ConnectionController::LineRts),
+                 rtsByFlow);
+    row->setLine(ControlLineLedRow::Dtr,
+                 serial && controller->serialLineRequested(ConnectionController::LineDtr));
+    QSerialPort *device = controller->serialDevice();
+    if (!serial || !device->isOpen() || !controller->serialControlLinesSupported()) {
+        row->clearInputs();
+        return;
+    }
+    const QSerialPort::PinoutSignals pins = device->pinoutSignals();
+    if (device->error() != QSerialPort::NoError) {
+        // A driver without modem-line reporting: the inputs have no source.
+        device->clearError();
+        row->clearInputs();
+        return;
+    }
+    row->setLine(ControlLineLedRow::Cts, pins & QSerialPort::ClearToSendSignal);
+    row->setLine(ControlLineLedRow::Dsr, pins & QSerialPort::DataSetReadySignal);
+    row->setLine(ControlLineLedRow::Dcd, pins & QSerialPort::DataCarrierDetectSignal);
+    row->setLine(ControlLineLedRow::Ri, pins & QSerialPort::RingIndicatorSignal);
 }
 
 // ---------------------------------------------------------------------------

@@ -101,6 +101,15 @@ public:
     ConnectionController *connectionController() const { return controller; }
     QString viewText() const;
 
+    // Control lines and break.
+    void pressBreak();
+    void requestBreakRelease();
+    bool breakIsHeld() const { return breakHeld; }
+    void toggleControlLine(int line);
+    QString explainInertControlLine() const;
+    static constexpr int MinimumBreakMs = 300;
+    static constexpr int MinimumBreakIndicationMs = 800;
+
 signals:
     void settingsChanged();
     void rxTapped(const QByteArray &bytes, const QString &peer);
@@ -152,6 +161,11 @@ private:
     void onSaveData();
     void onReconnectTick();
     void disarmReconnect();
+    void releaseBreak();
+    void restoreTxCaption();
+    bool applyBreakLine(bool on);
+    void onControlLinePollTick();
+    void refreshSerialControlUi();
     void on_sendButton_clicked();
     void on_openButton_clicked();
     void on_pauseButton_clicked();
@@ -186,6 +200,11 @@ private:
     QTimer *displayTimer = nullptr;
     QTimer *portsTimer = nullptr;
     QTimer *reconnectTimer = nullptr;
+    QTimer *breakReleaseTimer = nullptr;
+    QTimer *txCaptionTimer = nullptr;
+    QTimer *controlLinePollTimer = nullptr;
+    QElapsedTimer breakStarted;
+    bool breakHeld = false;
 
     int state = Stopped;
     int portNumberValue = 0;

@@ -1,6 +1,7 @@
 #include "session/ui_serialportwidget.h"
 
 #include "app/connectionsettingswidget.h"
+#include "session/controllineledrow.h"
 
 #include <QComboBox>
 #include <QCoreApplication>
@@ -46,12 +47,20 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     settingsLayout->addStretch(1);
 
     auto *dataSplitter = new QSplitter(Qt::Vertical, splitter);
-    receiveBrowser = new QPlainTextEdit(dataSplitter);
+    auto *receiveArea = new QWidget(dataSplitter);
+    auto *receiveLayout = new QVBoxLayout(receiveArea);
+    receiveLayout->setContentsMargins(0, 0, 0, 0);
+    receiveLayout->setSpacing(2);
+    receiveBrowser = new QPlainTextEdit(receiveArea);
+    receiveLayout->addWidget(receiveBrowser, 1);
+    ledRow = new ControlLineLedRow(receiveArea);
+    ledRow->setObjectName(QStringLiteral("ledRow"));
+    receiveLayout->addWidget(ledRow);
     receiveBrowser->setObjectName(QStringLiteral("receiveBrowser"));
     receiveBrowser->setUndoRedoEnabled(false);
     receiveBrowser->setReadOnly(true);
     receiveBrowser->setTextInteractionFlags(Qt::TextSelectableByMouse |
-                                           Qt::TextSelectableByKeyboard);
+                                            Qt::TextSelectableByKeyboard);
     receiveBrowser->setLineWrapMode(QPlainTextEdit::WidgetWidth);
 
     auto *sendArea = new QWidget(dataSplitter);

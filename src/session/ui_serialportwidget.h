@@ -3,6 +3,7 @@
 // The widgets of a port panel, built in code.
 
 class ConnectionSettingsWidget;
+class ControlLineLedRow;
 class QComboBox;
 class QLabel;
 class QMainWindow;
@@ -21,6 +22,7 @@ public:
     // The receive view. A plain-text layout, because it lays a 256 KiB display tick out
     // about six times faster than the rich-text browser, and colours still work per run.
     QPlainTextEdit *receiveBrowser = nullptr;
+    ControlLineLedRow *ledRow = nullptr;
     QLabel *peerLabel = nullptr;
     QComboBox *peerCombo = nullptr;
     QPlainTextEdit *sendTextEdit = nullptr;

@@ -54,10 +54,10 @@ void TestDisplaySpanIndex::merge_data()
     QTest::addColumn<bool>("merged");
 
     const QByteArray full(4000, 'a');
-    QTest::newRow("one-byte reads") << QByteArray("a") << false << QByteArray("b") << 0 << ""
-                                    << true;
-    QTest::newRow("after line feed") << QByteArray("a\n") << false << QByteArray("b") << 0 << ""
-                                     << false;
+    QTest::newRow("one-byte reads")
+        << QByteArray("a") << false << QByteArray("b") << 0 << "" << true;
+    QTest::newRow("after line feed")
+        << QByteArray("a\n") << false << QByteArray("b") << 0 << "" << false;
     QTest::newRow("after carriage return")
         << QByteArray("a\r") << false << QByteArray("b") << 0 << "" << false;
     QTest::newRow("hex goes on after a line feed byte")
@@ -68,12 +68,12 @@ void TestDisplaySpanIndex::merge_data()
         << full << false << QByteArray(97, 'b') << 0 << "" << true;
     QTest::newRow("not adjacent") << QByteArray("a") << false << QByteArray("b") << 1 << ""
                                   << false;
-    QTest::newRow("other direction") << QByteArray("a") << false << QByteArray("b") << 0 << "tx"
-                                     << false;
+    QTest::newRow("other direction")
+        << QByteArray("a") << false << QByteArray("b") << 0 << "tx" << false;
     QTest::newRow("other peer") << QByteArray("a") << false << QByteArray("b") << 0 << "peer"
                                 << false;
-    QTest::newRow("stamped second") << QByteArray("a") << false << QByteArray("b") << 0
-                                    << "stamp" << false;
+    QTest::newRow("stamped second")
+        << QByteArray("a") << false << QByteArray("b") << 0 << "stamp" << false;
     QTest::newRow("second has a prefix")
         << QByteArray("a") << false << QByteArray("b") << 0 << "prefix" << false;
     QTest::newRow("other view format")
@@ -120,8 +120,8 @@ void TestDisplaySpanIndex::oneByteReadsMergeUpToLineEnds()
     DisplaySpanIndex index;
     const QByteArray stream = QByteArray("line one\nline two\r\nthree").repeated(50);
     for (char c : stream) {
-        QVERIFY(index.append(span(index.isEmpty() ? 0 : index.spans().back().docEnd(),
-                                  QByteArray(1, c))));
+        QVERIFY(index.append(
+            span(index.isEmpty() ? 0 : index.spans().back().docEnd(), QByteArray(1, c))));
     }
     // A span ends at either line-end byte, so "\r\n" leaves the "\n" on its own.
     QCOMPARE(index.size(), 151);
@@ -142,8 +142,8 @@ void TestDisplaySpanIndex::chain_data()
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<bool>("missing");
 
-    QTest::newRow("line feed joins the next span") << QStringList{":\n"} << "" << QByteArray("\nx")
-                                                   << false;
+    QTest::newRow("line feed joins the next span")
+        << QStringList{":\n"} << "" << QByteArray("\nx") << false;
     QTest::newRow("several blocks in order")
         << QStringList{":\n", ":\r\n"} << "" << QByteArray("\n\r\nx") << false;
     QTest::newRow("empty block only breaks") << QStringList{":"} << "" << QByteArray("x") << false;

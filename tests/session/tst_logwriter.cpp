@@ -76,12 +76,21 @@ void TestLogWriter::decodeTemplates_data()
     QTest::addColumn<QString>("tmpl");
     QTest::addColumn<QString>("port");
     QTest::addColumn<QString>("name");
-    QTest::newRow("default") << "vlm_%S-%Y%M%D.log" << "COM3" << "vlm_COM3-20260314.log";
-    QTest::newRow("tcp server address") << "/logs/%S.log" << "0.0.0.0" << "/logs/0.0.0.0.log";
-    QTest::newRow("every token") << "%Y %y %M %D %h %m %s %z %e" << ""
+    QTest::newRow("default") << "vlm_%S-%Y%M%D.log"
+                             << "COM3"
+                             << "vlm_COM3-20260314.log";
+    QTest::newRow("tcp server address") << "/logs/%S.log"
+                                        << "0.0.0.0"
+                                        << "/logs/0.0.0.0.log";
+    QTest::newRow("every token") << "%Y %y %M %D %h %m %s %z %e"
+                                 << ""
                                  << "2026 26 03 14 09 05 07 042 042";
-    QTest::newRow("log stamp") << "[%h:%m:%s.%z] " << "x" << "[09:05:07.042] ";
-    QTest::newRow("no tokens") << "plain.txt" << "COM3" << "plain.txt";
+    QTest::newRow("log stamp") << "[%h:%m:%s.%z] "
+                               << "x"
+                               << "[09:05:07.042] ";
+    QTest::newRow("no tokens") << "plain.txt"
+                               << "COM3"
+                               << "plain.txt";
 }
 
 void TestLogWriter::decodeTemplates()
@@ -192,7 +201,9 @@ void TestLogWriter::timeRotationOncePerCrossing()
     Bench b;
     b.format.logRotateAtTime = true;
     b.format.logRotateTime = QTime(12, 0);
-    const auto at = [](int day, QTime time) { return QDateTime(QDate(2026, 3, day), time, Qt::UTC); };
+    const auto at = [](int day, QTime time) {
+        return QDateTime(QDate(2026, 3, day), time, Qt::UTC);
+    };
 
     const QList<std::pair<QDateTime, QString>> steps = {
         {at(14, QTime(11, 59, 10)), "port.log"},

@@ -75,6 +75,9 @@ private slots:
     void badInputLeavesPanelStoppedAndUsable();
     void ptyPortIsLostOnlyWhenItsPathVanishes();
     void consoleKeyNamesModeAndIndex();
+    void shortBreakPressLastsTheMinimum();
+    void controlLinesOfNetworkPortsExplainThemselves_data();
+    void controlLinesOfNetworkPortsExplainThemselves();
 };
 
 void TestSerialPortWidget::tcpClientShowsWhatTheServerSends()
@@ -378,6 +381,67 @@ void TestSerialPortWidget::consoleKeyNamesModeAndIndex()
     settings.connMode = ModeSerial;
     panel.applySettings(settings);
     QCOMPARE(panel.consolePortKey(), QString("ser-3"));
+}
+
+void TestSerialPortWidget::shortBreakPressLastsTheMinimum()
+{
+    testsupport::PtyPair pty;
+    QString why;
+    if (!pty.start(&why)) {
+        QSKIP(qPrintable(why));
+    }
+    SerialPortWidget panel;
+    panel.applySettings(serialSettings(pty.portA()));
+    QVERIFY(panel.start(QString()));
+    QElapsedTimer held;
+    panel.pressBreak();
+    held.start();
+    if (!panel.breakIsHeld()) {
+        QSKIP("this pseudo-terminal refuses break");
+    }
+    QVERIFY(panel.connectionController()->breakIsActive());
+    QTest::qWait(10);
+    panel.requestBreakRelease();
+    QVERIFY(panel.connectionController()->breakIsActive());
+    QTRY_VERIFY_WITH_TIMEOUT(!panel.connectionController()->breakIsActive(), Timeout);
+    QVERIFY2(held.elapsed() >= SerialPortWidget::MinimumBreakMs - 5,
+             qPrintable(QString::number(held.elapsed())));
+    QVERIFY(!panel.breakIsHeld());
+
+    // A long press is released at once.
+    panel.pressBreak();
+    QTest::qWait(SerialPortWidget::MinimumBreakMs + 20);
+    panel.requestBreakRelease();
+    QVERIFY(!panel.connectionController()->breakIsActive());
+}
+
+void TestSerialPortWidget::controlLinesOfNetworkPortsExplainThemselves_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<int>("flow");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("tcp client") << 2 << 0 << "Control lines belong to a serial port.";
+    QTest::newRow("udp") << 4 << 0 << "Control lines belong to a serial port.";
+    QTest::newRow("rts under flow control")
+        << 0 << 1 << "RTS is driven by RTS/CTS flow control and cannot be set by hand.";
+    QTest::newRow("remote keeps its own config") << 7 << 0 << "The remote port is left under";
+}
+
+void TestSerialPortWidget::controlLinesOfNetworkPortsExplainThemselves()
+{
+    QFETCH(int, mode);
+    QFETCH(int, flow);
+    QFETCH(QString, message);
+    SerialPortWidget panel;
+    Settings settings;
+    settings.connMode = connectionMode(mode);
+    settings.flowControl = flow;
+    panel.applySettings(settings);
+    QSignalSpy status(&panel, &SerialPortWidget::statusShown);
+    panel.toggleControlLine(ConnectionController::LineRts);
+    QVERIFY(anyStartsWith(status, message));
+    QVERIFY(panel.explainInertControlLine().startsWith(message));
+    QVERIFY(!panel.breakIsHeld());
 }
 
 QTEST_MAIN(TestSerialPortWidget)
