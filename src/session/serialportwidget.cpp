@@ -631,7 +631,7 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
     // What the view cannot keep is not laid out only to be trimmed again: when more
     // waits than the view holds, the oldest records skip the view. Counters, taps and
     // the recording saw them at arrival.
-    const qint64 keep = std::max(1, format.displayBufferSize);
+    const qint64 keep = viewCharacterBudget();
     qint64 skipped = 0;
     while (displayBacklogBytes > keep && rxDataList.size() > 1) {
         const rxData record = rxDataList.takeFirst();
@@ -713,7 +713,7 @@ void SerialPortWidget::appendToView(const QString &text)
 void SerialPortWidget::trimView()
 {
     QTextDocument *document = ui->receiveBrowser->document();
-    const int budget = std::max(1, format.displayBufferSize);
+    const int budget = viewCharacterBudget();
     const int count = document->characterCount();
     if (count <= budget) {
         return;
@@ -727,6 +727,13 @@ void SerialPortWidget::trimView()
     if (atEnd) {
         bar->setValue(bar->maximum());
     }
+}
+
+int SerialPortWidget::viewCharacterBudget() const
+{
+    // A budget of 0 (which old project files can hold) must not let the view grow
+    // without bound, nor empty it at every tick.
+    return std::max(MinimumViewCharacters, format.displayBufferSize);
 }
 
 QString SerialPortWidget::viewText() const

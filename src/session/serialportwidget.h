@@ -46,6 +46,7 @@ public:
 
     static constexpr qint64 DisplayBudgetPerTick = 262144;
     static constexpr qint64 MinimumSharedBudget = 16384;
+    static constexpr int MinimumViewCharacters = 1 << 20;
     static constexpr int DisplayTickMs = 20;
 
     explicit SerialPortWidget(QWidget *parent = nullptr);
@@ -187,6 +188,7 @@ private:
     void appendToView(const QString &text);
     void appendSystemLine(const QString &text);
     void trimView();
+    int viewCharacterBudget() const;
     int selectedPeerRow() const;
     bool isRunning() const { return state == Running; }
 
