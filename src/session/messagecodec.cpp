@@ -95,8 +95,8 @@ QString shapeBlock(const rxData &rx, const FormatSetting &format, LineState stat
     const QString stamp =
         stamped ? rx.time.toString(isTx ? format.txTimeFormat : format.rxTimeFormat) : QString();
     bool atLineStart = state.atLineStart;
-    bool breakLine = false;   // a line feed goes in front
-    bool stampLeads = false;  // the text starts with the stamp
+    bool breakLine = false;  // a line feed goes in front
+    bool stampLeads = false; // the text starts with the stamp
     QString out;
 
     if (isTx) {
@@ -112,8 +112,8 @@ QString shapeBlock(const rxData &rx, const FormatSetting &format, LineState stat
         // stream stays on one line however long it runs, and any pause longer than
         // the interval starts a new one.
         const QDateTime &last = state.lastRxTime;
-        const bool gap = format.rxAutoFeedLine && last.isValid() && rx.time.isValid()
-                         && last.msecsTo(rx.time) > format.autoFeedInterval;
+        const bool gap = format.rxAutoFeedLine && last.isValid() && rx.time.isValid() &&
+                         last.msecsTo(rx.time) > format.autoFeedInterval;
         state.lastRxTime = rx.time;
         if (asText) {
             if (stamped) {
@@ -227,7 +227,8 @@ EncodeSendResult MessageCodec::encodeSend(const QString &text, bool isHex,
                 return result;
             }
             if (i + 1 >= size) {
-                result.error = tr("The message ends with a lone backslash. Write \\\\ to send one.");
+                result.error =
+                    tr("The message ends with a lone backslash. Write \\\\ to send one.");
                 return result;
             }
             const QChar letter = body.at(++i);
@@ -365,10 +366,9 @@ QByteArray MessageCodec::appendChecksum(const QByteArray &bytes, int mode)
 
 // --- Decoding ---
 
-QString MessageCodec::decodeForUi(const rxData &rx, const FormatSetting &format,
-                                  bool &atLineStart, QDateTime &lastRxTime,
-                                  QDateTime &lastTxTime, WireTextDecoder *decoder,
-                                  int &prefixLength)
+QString MessageCodec::decodeForUi(const rxData &rx, const FormatSetting &format, bool &atLineStart,
+                                  QDateTime &lastRxTime, QDateTime &lastTxTime,
+                                  WireTextDecoder *decoder, int &prefixLength)
 {
     const QString out = shapeBlock(rx, format, {atLineStart, lastRxTime}, decoder, prefixLength);
     if (rx.direction == Sent && !out.isEmpty()) {
@@ -377,9 +377,9 @@ QString MessageCodec::decodeForUi(const rxData &rx, const FormatSetting &format,
     return out;
 }
 
-QString MessageCodec::decodeForLog(const rxData &rx, const FormatSetting &format,
-                                   bool &atLineStart, bool &pendingFlag, QDateTime &lastTime,
-                                   WireTextDecoder *decoder, WireTextDecoder *decoderRx)
+QString MessageCodec::decodeForLog(const rxData &rx, const FormatSetting &format, bool &atLineStart,
+                                   bool &pendingFlag, QDateTime &lastTime, WireTextDecoder *decoder,
+                                   WireTextDecoder *decoderRx)
 {
     if (rx.isLocalEcho) {
         return QString(); // typed input is shown, never logged
@@ -416,8 +416,8 @@ QString MessageCodec::sanitizeText(const QString &text)
 {
     QString out = text;
     for (QChar &c : out) {
-        if (c.category() == QChar::Other_Control && c != u'\t' && c != LineFeed
-            && c != CarriageReturn) {
+        if (c.category() == QChar::Other_Control && c != u'\t' && c != LineFeed &&
+            c != CarriageReturn) {
             c = QChar(0x25A1);
         }
     }

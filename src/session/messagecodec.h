@@ -59,9 +59,9 @@ public:
     // `pendingFlag` (true while the open line of the log holds sent data), the last
     // received time, and its decoders for sent (`decoder`) and received (`decoderRx`)
     // data.
-    static QString decodeForLog(const rxData &rx, const FormatSetting &format,
-                                bool &atLineStart, bool &pendingFlag, QDateTime &lastTime,
-                                WireTextDecoder *decoder, WireTextDecoder *decoderRx);
+    static QString decodeForLog(const rxData &rx, const FormatSetting &format, bool &atLineStart,
+                                bool &pendingFlag, QDateTime &lastTime, WireTextDecoder *decoder,
+                                WireTextDecoder *decoderRx);
     // Puts `stamp` at the start of every line of `text`, after turning CR LF and LF CR
     // into LF and dropping lone CRs; a final LF stays last.
     static QString insertTimeStamp(const QString &text, const QString &stamp);

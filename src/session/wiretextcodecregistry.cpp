@@ -28,8 +28,7 @@ constexpr EncodingEntry encodingTable[] = {
     {"UTF-8", "65001 cp65001", Backend::Utf8, nullptr, Layout::SingleByte},
     {"GB18030", "54936 cp54936", Backend::Codec, "GB18030", Layout::Gb18030},
     {"GBK", "936 cp936 ms936 windows-936", Backend::Codec, "GBK", Layout::DoubleByte},
-    {"GB2312", "euc-cn csgb2312 cp20936 20936 chinese", Backend::Codec, "GBK",
-     Layout::DoubleByte},
+    {"GB2312", "euc-cn csgb2312 cp20936 20936 chinese", Backend::Codec, "GBK", Layout::DoubleByte},
     {"Big5", "950 cp950 csbig5", Backend::Codec, "Big5", Layout::DoubleByte},
     {"Shift-JIS", "Shift_JIS sjis ms_kanji 932 cp932 windows-31j csshiftjis", Backend::Codec,
      "Shift_JIS", Layout::ShiftJis},
@@ -207,8 +206,8 @@ WireTextCodecRegistry::Encoded WireTextCodecRegistry::encode(const QString &text
 
     // Find the first character that fails on its own; surrogate pairs stay together.
     for (qsizetype i = 0; i < text.size();) {
-        const bool pair = text.at(i).isHighSurrogate() && i + 1 < text.size()
-                          && text.at(i + 1).isLowSurrogate();
+        const bool pair =
+            text.at(i).isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate();
         const qsizetype length = pair ? 2 : 1;
         if (!pair && text.at(i).isSurrogate()) {
             break; // half a character: there is nothing to name

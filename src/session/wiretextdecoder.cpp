@@ -121,8 +121,8 @@ int characterLength(WireByteLayout layout, const uchar *p, qsizetype available)
 // `convert(data, size)`, broken lead bytes as U+FFFD. What remains of an incomplete
 // character is left in `pending`.
 template<typename Convert>
-QString decodeWholeCharacters(WireByteLayout layout, QByteArray &pending,
-                              const QByteArray &bytes, Convert convert)
+QString decodeWholeCharacters(WireByteLayout layout, QByteArray &pending, const QByteArray &bytes,
+                              Convert convert)
 {
     const QByteArray buffer = pending.isEmpty() ? bytes : pending + bytes;
     const auto *data = reinterpret_cast<const uchar *>(buffer.constData());
@@ -198,8 +198,7 @@ LegacyWireTextDecoder::LegacyWireTextDecoder(QTextCodec *codec, WireByteLayout l
     : codec(codec)
     , layout(layout)
     , name(name)
-{
-}
+{}
 
 QString LegacyWireTextDecoder::decode(const QByteArray &bytes)
 {

@@ -137,7 +137,7 @@ CrcCatalog::CustomParameters CrcCatalog::parameters(Algorithm algorithm)
     if (!entry) {
         entry = definition(Custom);
     }
-    return {entry->width,     entry->polynomial,   entry->initial,
+    return {entry->width,    entry->polynomial,   entry->initial,
             entry->finalXor, entry->reflectInput, entry->reflectOutput};
 }
 
@@ -303,6 +303,6 @@ quint64 CrcCatalog::scriptChecksum(const QString &name, QByteArrayView bytes, bo
     case ScriptKind::Crc:
         break;
     }
-    return calculateCustom(bytes, {entry->width, entry->polynomial, entry->initial,
-                                   entry->finalXor, entry->reflectInput, entry->reflectOutput});
+    return calculateCustom(bytes, {entry->width, entry->polynomial, entry->initial, entry->finalXor,
+                                   entry->reflectInput, entry->reflectOutput});
 }

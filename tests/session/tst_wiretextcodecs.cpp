@@ -72,11 +72,16 @@ void TestWireTextCodecs::normalizeName_data()
             QTest::addRow("%s upper", qPrintable(name)) << name.toUpper() << canonical << true;
         }
     }
-    QTest::newRow("surrounding blanks") << " gbk\t" << "GBK" << true;
-    QTest::newRow("empty") << "" << "UTF-8" << false;
-    QTest::newRow("utf8 is not a listed form") << "utf8" << "UTF-8" << false;
-    QTest::newRow("UTF-16 unknown") << "UTF-16" << "UTF-8" << false;
-    QTest::newRow("part of a name") << "Shift" << "UTF-8" << false;
+    QTest::newRow("surrounding blanks") << " gbk\t"
+                                        << "GBK" << true;
+    QTest::newRow("empty") << ""
+                           << "UTF-8" << false;
+    QTest::newRow("utf8 is not a listed form") << "utf8"
+                                               << "UTF-8" << false;
+    QTest::newRow("UTF-16 unknown") << "UTF-16"
+                                    << "UTF-8" << false;
+    QTest::newRow("part of a name") << "Shift"
+                                    << "UTF-8" << false;
 }
 
 void TestWireTextCodecs::normalizeName()
@@ -102,29 +107,50 @@ void TestWireTextCodecs::encode_data()
     QTest::addColumn<QString>("encoding");
     QTest::addColumn<QString>("text");
     QTest::addColumn<QByteArray>("bytes"); // hex
-    QTest::addColumn<QString>("failing"); // the character named, "" for none
+    QTest::addColumn<QString>("failing");  // the character named, "" for none
 
-    QTest::newRow("empty") << "GBK" << "" << QByteArray() << "";
-    QTest::newRow("utf-8") << "UTF-8" << "é€" << QByteArray("c3a9e282ac") << "";
-    QTest::newRow("latin1") << "latin1" << "café" << QByteArray("636166e9") << "";
-    QTest::newRow("latin1 has no euro") << "ISO-8859-1" << "aé€ü" << QByteArray() << "€";
-    QTest::newRow("first failure is named") << "ISO-8859-1" << "aĀ€" << QByteArray() << "Ā";
-    QTest::newRow("1252 euro") << "Windows-1252" << "€" << QByteArray("80") << "";
-    QTest::newRow("1252 no A macron") << "cp1252" << "xĀ" << QByteArray() << "Ā";
-    QTest::newRow("gbk") << "GBK" << "中文é" << QByteArray("d6d0cec4a8a6") << "";
-    QTest::newRow("gbk has no hangul") << "GBK" << "中한" << QByteArray() << "한";
-    QTest::newRow("gbk has no emoji") << "GBK" << "a😀" << QByteArray() << "😀";
-    QTest::newRow("gb2312 reads as gbk") << "GB2312" << "中" << QByteArray("d6d0") << "";
-    QTest::newRow("gb18030 four bytes") << "GB18030" << "a😀" << QByteArray("619439fc36") << "";
-    QTest::newRow("big5") << "Big5" << "中" << QByteArray("a4a4") << "";
-    QTest::newRow("big5 has no e acute") << "Big5" << "中é" << QByteArray() << "é";
-    QTest::newRow("shift-jis") << "sjis" << "日本ｱ" << QByteArray("93fa967bb1") << "";
-    QTest::newRow("shift-jis has no hangul") << "Shift-JIS" << "한" << QByteArray() << "한";
-    QTest::newRow("euc-kr") << "EUC-KR" << "한€" << QByteArray("c7d1a2e6") << "";
-    QTest::newRow("euc-kr has no emoji") << "EUC-KR" << "😀" << QByteArray() << "😀";
+    QTest::newRow("empty") << "GBK"
+                           << "" << QByteArray() << "";
+    QTest::newRow("utf-8") << "UTF-8"
+                           << "é€" << QByteArray("c3a9e282ac") << "";
+    QTest::newRow("latin1") << "latin1"
+                            << "café" << QByteArray("636166e9") << "";
+    QTest::newRow("latin1 has no euro") << "ISO-8859-1"
+                                        << "aé€ü" << QByteArray() << "€";
+    QTest::newRow("first failure is named") << "ISO-8859-1"
+                                            << "aĀ€" << QByteArray() << "Ā";
+    QTest::newRow("1252 euro") << "Windows-1252"
+                               << "€" << QByteArray("80") << "";
+    QTest::newRow("1252 no A macron") << "cp1252"
+                                      << "xĀ" << QByteArray() << "Ā";
+    QTest::newRow("gbk") << "GBK"
+                         << "中文é" << QByteArray("d6d0cec4a8a6") << "";
+    QTest::newRow("gbk has no hangul") << "GBK"
+                                       << "中한" << QByteArray() << "한";
+    QTest::newRow("gbk has no emoji") << "GBK"
+                                      << "a😀" << QByteArray() << "😀";
+    QTest::newRow("gb2312 reads as gbk") << "GB2312"
+                                         << "中" << QByteArray("d6d0") << "";
+    QTest::newRow("gb18030 four bytes") << "GB18030"
+                                        << "a😀" << QByteArray("619439fc36") << "";
+    QTest::newRow("big5") << "Big5"
+                          << "中" << QByteArray("a4a4") << "";
+    QTest::newRow("big5 has no e acute") << "Big5"
+                                         << "中é" << QByteArray() << "é";
+    QTest::newRow("shift-jis") << "sjis"
+                               << "日本ｱ" << QByteArray("93fa967bb1") << "";
+    QTest::newRow("shift-jis has no hangul") << "Shift-JIS"
+                                             << "한" << QByteArray() << "한";
+    QTest::newRow("euc-kr") << "EUC-KR"
+                            << "한€" << QByteArray("c7d1a2e6") << "";
+    QTest::newRow("euc-kr has no emoji") << "EUC-KR"
+                                         << "😀" << QByteArray() << "😀";
     // A byte-order mark is dropped by the legacy converters without a word.
-    QTest::newRow("bom is not dropped silently") << "GBK" << "a\uFEFF" << QByteArray() << QString(QChar(0xFEFF));
-    QTest::newRow("unknown name is UTF-8") << "klingon" << "é" << QByteArray("c3a9") << "";
+    QTest::newRow("bom is not dropped silently")
+        << "GBK"
+        << "a\uFEFF" << QByteArray() << QString(QChar(0xFEFF));
+    QTest::newRow("unknown name is UTF-8") << "klingon"
+                                           << "é" << QByteArray("c3a9") << "";
     QTest::newRow("lone surrogate in utf-8")
         << "UTF-8" << QString("a") + QChar(0xD800) << QByteArray() << "<message>";
     QTest::newRow("lone surrogate at the end in gb18030")
@@ -163,16 +189,26 @@ void TestWireTextCodecs::splitCharactersComeOutWhole_data()
 {
     QTest::addColumn<QString>("encoding");
     QTest::addColumn<QString>("sample");
-    QTest::newRow("UTF-8") << "UTF-8" << "a中😀é\r\nb";
-    QTest::newRow("GB18030") << "GB18030" << "a中😀é€\u0080\nb";
-    QTest::newRow("GBK") << "GBK" << "a中文€丂\nb";
-    QTest::newRow("GB2312") << "GB2312" << "a中文\r\nb";
-    QTest::newRow("Big5") << "Big5" << "a中文，\nb";
-    QTest::newRow("Shift-JIS") << "Shift-JIS" << "aｱ日本語ｶ\nb";
-    QTest::newRow("EUC-KR") << "EUC-KR" << "a한국어똠€\nb";
-    QTest::newRow("ISO-8859-1") << "ISO-8859-1" << "aéÿ\nb";
-    QTest::newRow("Windows-1252") << "Windows-1252" << "a€é\nb";
-    QTest::newRow("System") << "System" << "ab\n";
+    QTest::newRow("UTF-8") << "UTF-8"
+                           << "a中😀é\r\nb";
+    QTest::newRow("GB18030") << "GB18030"
+                             << "a中😀é€\u0080\nb";
+    QTest::newRow("GBK") << "GBK"
+                         << "a中文€丂\nb";
+    QTest::newRow("GB2312") << "GB2312"
+                            << "a中文\r\nb";
+    QTest::newRow("Big5") << "Big5"
+                          << "a中文，\nb";
+    QTest::newRow("Shift-JIS") << "Shift-JIS"
+                               << "aｱ日本語ｶ\nb";
+    QTest::newRow("EUC-KR") << "EUC-KR"
+                            << "a한국어똠€\nb";
+    QTest::newRow("ISO-8859-1") << "ISO-8859-1"
+                                << "aéÿ\nb";
+    QTest::newRow("Windows-1252") << "Windows-1252"
+                                  << "a€é\nb";
+    QTest::newRow("System") << "System"
+                            << "ab\n";
 }
 
 void TestWireTextCodecs::splitCharactersComeOutWhole()
@@ -191,10 +227,9 @@ void TestWireTextCodecs::splitCharactersComeOutWhole()
         for (qsizetype j = i; j <= bytes.size(); ++j) {
             decoder->reset();
             const QString text = decodeInPieces(*decoder, bytes, {i, j});
-            QVERIFY2(text == sample, qPrintable(QString("cut at %1 and %2: %3")
-                                                    .arg(i)
-                                                    .arg(j)
-                                                    .arg(codePoints(text))));
+            QVERIFY2(
+                text == sample,
+                qPrintable(QString("cut at %1 and %2: %3").arg(i).arg(j).arg(codePoints(text))));
         }
     }
     decoder->reset();
@@ -211,29 +246,41 @@ void TestWireTextCodecs::invalidBytesKeepWhatFollows_data()
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QString>("text");
     QTest::newRow("utf-8 broken lead") << "UTF-8" << QByteArray("\xE4\x41") << Fffd + QString("A");
-    QTest::newRow("system broken lead") << "System" << QByteArray("\xE4\x41") << Fffd + QString("A");
+    QTest::newRow("system broken lead")
+        << "System" << QByteArray("\xE4\x41") << Fffd + QString("A");
     QTest::newRow("utf-8 lead before a whole character")
         << "UTF-8" << QByteArray("\xE4\xE4\xB8\xAD") << Fffd + QString("中");
-    QTest::newRow("utf-8 surrogate bytes") << "UTF-8" << QByteArray("\xED\xA0\x80") << QString(3, Fffd);
-    QTest::newRow("utf-8 three of four bytes")
-        << "UTF-8" << QByteArray("\xF0\x9F\x98" "A") << QString(3, Fffd) + QString("A");
+    QTest::newRow("utf-8 surrogate bytes")
+        << "UTF-8" << QByteArray("\xED\xA0\x80") << QString(3, Fffd);
+    QTest::newRow("utf-8 three of four bytes") << "UTF-8"
+                                               << QByteArray("\xF0\x9F\x98"
+                                                             "A")
+                                               << QString(3, Fffd) + QString("A");
     QTest::newRow("utf-8 byte-order marks are data")
-        << "UTF-8" << QByteArray("\xEF\xBB\xBF" "A\xEF\xBB\xBF" "B")
+        << "UTF-8"
+        << QByteArray("\xEF\xBB\xBF"
+                      "A\xEF\xBB\xBF"
+                      "B")
         << QString(QChar(0xFEFF)) + "A" + QChar(0xFEFF) + "B";
     QTest::newRow("gbk lead before blank") << "GBK" << QByteArray("\x81 A") << Fffd + QString(" A");
-    QTest::newRow("gbk lead before line feed") << "GBK" << QByteArray("\xD6\n\xD6\xD0")
-                                               << Fffd + QString("\n中");
-    QTest::newRow("big5 lead before CR LF") << "Big5" << QByteArray("\xA4\r\n") << Fffd + QString("\r\n");
-    QTest::newRow("euc-kr lead before lead") << "EUC-KR" << QByteArray("\xC7\x0A\xC7\xD1")
-                                             << Fffd + QString("\n한");
-    QTest::newRow("shift-jis lead before blank") << "Shift-JIS" << QByteArray("\x81 \xB1")
-                                                 << Fffd + QString(" ｱ");
-    QTest::newRow("gb18030 four-byte start before text")
-        << "GB18030" << QByteArray("\x81\x30" "AB") << Fffd + QString("0AB");
+    QTest::newRow("gbk lead before line feed")
+        << "GBK" << QByteArray("\xD6\n\xD6\xD0") << Fffd + QString("\n中");
+    QTest::newRow("big5 lead before CR LF")
+        << "Big5" << QByteArray("\xA4\r\n") << Fffd + QString("\r\n");
+    QTest::newRow("euc-kr lead before lead")
+        << "EUC-KR" << QByteArray("\xC7\x0A\xC7\xD1") << Fffd + QString("\n한");
+    QTest::newRow("shift-jis lead before blank")
+        << "Shift-JIS" << QByteArray("\x81 \xB1") << Fffd + QString(" ｱ");
+    QTest::newRow("gb18030 four-byte start before text") << "GB18030"
+                                                         << QByteArray("\x81\x30"
+                                                                       "AB")
+                                                         << Fffd + QString("0AB");
     QTest::newRow("gb18030 four-byte bad last byte")
         << "GB18030" << QByteArray("\x81\x30\x81\x41") << Fffd + QString("0丄");
-    QTest::newRow("gb18030 bytes that are never valid")
-        << "GB18030" << QByteArray("\x80\xFF" "A") << QString(2, Fffd) + QString("A");
+    QTest::newRow("gb18030 bytes that are never valid") << "GB18030"
+                                                        << QByteArray("\x80\xFF"
+                                                                      "A")
+                                                        << QString(2, Fffd) + QString("A");
     QTest::newRow("gb18030 lead at the end is held")
         << "GB18030" << QByteArray("A\x81\x30\x81") << QString("A");
 }

@@ -178,8 +178,9 @@ void TestCrcCatalog::customEdges()
     QCOMPARE(CrcCatalog::calculateCustom(checkInput, {0, 1, 0, 0, false, false}), quint64(0));
     QCOMPARE(CrcCatalog::calculateCustom(checkInput, {65, 1, 0, 0, false, false}), quint64(0));
     // Unlike calculate, the general calculator has no empty-input rule.
-    QCOMPARE(CrcCatalog::calculateCustom(QByteArray(), CrcCatalog::parameters(CrcCatalog::Crc16Modbus)),
-             quint64(0xFFFF));
+    QCOMPARE(
+        CrcCatalog::calculateCustom(QByteArray(), CrcCatalog::parameters(CrcCatalog::Crc16Modbus)),
+        quint64(0xFFFF));
 }
 
 void TestCrcCatalog::sendChecksums_data()
@@ -289,7 +290,8 @@ void TestCrcCatalog::scriptCheckValues()
     QTEST(CrcCatalog::scriptChecksum(name, checkInput, &ok), "check");
     QVERIFY(ok);
     QCOMPARE(CrcCatalog::scriptChecksumWidth(name), width);
-    QVERIFY(CrcCatalog::scriptChecksum(name, QByteArray(4096, '\xA5')) <= CrcCatalog::maskForWidth(width));
+    QVERIFY(CrcCatalog::scriptChecksum(name, QByteArray(4096, '\xA5')) <=
+            CrcCatalog::maskForWidth(width));
 }
 
 void TestCrcCatalog::scriptNames()
