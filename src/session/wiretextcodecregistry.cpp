@@ -1,5 +1,6 @@
 #include "session/wiretextcodecregistry.h"
 
+#include <QHash>
 #include <QStringDecoder>
 #include <QStringEncoder>
 #include <QTextCodec>
@@ -100,19 +101,62 @@ QTextCodec *codecFor(const EncodingEntry &entry)
     return nullptr;
 }
 
+// The ASCII characters that `codec` writes as something other than their own byte:
+// ICU's Shift_JIS swaps U+001A, U+001C and U+007F, as IBM code pages do. On the wire
+// ASCII is ASCII in every encoding served here, so those are written as themselves.
+QString asciiWrittenElsewhere(QTextCodec *codec)
+{
+    static QHash<QTextCodec *, QString> known; // codecs live as long as the program
+    const auto found = known.constFind(codec);
+    if (found != known.constEnd()) {
+        return *found;
+    }
+    QString elsewhere;
+    for (char16_t c = 0; c < 0x80; ++c) {
+        const QByteArray bytes = codec->fromUnicode(QString(QChar(c)));
+        if (bytes.size() != 1 || quint8(bytes.at(0)) != c) {
+            elsewhere += QChar(c);
+        }
+    }
+    known.insert(codec, elsewhere);
+    return elsewhere;
+}
+
+QByteArray codecEncode(QTextCodec *codec, const QString &text, bool *flagged)
+{
+    const QString elsewhere = asciiWrittenElsewhere(codec);
+    QByteArray bytes;
+    qsizetype runStart = 0;
+    const auto encodeRun = [&](qsizetype end) {
+        if (end > runStart) {
+            QTextCodec::ConverterState state(QTextCodec::ConvertInvalidToNull);
+            bytes += codec->fromUnicode(text.constData() + runStart, int(end - runStart), &state);
+            *flagged = *flagged || state.invalidChars != 0 || state.remainingChars != 0;
+        }
+    };
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text.at(i);
+        if (c.unicode() < 0x80 && elsewhere.contains(c)) {
+            encodeRun(i);
+            bytes += char(c.unicode());
+            runStart = i + 1;
+        }
+    }
+    encodeRun(text.size());
+    return bytes;
+}
+
 // Encodes without any check; `flagged` reports what the converter itself noticed.
 QByteArray rawEncode(const QString &text, const EncodingEntry &entry, bool *flagged)
 {
+    *flagged = false;
     if (entry.backend == Backend::Codec) {
         QTextCodec *codec = codecFor(entry);
         if (!codec) {
             *flagged = true;
             return QByteArray();
         }
-        QTextCodec::ConverterState state(QTextCodec::ConvertInvalidToNull);
-        const QByteArray bytes = codec->fromUnicode(text.constData(), int(text.size()), &state);
-        *flagged = state.invalidChars != 0 || state.remainingChars != 0;
-        return bytes;
+        return codecEncode(codec, text, flagged);
     }
     QStringEncoder encoder(converterEncoding(entry.backend), QStringConverter::Flag::Stateless);
     const QByteArray bytes = encoder.encode(text);
@@ -120,24 +164,20 @@ QByteArray rawEncode(const QString &text, const EncodingEntry &entry, bool *flag
     return bytes;
 }
 
-QString rawDecode(const QByteArray &bytes, const EncodingEntry &entry)
-{
-    if (entry.backend == Backend::Codec) {
-        QTextCodec *codec = codecFor(entry);
-        return codec ? codec->toUnicode(bytes) : QString();
-    }
-    QStringDecoder decoder(converterEncoding(entry.backend), QStringConverter::Flag::Stateless);
-    return decoder.decode(bytes);
-}
-
 // Some converters replace what they cannot represent with '?' or a null byte without
 // saying so, or drop it (a byte-order mark, a lone surrogate); a text only counts as
-// encoded when its bytes read back as the same text.
+// encoded when its bytes read back as the same text, through the decoder that reads
+// the port's data.
 bool encodesExactly(const QString &text, const EncodingEntry &entry, QByteArray *bytes)
 {
     bool flagged = false;
     *bytes = rawEncode(text, entry, &flagged);
-    return !flagged && rawDecode(*bytes, entry) == text;
+    if (flagged) {
+        return false;
+    }
+    const WireTextDecoderPtr decoder =
+        WireTextCodecRegistry::createDecoder(QString::fromLatin1(entry.name));
+    return decoder->decode(*bytes) == text && decoder->pendingBytes().isEmpty();
 }
 
 } // namespace

@@ -118,11 +118,12 @@ int characterLength(WireByteLayout layout, const uchar *p, qsizetype available)
 }
 
 // Decodes `pending` followed by `bytes`: runs of whole characters through
-// `convert(data, size)`, broken lead bytes as U+FFFD. What remains of an incomplete
-// character is left in `pending`.
+// `convert(data, size)`, broken lead bytes as U+FFFD, and single bytes listed in
+// `asciiOverrides` as ASCII. What remains of an incomplete character is left in
+// `pending`.
 template<typename Convert>
 QString decodeWholeCharacters(WireByteLayout layout, QByteArray &pending, const QByteArray &bytes,
-                              Convert convert)
+                              const QByteArray &asciiOverrides, Convert convert)
 {
     const QByteArray buffer = pending.isEmpty() ? bytes : pending + bytes;
     const auto *data = reinterpret_cast<const uchar *>(buffer.constData());
@@ -138,7 +139,12 @@ QString decodeWholeCharacters(WireByteLayout layout, QByteArray &pending, const 
 
     while (i < size) {
         const int length = characterLength(layout, data + i, size - i);
-        if (length > 0) {
+        if (length == 1 && !asciiOverrides.isEmpty() && asciiOverrides.contains(char(data[i]))) {
+            flushRun(i);
+            out += QLatin1Char(char(data[i]));
+            ++i;
+            runStart = i;
+        } else if (length > 0) {
             i += length;
         } else if (length == 0) {
             break; // the rest is the start of a character still on its way
@@ -161,8 +167,7 @@ constexpr auto ConverterFlags = QStringConverter::Flag::ConvertInitialBom;
 
 StringWireTextDecoder::StringWireTextDecoder(QStringConverter::Encoding encoding,
                                              const QString &name)
-    : converterEncoding(encoding)
-    , layout(WireByteLayout::SingleByte)
+    : layout(WireByteLayout::SingleByte)
     , name(name)
 {
     bool utf8 = encoding == QStringConverter::Utf8;
@@ -182,9 +187,10 @@ QString StringWireTextDecoder::decode(const QByteArray &bytes)
     if (layout == WireByteLayout::SingleByte) {
         return decoder.decode(bytes);
     }
-    return decodeWholeCharacters(layout, pending, bytes, [this](const char *data, qsizetype size) {
-        return decoder.decode(QByteArrayView(data, size));
-    });
+    return decodeWholeCharacters(layout, pending, bytes, QByteArray(),
+                                 [this](const char *data, qsizetype size) {
+                                     return decoder.decode(QByteArrayView(data, size));
+                                 });
 }
 
 void StringWireTextDecoder::reset()
@@ -198,19 +204,38 @@ LegacyWireTextDecoder::LegacyWireTextDecoder(QTextCodec *codec, WireByteLayout l
     : codec(codec)
     , layout(layout)
     , name(name)
+    , asciiOverrides(asciiReadElsewhere(codec))
 {}
+
+QByteArray LegacyWireTextDecoder::asciiReadElsewhere(QTextCodec *codec)
+{
+    QByteArray ascii(0x80, Qt::Uninitialized);
+    for (int b = 0; b < 0x80; ++b) {
+        ascii[b] = char(b);
+    }
+    // In every encoding served here the bytes below 0x80 are single characters, so one
+    // call reads them all, one character each.
+    const QString read = codec ? codec->toUnicode(ascii) : QString();
+    QByteArray elsewhere;
+    for (int b = 0; b < 0x80; ++b) {
+        if (read.size() != ascii.size() || read.at(b).unicode() != b) {
+            elsewhere.append(char(b));
+        }
+    }
+    return elsewhere;
+}
 
 QString LegacyWireTextDecoder::decode(const QByteArray &bytes)
 {
     if (!codec) {
         return QString();
     }
-    if (layout == WireByteLayout::SingleByte) {
+    if (layout == WireByteLayout::SingleByte && asciiOverrides.isEmpty()) {
         return codec->toUnicode(bytes);
     }
-    return decodeWholeCharacters(layout, pending, bytes, [this](const char *data, qsizetype size) {
-        return codec->toUnicode(data, int(size));
-    });
+    return decodeWholeCharacters(
+        layout, pending, bytes, asciiOverrides,
+        [this](const char *data, qsizetype size) { return codec->toUnicode(data, int(size)); });
 }
 
 void LegacyWireTextDecoder::reset()

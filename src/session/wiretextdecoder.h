@@ -18,6 +18,8 @@ public:
     virtual void reset() = 0;
     // The canonical name of the encoding it reads.
     virtual QString encoding() const = 0;
+    // Bytes held back from the last block: the start of a character not yet complete.
+    virtual QByteArray pendingBytes() const = 0;
 };
 
 // How an encoding builds its characters from bytes. The decoders find character
@@ -45,12 +47,9 @@ public:
     QString decode(const QByteArray &bytes) override;
     void reset() override;
     QString encoding() const override { return name; }
-
-    // Bytes held back from the last block: the start of a character not yet complete.
-    QByteArray pendingBytes() const { return pending; }
+    QByteArray pendingBytes() const override { return pending; }
 
 private:
-    QStringConverter::Encoding converterEncoding;
     WireByteLayout layout;
     QString name;
     QStringDecoder decoder;
@@ -59,6 +58,9 @@ private:
 
 // Decodes the legacy encodings (GB18030, GBK, GB2312, Big5, Shift-JIS, EUC-KR,
 // Windows-1252) through a QTextCodec, cutting at character boundaries as above.
+// A byte below 0x80 that stands alone is ASCII in all of them, but some converters
+// think otherwise (ICU's Shift_JIS swaps the controls 0x1A, 0x1C and 0x7F, as IBM code
+// pages do); such bytes are read as ASCII here.
 class LegacyWireTextDecoder final : public WireTextDecoder
 {
 public:
@@ -66,13 +68,16 @@ public:
     QString decode(const QByteArray &bytes) override;
     void reset() override;
     QString encoding() const override { return name; }
+    QByteArray pendingBytes() const override { return pending; }
 
-    QByteArray pendingBytes() const { return pending; }
+    // The bytes below 0x80 that `codec` does not read as the same ASCII character.
+    static QByteArray asciiReadElsewhere(QTextCodec *codec);
 
 private:
     QTextCodec *codec;
     WireByteLayout layout;
     QString name;
+    QByteArray asciiOverrides;
     QByteArray pending;
 };
 
