@@ -177,7 +177,8 @@ EncodeSendResult MessageCodec::encodeSend(const QString &text, bool isHex,
                 result.text += CommentMark + comment;
             }
         }
-        result.bytes = appendChecksum(bytes, format.sendChecksum);
+        // A line that is all comment sends nothing, not a checksum of nothing.
+        result.bytes = bytes.isEmpty() ? bytes : appendChecksum(bytes, format.sendChecksum);
         result.ok = true;
         return result;
     }

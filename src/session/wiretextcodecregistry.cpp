@@ -197,16 +197,6 @@ QStringList WireTextCodecRegistry::supportedEncodings()
     return names;
 }
 
-QStringList WireTextCodecRegistry::alternativeNames(const QString &canonicalName)
-{
-    for (const EncodingEntry &entry : encodingTable) {
-        if (canonicalName == QLatin1String(entry.name)) {
-            return QString::fromLatin1(entry.alternatives).split(QLatin1Char(' '));
-        }
-    }
-    return {};
-}
-
 QString WireTextCodecRegistry::normalizeName(const QString &name)
 {
     return QString::fromLatin1(entryFor(name).name);

@@ -26,8 +26,6 @@ public:
     static QString defaultEncoding();
     // The ten canonical names, in the order the lists show them.
     static QStringList supportedEncodings();
-    // The other accepted names of a canonical name (empty for an unknown one).
-    static QStringList alternativeNames(const QString &canonicalName);
     // The canonical name for any accepted form, compared without regard to case and
     // surrounding blanks; anything unknown gives the default.
     static QString normalizeName(const QString &name);
