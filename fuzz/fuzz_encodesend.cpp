@@ -53,16 +53,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     }
 
-    // The checksum comes last, over everything before it.
-    const int checksumSize = CrcCatalog::sendChecksumSize(format.sendChecksum);
-    require(result.bytes.size() >= checksumSize, "shorter than its checksum");
-    const QByteArray payload = result.bytes.first(result.bytes.size() - checksumSize);
-    require(MessageCodec::appendChecksum(payload, format.sendChecksum) == result.bytes,
-            "checksum is not that of the bytes before it");
-
     if (isHex) {
+        // The parsed bytes, then their checksum; a line without bytes sends nothing.
         const QByteArray parsed = MessageCodec::fromHexString(text);
-        require(payload == parsed, "hex bytes differ from the parsed text");
+        require(result.bytes == (parsed.isEmpty()
+                                     ? parsed
+                                     : MessageCodec::appendChecksum(parsed, format.sendChecksum)),
+                "hex bytes are not the parsed text and its checksum");
         if (format.formatSend) {
             // Formatting is stable: the kept text parses to the same bytes.
             require(MessageCodec::fromHexString(result.text) == parsed, "formatting changed bytes");
@@ -71,6 +68,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         }
         return 0;
     }
+
+    // The checksum comes last, over everything before it.
+    const int checksumSize = CrcCatalog::sendChecksumSize(format.sendChecksum);
+    require(result.bytes.size() > checksumSize, "no text before the checksum");
+    const QByteArray payload = result.bytes.first(result.bytes.size() - checksumSize);
+    require(MessageCodec::appendChecksum(payload, format.sendChecksum) == result.bytes,
+            "checksum is not that of the bytes before it");
 
     require(result.text == text, "text mode changed the box");
     if (!format.sendEscapes) {
