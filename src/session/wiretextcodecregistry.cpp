@@ -17,7 +17,7 @@ struct EncodingEntry
     const char *alternatives; // blank-separated
     Backend backend;
     const char *codecNames; // for Backend::Codec: names to ask QTextCodec for, in turn
-    WireByteLayout layout;
+    WireByteLayout layout;  // for Backend::Codec
 };
 
 using Layout = WireByteLayout;
@@ -26,7 +26,7 @@ using Layout = WireByteLayout;
 // that label: devices that say GB2312 routinely send GBK characters. EUC-KR likewise
 // stands for code page 949, the superset that its alternative names also denote.
 constexpr EncodingEntry encodingTable[] = {
-    {"UTF-8", "65001 cp65001", Backend::Utf8, nullptr, Layout::SingleByte},
+    {"UTF-8", "65001 cp65001", Backend::Utf8, nullptr, Layout::Utf8},
     {"GB18030", "54936 cp54936", Backend::Codec, "GB18030", Layout::Gb18030},
     {"GBK", "936 cp936 ms936 windows-936", Backend::Codec, "GBK", Layout::DoubleByte},
     {"GB2312", "euc-cn csgb2312 cp20936 20936 chinese", Backend::Codec, "GBK", Layout::DoubleByte},
