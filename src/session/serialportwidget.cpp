@@ -3,19 +3,24 @@
 #include "app/connectionsettingswidget.h"
 #include "app/settingsservice.h"
 #include "connection/connectioncontroller.h"
+#include "connection/displayfont.h"
 #include "connection/serialportlist.h"
 #include "session/controllineledrow.h"
 #include "session/hled.h"
 #include "session/ui_serialportwidget.h"
+#include "session/wiretextcodecregistry.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QLoggingCategory>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QScrollBar>
 #include <QSerialPort>
 #include <QSet>
+#include <QSpinBox>
 #include <QStatusBar>
 #include <QTextCursor>
 #include <QTimer>
@@ -155,6 +160,7 @@ void SerialPortWidget::connectDirtyTrackers()
             &SerialPortWidget::on_pauseButton_clicked);
     connect(ui->clearButton, &QPushButton::clicked, this, &SerialPortWidget::clear);
     connect(ui->sendButton, &QPushButton::clicked, this, &SerialPortWidget::on_sendButton_clicked);
+    connectFormatWidgets();
     connect(ui->ledRow, &ControlLineLedRow::breakPressed, this, &SerialPortWidget::pressBreak);
     connect(ui->ledRow, &ControlLineLedRow::breakReleased, this,
             &SerialPortWidget::requestBreakRelease);
@@ -175,10 +181,117 @@ void SerialPortWidget::updateDisplay()
 {
     const bool wasApplying = std::exchange(applyingSettings, true);
     ui->connectionSettings->applySettings(portSettings);
+    pushFormatToWidgets();
     ui->ledRow->setVisible(format.showControlLineLeds);
     refreshStatus();
     refreshSerialControlUi();
     applyingSettings = wasApplying;
+}
+
+void SerialPortWidget::pushFormatToWidgets()
+{
+    const auto selectData = [](QComboBox *combo, int value) {
+        const int index = combo->findData(value);
+        combo->setCurrentIndex(index >= 0 ? index : 0);
+    };
+    (format.receiveMsgFormat == TextFormat ? ui->textReceiveRadio : ui->hexReceiveRadio)
+        ->setChecked(true);
+    (format.sendMsgFormat == TextFormat ? ui->textSendRadio : ui->hexSendRadio)->setChecked(true);
+    ui->receiveEncodingCombo->setCurrentText(
+        WireTextCodecRegistry::normalizeName(format.receiveEncoding));
+    ui->sendEncodingCombo->setCurrentText(
+        WireTextCodecRegistry::normalizeName(format.sendEncoding));
+    ui->rxAutoFeedBox->setChecked(format.rxAutoFeedLine);
+    ui->autoFeedIntervalSpin->setValue(std::max(1, format.autoFeedInterval));
+    ui->displayTimeBox->setChecked(format.displayMsgTime);
+    ui->autoSendBox->setChecked(format.autoSend);
+    ui->sendIntervelSB->setValue(std::clamp(format.sendInterval, 1, 1000000));
+    selectData(ui->txLineEndingCombo, format.txLineEndingMode);
+    selectData(ui->terminalEnterCombo, format.terminalEnterMode);
+    selectData(ui->checksumCombo, format.sendChecksum);
+    ui->sendEscapesBox->setChecked(format.sendEscapes);
+    ui->formatSendBox->setChecked(format.formatSend);
+    ui->displaySendBox->setChecked(format.displaySendMsg);
+    ui->localEchoBox->setChecked(format.localEcho);
+    ui->cbLinebyLine->setChecked(format.lineByLine);
+    ui->receiveBrowser->setFont(
+        resolveDisplayFont(format.logFont.family, format.logFont.pointSize));
+    ui->sendTextEdit->setFont(ui->receiveBrowser->font());
+}
+
+void SerialPortWidget::pullFormatFromWidgets()
+{
+    FormatSetting next = format;
+    next.receiveMsgFormat = ui->textReceiveRadio->isChecked() ? TextFormat : HexFormat;
+    next.sendMsgFormat = ui->textSendRadio->isChecked() ? TextFormat : HexFormat;
+    next.receiveEncoding =
+        WireTextCodecRegistry::normalizeName(ui->receiveEncodingCombo->currentText());
+    next.sendEncoding = WireTextCodecRegistry::normalizeName(ui->sendEncodingCombo->currentText());
+    next.rxAutoFeedLine = ui->rxAutoFeedBox->isChecked();
+    next.autoFeedInterval = ui->autoFeedIntervalSpin->value();
+    next.displayMsgTime = ui->displayTimeBox->isChecked();
+    next.autoSend = ui->autoSendBox->isChecked();
+    next.sendInterval = ui->sendIntervelSB->value();
+    next.txLineEndingMode = lineEndingModeFromInt(ui->txLineEndingCombo->currentData().toInt());
+    next.terminalEnterMode = lineEndingModeFromInt(ui->terminalEnterCombo->currentData().toInt());
+    next.sendChecksum = ui->checksumCombo->currentData().toInt();
+    next.sendEscapes = ui->sendEscapesBox->isChecked();
+    next.formatSend = ui->formatSendBox->isChecked();
+    next.displaySendMsg = ui->displaySendBox->isChecked();
+    next.localEcho = ui->localEchoBox->isChecked();
+    next.lineByLine = ui->cbLinebyLine->isChecked();
+    if (next == format) {
+        return;
+    }
+    const bool encodingChanged = next.receiveEncoding != format.receiveEncoding ||
+                                 next.sendEncoding != format.sendEncoding ||
+                                 next.receiveMsgFormat != format.receiveMsgFormat;
+    if (encodingChanged) {
+        // What waits was read under the old settings and is shown under them.
+        displayPortBuffer();
+    }
+    format = next;
+    sendTimer->setInterval(std::max(1, format.sendInterval));
+    if (encodingChanged) {
+        resetTextDecoders();
+    }
+}
+
+void SerialPortWidget::connectFormatWidgets()
+{
+    const auto edited = [this] {
+        if (applyingSettings) {
+            return;
+        }
+        pullFormatFromWidgets();
+        markSettingsDirty();
+    };
+    for (QRadioButton *radio :
+         {ui->textReceiveRadio, ui->hexReceiveRadio, ui->textSendRadio, ui->hexSendRadio}) {
+        connect(radio, &QRadioButton::toggled, this, edited);
+    }
+    for (QComboBox *combo : {ui->receiveEncodingCombo, ui->sendEncodingCombo, ui->txLineEndingCombo,
+                             ui->terminalEnterCombo, ui->checksumCombo}) {
+        connect(combo, &QComboBox::currentIndexChanged, this, edited);
+    }
+    for (QCheckBox *box : {ui->rxAutoFeedBox, ui->displayTimeBox, ui->sendEscapesBox,
+                           ui->formatSendBox, ui->displaySendBox, ui->localEchoBox}) {
+        connect(box, &QCheckBox::toggled, this, edited);
+    }
+    for (QSpinBox *spin : {ui->autoFeedIntervalSpin, ui->sendIntervelSB}) {
+        connect(spin, &QSpinBox::valueChanged, this, edited);
+    }
+    connect(ui->autoSendBox, &QCheckBox::clicked, this, [this, edited] {
+        edited();
+        on_autoSendBox_clicked();
+    });
+    connect(ui->cbLinebyLine, &QCheckBox::stateChanged, this, [this, edited](int state) {
+        edited();
+        on_cbLinebyLine_stateChanged(state);
+    });
+    connect(ui->sendBox, &QComboBox::activated, this, &SerialPortWidget::on_sendBox_activated);
+    ui->receiveBrowser->installEventFilter(this);
+    ui->receiveBrowser->viewport()->installEventFilter(this);
 }
 
 void SerialPortWidget::setPortNumber(int number)
@@ -216,6 +329,11 @@ void SerialPortWidget::applyFormatSetting(const FormatSetting &newFormat)
     }
     format = newFormat;
     sendTimer->setInterval(std::max(1, format.sendInterval));
+    if (format.autoSend && state == Running) {
+        sendTimer->start();
+    } else if (!format.autoSend) {
+        sendTimer->stop();
+    }
     if (encodingChanged) {
         resetTextDecoders();
     }
@@ -742,190 +860,6 @@ QString SerialPortWidget::viewText() const
 }
 
 // ---------------------------------------------------------------------------
-// Sending
-
-bool SerialPortWidget::sendMessage(const QByteArray &bytes)
-{
-    if (bytes.isEmpty()) {
-        return false;
-    }
-    emitConsoleTraffic(bytes, Sent);
-    QString peerKey;
-    bool ok = false;
-    switch (portSettings.connMode) {
-    case ModeSerial:
-        updateSettings();
-        ok = controller->sendSerial(bytes, portSettings, portSettings.name);
-        break;
-    case ModeTcpServer: {
-        if (controller->tcpServerClientCount() == 0) {
-            showMessage(tr("No TCP client is connected yet."), 3000);
-            return false;
-        }
-        const int row = selectedPeerRow();
-        peerKey = controller->tcpServerPeerAt(row < 0 ? 0 : row);
-        ok = controller->sendTcpServer(bytes, row);
-        break;
-    }
-    case ModeTcpClient:
-    case ModeRemoteSerial:
-        if (!controller->hasTcpClientSocket()) {
-            start(QString());
-        }
-        ok = controller->sendTcpClient(bytes);
-        break;
-    case ModeUdpServer: {
-        const int row = selectedPeerRow();
-        peerKey = controller->udpPeerKeyAt(row < 0 ? 0 : row);
-        ok = controller->sendUdpToPeer(bytes, row);
-        break;
-    }
-    case ModeUdpClient:
-    case ModeUdpGroup:
-        peerKey = QStringLiteral("%1:%2").arg(portSettings.targetHost).arg(portSettings.targetPort);
-        ok = controller->sendUdp(bytes, portSettings.targetHost,
-                                 quint16(qBound(0, portSettings.targetPort, 65535)));
-        break;
-    case ModeLiveRelay:
-        if (!controller->hasCloudRelay()) {
-            start(QString());
-        }
-        ok = controller->sendCloudRelay(bytes);
-        break;
-    case ModeReserved:
-        break;
-    }
-    if (ok) {
-        noteTxAccepted(bytes, peerKey, false);
-    }
-    return ok;
-}
-
-bool SerialPortWidget::writeBytes(const QByteArray &bytes, const QString &peer)
-{
-    return writeRaw(bytes, true, peer.isEmpty() ? UdpTargetMode::Default : UdpTargetMode::PeerKey,
-                    peer);
-}
-
-bool SerialPortWidget::writeRaw(const QByteArray &bytes, bool countAsTx,
-                                UdpTargetMode udpTargetMode, const QString &peer)
-{
-    if (bytes.isEmpty()) {
-        return false;
-    }
-    bool ok = false;
-    bool hasPeer = false;
-    switch (portSettings.connMode) {
-    case ModeSerial:
-        ok = controller->isOpen(ModeSerial) &&
-             controller->sendSerial(bytes, portSettings, portSettings.name);
-        break;
-    case ModeTcpServer:
-        if (!peer.isEmpty()) {
-            ok = controller->sendTcpServerTo(peer, bytes);
-            hasPeer = true;
-        } else {
-            ok = controller->broadcastTcpServer(bytes) > 0;
-        }
-        break;
-    case ModeTcpClient:
-    case ModeRemoteSerial:
-        ok = controller->sendTcpClient(bytes);
-        break;
-    case ModeUdpServer:
-    case ModeUdpClient:
-    case ModeUdpGroup:
-        switch (udpTargetMode) {
-        case UdpTargetMode::LastSender:
-            ok = controller->sendUdpToLastSender(bytes);
-            break;
-        case UdpTargetMode::PeerKey:
-            ok = controller->sendUdpToPeerKey(peer, bytes);
-            hasPeer = true;
-            break;
-        case UdpTargetMode::AllPeers:
-            ok = controller->broadcastUdp(bytes) > 0;
-            break;
-        case UdpTargetMode::Default:
-            if (portSettings.connMode == ModeUdpServer) {
-                ok = controller->sendUdpToPeer(bytes, selectedPeerRow());
-            } else {
-                ok = controller->sendUdp(bytes, portSettings.targetHost,
-                                         quint16(qBound(0, portSettings.targetPort, 65535)));
-            }
-            break;
-        }
-        break;
-    case ModeLiveRelay:
-        ok = controller->sendCloudRelay(bytes);
-        break;
-    case ModeReserved:
-        break;
-    }
-    if (ok && countAsTx) {
-        noteTxAccepted(bytes, peer, hasPeer);
-    }
-    return ok;
-}
-
-void SerialPortWidget::noteTxAccepted(const QByteArray &bytes, const QString &peer, bool hasPeer)
-{
-    txBytes += bytes.size();
-    updateCommonStatus();
-    if (!bytes.isEmpty() && !breakHeld) {
-        ui->ledRow->flashTx();
-    }
-    Q_EMIT txTapped(bytes, hasPeer ? peer : QString());
-}
-
-int SerialPortWidget::selectedPeerRow() const
-{
-    return ui->peerCombo->currentIndex();
-}
-
-void SerialPortWidget::on_sendButton_clicked()
-{
-    if (state != Running) {
-        start(QString());
-        return;
-    }
-    const QString text = ui->sendTextEdit->toPlainText();
-    if (text.isEmpty()) {
-        ui->sendTextEdit->setFocus();
-        return;
-    }
-    sendMessage(text.toUtf8());
-}
-
-void SerialPortWidget::on_openButton_clicked()
-{
-    if (state == Stopped) {
-        start(QString());
-    } else {
-        stop();
-    }
-}
-
-void SerialPortWidget::on_pauseButton_clicked()
-{
-    if (state == Paused) {
-        start(QString());
-    } else if (state == Running) {
-        pause();
-    }
-}
-
-void SerialPortWidget::onSendData()
-{
-    // Auto send arrives with the send path.
-}
-
-void SerialPortWidget::onSaveData()
-{
-    // The log writer flushes here every 5 seconds while the port runs.
-}
-
-// ---------------------------------------------------------------------------
 // Transport events
 
 void SerialPortWidget::onControllerError(const QString &text)
@@ -1020,372 +954,11 @@ void SerialPortWidget::changeUdpConnState()
 }
 
 // ---------------------------------------------------------------------------
-// Reconnect
-
-void SerialPortWidget::disarmReconnect()
-{
-    reconnectTimer->stop();
-    portLost = false;
-}
-
-void SerialPortWidget::onReconnectTick()
-{
-    if (!autoReconnect) {
-        disarmReconnect();
-        return;
-    }
-    const connectionMode mode = portSettings.connMode;
-    if (connectionModeIsTcpClient(mode)) {
-        if (!controller->hasTcpClientSocket()) {
-            showMessage(tr("Reconnecting to %1:%2 ...")
-                            .arg(portSettings.targetHost)
-                            .arg(portSettings.targetPort),
-                        2000);
-            controller->connectTcpClient(portSettings.targetHost.trimmed(),
-                                         quint16(qBound(0, portSettings.targetPort, 65535)));
-            return;
-        }
-        if (!controller->isOpen(mode)) {
-            return;
-        }
-        state = Running;
-        disarmReconnect();
-        showMessage(tr("TCP connection RESTORED"), 3000);
-        noteSession(tr("Reconnected %1").arg(sessionPortLabel()));
-        refreshStatus();
-        return;
-    }
-    if (mode != ModeSerial || !portLost || controller->isOpen(ModeSerial)) {
-        disarmReconnect();
-        return;
-    }
-    if (!serialPortPresent(portSettings.name, listUsableSerialPorts())) {
-        return;
-    }
-    if (!controller->openSerial(portSettings, portSettings.name, portSettings.name, true)) {
-        return;
-    }
-    state = Running;
-    disarmReconnect();
-    refreshSerialControlUi();
-    showMessage(tr("Serial Port %1 RECONNECTED").arg(portSettings.name), 3000);
-    noteSession(tr("Reconnected %1").arg(sessionPortLabel()));
-    refreshStatus();
-}
-
-// ---------------------------------------------------------------------------
-// The one-second tick and the status line
-
-void SerialPortWidget::onRefreshAvalablePorts()
-{
-    const QList<QSerialPortInfo> ports = listUsableSerialPorts();
-    QStringList names;
-    for (const QSerialPortInfo &info : ports) {
-        names.append(info.portName());
-    }
-    const QString joined = names.join(QLatin1Char(','));
-
-    if (portSettings.connMode == ModeSerial && state != Stopped && !portLost &&
-        controller->isOpen(ModeSerial) && !serialPortPresent(portSettings.name, ports)) {
-        // The device is gone even if the driver said nothing.
-        if (autoReconnect) {
-            controller->closeAll(ModeSerial, portSettings.name);
-            onSerialPortLost();
-        } else {
-            stop();
-            showMessage(tr("Serial Port %1 DISCONNECTED").arg(portSettings.name), 5000);
-        }
-    }
-    if (joined != lastPortList) {
-        lastPortList = joined;
-        ui->connectionSettings->refreshPorts();
-    }
-    refreshStatus();
-}
-
-void SerialPortWidget::refreshStatus()
-{
-    ui->sendButton->setText(state == Running ? tr("Send") : tr("Open"));
-    ui->openButton->setText(state == Stopped ? tr("Open") : tr("Close"));
-    ui->pauseButton->setText(state == Paused ? tr("Resume") : tr("Pause"));
-    ui->pauseButton->setEnabled(state != Stopped);
-    ui->connectionSettings->setEnabled(state == Stopped);
-    const connectionMode mode = portSettings.connMode;
-    const bool multiPeer = mode == ModeTcpServer || mode == ModeUdpServer;
-    ui->peerLabel->setVisible(multiPeer);
-    ui->peerCombo->setVisible(multiPeer);
-    switch (mode) {
-    case ModeSerial:
-        onRefreshSerialPortDisplay();
-        break;
-    case ModeTcpServer:
-        onRefreshTcpServerDisplay();
-        break;
-    case ModeTcpClient:
-    case ModeRemoteSerial:
-        onRefreshTcpClientDisplay();
-        break;
-    case ModeUdpServer:
-    case ModeUdpClient:
-    case ModeUdpGroup:
-        onRefreshUdpClientDisplay();
-        break;
-    case ModeLiveRelay:
-        onRefreshCloudRelayDisplay();
-        break;
-    case ModeReserved:
-        ui->statusLabel->setText(QString());
-        updateCommonStatus();
-        break;
-    }
-}
-
-void SerialPortWidget::onRefreshSerialPortDisplay()
-{
-    QSerialPort *device = controller->serialDevice();
-    if (device->isOpen()) {
-        if (state != Paused) {
-            state = Running;
-        }
-        QString name = portSettings.name;
-        if (name.startsWith(QLatin1String("cu."))) {
-            name.remove(0, 3);
-        }
-        const QString parity = portSettings.parity == 3   ? QStringLiteral("ODD")
-                               : portSettings.parity == 2 ? QStringLiteral("EVEN")
-                               : portSettings.parity == 4 ? QStringLiteral("SPACE")
-                               : portSettings.parity == 5 ? QStringLiteral("MARK")
-                                                          : QStringLiteral("NONE");
-        const QString flow = portSettings.flowControl == 1   ? QStringLiteral("Hardware")
-                             : portSettings.flowControl == 2 ? QStringLiteral("Xon/Xoff")
-                                                             : QStringLiteral("OFF");
-        ui->statusLabel->setText(
-            tr("<font color = green> %1 OPENED, %2, %3, %4, %5, %6 </font>")
-                .arg(name)
-                .arg(portSettings.baudRate)
-                .arg(portSettings.stringDataBits, parity, portSettings.stringStopBits, flow));
-    } else {
-        if (!portLost) {
-            state = Stopped;
-        }
-        ui->statusLabel->setText(tr("<font color = red> %1 CLOSED </font>").arg(portSettings.name));
-    }
-    updateCommonStatus();
-}
-
-void SerialPortWidget::onRefreshTcpServerDisplay()
-{
-    if (controller->isOpen(ModeTcpServer)) {
-        ui->statusLabel->setText(
-            tr("<font color = green> TCP server %1 LISTENING, %n client(s) </font>", nullptr,
-               controller->tcpServerClientCount())
-                .arg(controller->tcpServerAddressString()));
-    } else {
-        ui->statusLabel->setText(
-            tr("<font color = red> TCP server :%1 CLOSED </font>").arg(portSettings.targetPort));
-    }
-    updateCommonStatus();
-}
-
-void SerialPortWidget::onRefreshTcpClientDisplay()
-{
-    const QString endpoint = portSettings.connMode == ModeRemoteSerial
-                                 ? remoteSerialPortLabel(portSettings)
-                                 : sessionPortLabel();
-    switch (controller->tcpClientState()) {
-    case QAbstractSocket::ConnectedState:
-        ui->statusLabel->setText(tr("<font color = green> TCP %1 CONNECTED </font>").arg(endpoint));
-        break;
-    case QAbstractSocket::HostLookupState:
-    case QAbstractSocket::ConnectingState:
-        ui->statusLabel->setText(
-            tr("<font color = orange> TCP %1 CONNECTING </font>").arg(endpoint));
-        break;
-    default:
-        ui->statusLabel->setText(
-            reconnectTimer->isActive()
-                ? tr("<font color = orange> TCP %1 RECONNECTING </font>").arg(endpoint)
-                : tr("<font color = red> TCP %1 CLOSED </font>").arg(endpoint));
-        break;
-    }
-    updateCommonStatus();
-}
-
-void SerialPortWidget::onRefreshUdpClientDisplay()
-{
-    if (controller->isOpen(portSettings.connMode)) {
-        ui->statusLabel->setText(tr("<font color = green> UDP bound to port %1, %n peer(s) </font>",
-                                    nullptr, int(controller->udpPeerList().size()))
-                                     .arg(controller->udpBoundPort()));
-    } else {
-        ui->statusLabel->setText(tr("<font color = red> UDP CLOSED </font>"));
-    }
-    updateCommonStatus();
-}
-
-void SerialPortWidget::onRefreshCloudRelayDisplay()
-{
-    ui->statusLabel->setText(controller->cloudRelayPaired()
-                                 ? tr("<font color = green> Live Relay %1 CONNECTED </font>")
-                                       .arg(remoteSerialPortLabel(portSettings))
-                                 : tr("<font color = red> Live Relay CLOSED </font>"));
-    updateCommonStatus();
-}
-
-void SerialPortWidget::updateCommonStatus()
-{
-    shownRxBytes = rxBytes;
-    shownTxBytes = txBytes;
-    ui->counterLabel->setText(tr("Rx: %L1 Bytes").arg(rxBytes) + QStringLiteral("  ") +
-                              tr("Tx: %L1 Bytes").arg(txBytes));
-}
-
-void SerialPortWidget::showMessage(const QString &text, int timeoutMs)
-{
-    statusBar()->showMessage(text, timeoutMs);
-    Q_EMIT statusShown(text, timeoutMs);
-}
-
-// ---------------------------------------------------------------------------
-// Control lines and break
-
-void SerialPortWidget::pressBreak()
-{
-    breakReleaseTimer->stop();
-    txCaptionTimer->stop();
-    breakHeld = applyBreakLine(true);
-    if (!breakHeld) {
-        ui->ledRow->releaseBreakHold();
-        return;
-    }
-    breakStarted.start();
-    ui->ledRow->beginBreakIndication();
-}
-
-void SerialPortWidget::requestBreakRelease()
-{
-    // Every break lasts at least this long, however short the press: devices detect a
-    // break by its length.
-    if (breakHeld && breakStarted.isValid() && breakStarted.elapsed() < MinimumBreakMs) {
-        breakReleaseTimer->start(int(MinimumBreakMs - breakStarted.elapsed()));
-        return;
-    }
-    releaseBreak();
-}
-
-void SerialPortWidget::releaseBreak()
-{
-    breakReleaseTimer->stop();
-    if (breakHeld || controller->breakIsActive()) {
-        applyBreakLine(false);
-    }
-    breakHeld = false;
-    if (breakStarted.isValid() && breakStarted.elapsed() < MinimumBreakIndicationMs) {
-        txCaptionTimer->start(int(MinimumBreakIndicationMs - breakStarted.elapsed()));
-    } else {
-        restoreTxCaption();
-    }
-}
-
-void SerialPortWidget::restoreTxCaption()
-{
-    ui->ledRow->endBreakIndication();
-}
-
-bool SerialPortWidget::applyBreakLine(bool on)
-{
-    const connectionMode mode = portSettings.connMode;
-    if (connectionModeIsRemoteSerial(mode)) {
-        if (on) {
-            showMessage(tr("Break on a remote serial port needs RFC 2217 com-port control, "
-                           "which this build does not include yet."),
-                        5000);
-        }
-        return false;
-    }
-    if (mode != ModeSerial) {
-        if (on) {
-            showMessage(explainInertControlLine(), 5000);
-        }
-        return false;
-    }
-    return controller->setSerialLine(ConnectionController::LineBreak, on);
-}
-
-void SerialPortWidget::toggleControlLine(int line)
-{
-    const auto which = static_cast<ConnectionController::SerialLine>(line);
-    if (portSettings.connMode != ModeSerial ||
-        (which == ConnectionController::LineRts && portSettings.flowControl == 1)) {
-        showMessage(explainInertControlLine(), 5000);
-        return;
-    }
-    controller->setSerialLine(which, !controller->serialLineRequested(which));
-    if (which == ConnectionController::LineDtr) {
-        portSettings.dtrOn = controller->serialLineRequested(which);
-    } else {
-        portSettings.rtsOn = controller->serialLineRequested(which);
-    }
-    markSettingsDirty();
-    refreshSerialControlUi();
-}
-
-QString SerialPortWidget::explainInertControlLine() const
-{
-    const connectionMode mode = portSettings.connMode;
-    if (mode == ModeSerial && portSettings.flowControl == 1) {
-        return tr("RTS is driven by RTS/CTS flow control and cannot be set by hand.");
-    }
-    if (connectionModeIsRemoteSerial(mode) && portSettings.useRemoteSerialConfig) {
-        return tr("The remote port is left under its own configuration. Clear \"Keep the "
-                  "remote port's own config\" to drive RTS, DTR and Break from here.");
-    }
-    return tr("Control lines belong to a serial port. This connection does not have one.");
-}
-
-void SerialPortWidget::refreshSerialControlUi()
-{
-    onControlLinePollTick();
-}
-
-void SerialPortWidget::onControlLinePollTick()
-{
-    if (!format.showControlLineLeds) {
-        return;
-    }
-    ControlLineLedRow *row = ui->ledRow;
-    const bool serial = portSettings.connMode == ModeSerial;
-    const bool rtsByFlow = serial && portSettings.flowControl == 1;
-    row->setLine(ControlLineLedRow::Rts,
-                 serial && controller->serialLineRequested(ConnectionController::LineRts),
-                 rtsByFlow);
-    row->setLine(ControlLineLedRow::Dtr,
-                 serial && controller->serialLineRequested(ConnectionController::LineDtr));
-    QSerialPort *device = controller->serialDevice();
-    if (!serial || !device->isOpen() || !controller->serialControlLinesSupported()) {
-        row->clearInputs();
-        return;
-    }
-    const QSerialPort::PinoutSignals pins = device->pinoutSignals();
-    if (device->error() != QSerialPort::NoError) {
-        // A driver without modem-line reporting: the inputs have no source.
-        device->clearError();
-        row->clearInputs();
-        return;
-    }
-    row->setLine(ControlLineLedRow::Cts, pins & QSerialPort::ClearToSendSignal);
-    row->setLine(ControlLineLedRow::Dsr, pins & QSerialPort::DataSetReadySignal);
-    row->setLine(ControlLineLedRow::Dcd, pins & QSerialPort::DataCarrierDetectSignal);
-    row->setLine(ControlLineLedRow::Ri, pins & QSerialPort::RingIndicatorSignal);
-}
-
-// ---------------------------------------------------------------------------
 // Text decoders
 
 WireTextDecoderPtr SerialPortWidget::createDecoder(const QString &encoding) const
 {
-    Q_UNUSED(encoding);
-    return std::make_unique<StringWireTextDecoder>(QStringConverter::Utf8, QStringLiteral("UTF-8"));
+    return WireTextCodecRegistry::createDecoder(encoding);
 }
 
 WireTextDecoder &SerialPortWidget::peerDecoder(const QString &peer)
@@ -1404,4 +977,5 @@ void SerialPortWidget::resetTextDecoders()
     consoleDecoders = {createDecoder(format.receiveEncoding), createDecoder(format.sendEncoding)};
     peerDecoders.clear();
     ansiFilter.reset();
+    ansiFilter.setEightBitControls(WireTextCodecRegistry::isSingleByte(format.receiveEncoding));
 }

@@ -15,6 +15,7 @@
 #include <map>
 
 class ConnectionController;
+class QKeyEvent;
 class QTimer;
 class Ui_SerialPortWidget;
 
@@ -44,6 +45,27 @@ public:
         AllPeers = 3,   // every known peer
     };
 
+    // Who sends, for the checks that guard a running file transfer.
+    enum class TxActor {
+        User,
+        AutoReply,
+        Sequence,
+        Script,
+        Console,
+        Bridge,
+        Transfer,
+    };
+
+    // What an action would do to a port a file transfer is using.
+    enum Disturb {
+        DisturbData = 0,
+        DisturbDtr = 1,
+        DisturbRts = 2,
+        DisturbSettings = 3,
+        DisturbHarmless = 4,
+    };
+
+    static constexpr int SendHistoryLimit = 100;
     static constexpr qint64 DisplayBudgetPerTick = 262144;
     static constexpr qint64 MinimumSharedBudget = 16384;
     static constexpr int MinimumViewCharacters = 1 << 20;
@@ -84,6 +106,20 @@ public:
                   const QString &peer);
     // The send box's road: to the selected peer or the configured target.
     bool sendMessage(const QByteArray &bytes);
+    // The send box's text as bytes, with history and local display; empty on failure.
+    QByteArray encodeSendData(const QString &text);
+    bool ensurePortOpenForSend(QString *error);
+    bool mayDisturbPort(TxActor actor, Disturb disturb, QString *why) const;
+
+    // The send box and its history (newest first, no duplicates).
+    QStringList sendHistory() const;
+    void setSendHistory(const QStringList &list);
+    void mergeSendHistory(const QStringList &list);
+    void clearSendList();
+    void setSendText(const QString &text, bool select);
+    QString sendText() const;
+    void setSendHex(bool hex);
+    void on_sendButton_clicked();
 
     void noteSession(const QString &text);
 
@@ -110,6 +146,9 @@ public:
     QString explainInertControlLine() const;
     static constexpr int MinimumBreakMs = 300;
     static constexpr int MinimumBreakIndicationMs = 800;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 signals:
     void settingsChanged();
@@ -167,9 +206,21 @@ private:
     bool applyBreakLine(bool on);
     void onControlLinePollTick();
     void refreshSerialControlUi();
-    void on_sendButton_clicked();
     void on_openButton_clicked();
     void on_pauseButton_clicked();
+    void on_autoSendBox_clicked();
+    void on_cbLinebyLine_stateChanged(int checked);
+    void on_sendBox_activated(int index);
+    void updateSendListDisplay();
+    void rememberSent(const QString &entry);
+    bool terminalPassthroughReady() const;
+    bool handleTerminalKey(QKeyEvent *event);
+    QByteArray encodeTerminalText(const QString &text);
+    void echoTerminalInput(const QByteArray &bytes);
+    bool transferRunning() const;
+    void pullFormatFromWidgets();
+    void pushFormatToWidgets();
+    void connectFormatWidgets();
 
     void onRefreshSerialPortDisplay();
     void onRefreshTcpServerDisplay();
@@ -228,6 +279,8 @@ private:
     QHash<QString, QString> peerTranscripts;
     bool viewAtLineStart = true;
 
+    QStringList history;
+    int linePosition = 0;
     QString lastError;
     QString lastPortList;
     bool autoReconnect = false;

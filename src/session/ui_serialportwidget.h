@@ -4,7 +4,12 @@
 
 class ConnectionSettingsWidget;
 class ControlLineLedRow;
+class QCheckBox;
 class QComboBox;
+class QGroupBox;
+class QRadioButton;
+class QSpinBox;
+class QWidget;
 class QLabel;
 class QMainWindow;
 class QPlainTextEdit;
@@ -25,6 +30,32 @@ public:
     ControlLineLedRow *ledRow = nullptr;
     QLabel *peerLabel = nullptr;
     QComboBox *peerCombo = nullptr;
+    // Receive settings.
+    QGroupBox *receiveGroup = nullptr;
+    QRadioButton *textReceiveRadio = nullptr;
+    QRadioButton *hexReceiveRadio = nullptr;
+    QComboBox *receiveEncodingCombo = nullptr;
+    QCheckBox *rxAutoFeedBox = nullptr;
+    QSpinBox *autoFeedIntervalSpin = nullptr;
+    QCheckBox *displayTimeBox = nullptr;
+
+    // Send settings.
+    QGroupBox *sendGroup = nullptr;
+    QRadioButton *textSendRadio = nullptr;
+    QRadioButton *hexSendRadio = nullptr;
+    QComboBox *sendEncodingCombo = nullptr;
+    QCheckBox *autoSendBox = nullptr;
+    QSpinBox *sendIntervelSB = nullptr;
+    QComboBox *txLineEndingCombo = nullptr;
+    QComboBox *terminalEnterCombo = nullptr;
+    QComboBox *checksumCombo = nullptr;
+    QCheckBox *sendEscapesBox = nullptr;
+    QCheckBox *formatSendBox = nullptr;
+    QCheckBox *displaySendBox = nullptr;
+    QCheckBox *localEchoBox = nullptr;
+    QCheckBox *cbLinebyLine = nullptr;
+
+    QComboBox *sendBox = nullptr; // the send history
     QPlainTextEdit *sendTextEdit = nullptr;
     QPushButton *sendButton = nullptr;
     QLabel *statusLabel = nullptr;
@@ -32,4 +63,8 @@ public:
     QLabel *logLabel = nullptr;
 
     void setupUi(QMainWindow *window);
+
+private:
+    void setupReceiveGroup(QWidget *parent);
+    void setupSendGroup(QWidget *parent);
 };

@@ -257,3 +257,17 @@ WireTextCodecRegistry::Encoded WireTextCodecRegistry::encode(const QString &text
             .arg(canonical);
     return result;
 }
+
+bool WireTextCodecRegistry::isSingleByte(const QString &name)
+{
+    const QString canonical = normalizeName(name);
+    if (canonical == QLatin1String("ISO-8859-1") || canonical == QLatin1String("Windows-1252")) {
+        return true;
+    }
+    if (canonical != QLatin1String("System")) {
+        return false;
+    }
+    // C4 9B is one character in UTF-8 and in the CJK encodings, two in a single-byte one.
+    QStringDecoder decoder(QStringConverter::System);
+    return QString(decoder.decode(QByteArrayView("\xC4\x9B", 2))).size() == 2;
+}

@@ -30,6 +30,10 @@ public:
     // surrounding blanks; anything unknown gives the default.
     static QString normalizeName(const QString &name);
     static bool isSupported(const QString &name);
+    // Whether every byte is a character of its own in the encoding (ISO-8859-1,
+    // Windows-1252, and the system encoding when the locale uses a single-byte one).
+    // Only there are 0x80-0x9F C1 control bytes rather than parts of characters.
+    static bool isSingleByte(const QString &name);
     // A fresh stateful decoder for the encoding (the default for unknown names).
     static WireTextDecoderPtr createDecoder(const QString &name);
     // The text in the encoding, or an error that names the first character the

@@ -1,0 +1,198 @@
+#include "session/serialportwidget.h"
+
+#include "connection/connectioncontroller.h"
+#include "connection/serialportlist.h"
+#include "session/controllineledrow.h"
+#include "session/ui_serialportwidget.h"
+
+#include <QSerialPort>
+#include <QTimer>
+
+// Reconnecting a lost port, and the control lines and break of a port panel.
+
+// ---------------------------------------------------------------------------
+// Reconnect
+
+void SerialPortWidget::disarmReconnect()
+{
+    reconnectTimer->stop();
+    portLost = false;
+}
+
+void SerialPortWidget::onReconnectTick()
+{
+    if (!autoReconnect) {
+        disarmReconnect();
+        return;
+    }
+    const connectionMode mode = portSettings.connMode;
+    if (connectionModeIsTcpClient(mode)) {
+        if (!controller->hasTcpClientSocket()) {
+            showMessage(tr("Reconnecting to %1:%2 ...")
+                            .arg(portSettings.targetHost)
+                            .arg(portSettings.targetPort),
+                        2000);
+            controller->connectTcpClient(portSettings.targetHost.trimmed(),
+                                         quint16(qBound(0, portSettings.targetPort, 65535)));
+            return;
+        }
+        if (!controller->isOpen(mode)) {
+            return;
+        }
+        state = Running;
+        disarmReconnect();
+        showMessage(tr("TCP connection RESTORED"), 3000);
+        noteSession(tr("Reconnected %1").arg(sessionPortLabel()));
+        refreshStatus();
+        return;
+    }
+    if (mode != ModeSerial || !portLost || controller->isOpen(ModeSerial)) {
+        disarmReconnect();
+        return;
+    }
+    if (!serialPortPresent(portSettings.name, listUsableSerialPorts())) {
+        return;
+    }
+    if (!controller->openSerial(portSettings, portSettings.name, portSettings.name, true)) {
+        return;
+    }
+    state = Running;
+    disarmReconnect();
+    refreshSerialControlUi();
+    showMessage(tr("Serial Port %1 RECONNECTED").arg(portSettings.name), 3000);
+    noteSession(tr("Reconnected %1").arg(sessionPortLabel()));
+    refreshStatus();
+}
+
+// ---------------------------------------------------------------------------
+// Control lines and break
+
+void SerialPortWidget::pressBreak()
+{
+    breakReleaseTimer->stop();
+    txCaptionTimer->stop();
+    breakHeld = applyBreakLine(true);
+    if (!breakHeld) {
+        ui->ledRow->releaseBreakHold();
+        return;
+    }
+    breakStarted.start();
+    ui->ledRow->beginBreakIndication();
+}
+
+void SerialPortWidget::requestBreakRelease()
+{
+    // Every break lasts at least this long, however short the press: devices detect a
+    // break by its length.
+    if (breakHeld && breakStarted.isValid() && breakStarted.elapsed() < MinimumBreakMs) {
+        breakReleaseTimer->start(int(MinimumBreakMs - breakStarted.elapsed()));
+        return;
+    }
+    releaseBreak();
+}
+
+void SerialPortWidget::releaseBreak()
+{
+    breakReleaseTimer->stop();
+    if (breakHeld || controller->breakIsActive()) {
+        applyBreakLine(false);
+    }
+    breakHeld = false;
+    if (breakStarted.isValid() && breakStarted.elapsed() < MinimumBreakIndicationMs) {
+        txCaptionTimer->start(int(MinimumBreakIndicationMs - breakStarted.elapsed()));
+    } else {
+        restoreTxCaption();
+    }
+}
+
+void SerialPortWidget::restoreTxCaption()
+{
+    ui->ledRow->endBreakIndication();
+}
+
+bool SerialPortWidget::applyBreakLine(bool on)
+{
+    const connectionMode mode = portSettings.connMode;
+    if (connectionModeIsRemoteSerial(mode)) {
+        if (on) {
+            showMessage(tr("Break on a remote serial port needs RFC 2217 com-port control, "
+                           "which this build does not include yet."),
+                        5000);
+        }
+        return false;
+    }
+    if (mode != ModeSerial) {
+        if (on) {
+            showMessage(explainInertControlLine(), 5000);
+        }
+        return false;
+    }
+    return controller->setSerialLine(ConnectionController::LineBreak, on);
+}
+
+void SerialPortWidget::toggleControlLine(int line)
+{
+    const auto which = static_cast<ConnectionController::SerialLine>(line);
+    if (portSettings.connMode != ModeSerial ||
+        (which == ConnectionController::LineRts && portSettings.flowControl == 1)) {
+        showMessage(explainInertControlLine(), 5000);
+        return;
+    }
+    controller->setSerialLine(which, !controller->serialLineRequested(which));
+    if (which == ConnectionController::LineDtr) {
+        portSettings.dtrOn = controller->serialLineRequested(which);
+    } else {
+        portSettings.rtsOn = controller->serialLineRequested(which);
+    }
+    markSettingsDirty();
+    refreshSerialControlUi();
+}
+
+QString SerialPortWidget::explainInertControlLine() const
+{
+    const connectionMode mode = portSettings.connMode;
+    if (mode == ModeSerial && portSettings.flowControl == 1) {
+        return tr("RTS is driven by RTS/CTS flow control and cannot be set by hand.");
+    }
+    if (connectionModeIsRemoteSerial(mode) && portSettings.useRemoteSerialConfig) {
+        return tr("The remote port is left under its own configuration. Clear \"Keep the "
+                  "remote port's own config\" to drive RTS, DTR and Break from here.");
+    }
+    return tr("Control lines belong to a serial port. This connection does not have one.");
+}
+
+void SerialPortWidget::refreshSerialControlUi()
+{
+    onControlLinePollTick();
+}
+
+void SerialPortWidget::onControlLinePollTick()
+{
+    if (!format.showControlLineLeds) {
+        return;
+    }
+    ControlLineLedRow *row = ui->ledRow;
+    const bool serial = portSettings.connMode == ModeSerial;
+    const bool rtsByFlow = serial && portSettings.flowControl == 1;
+    row->setLine(ControlLineLedRow::Rts,
+                 serial && controller->serialLineRequested(ConnectionController::LineRts),
+                 rtsByFlow);
+    row->setLine(ControlLineLedRow::Dtr,
+                 serial && controller->serialLineRequested(ConnectionController::LineDtr));
+    QSerialPort *device = controller->serialDevice();
+    if (!serial || !device->isOpen() || !controller->serialControlLinesSupported()) {
+        row->clearInputs();
+        return;
+    }
+    const QSerialPort::PinoutSignals pins = device->pinoutSignals();
+    if (device->error() != QSerialPort::NoError) {
+        // A driver without modem-line reporting: the inputs have no source.
+        device->clearError();
+        row->clearInputs();
+        return;
+    }
+    row->setLine(ControlLineLedRow::Cts, pins & QSerialPort::ClearToSendSignal);
+    row->setLine(ControlLineLedRow::Dsr, pins & QSerialPort::DataSetReadySignal);
+    row->setLine(ControlLineLedRow::Dcd, pins & QSerialPort::DataCarrierDetectSignal);
+    row->setLine(ControlLineLedRow::Ri, pins & QSerialPort::RingIndicatorSignal);
+}

@@ -1,0 +1,490 @@
+#include "session/serialportwidget.h"
+
+#include "connection/connectioncontroller.h"
+#include "session/controllineledrow.h"
+#include "session/messagecodec.h"
+#include "session/ui_serialportwidget.h"
+#include "session/wiretextcodecregistry.h"
+
+#include <QComboBox>
+#include <QKeyEvent>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSignalBlocker>
+#include <QTextCursor>
+
+// The send path of a port panel: the send box and its history, auto send, terminal
+// typing, and bytes from other subsystems.
+
+// ---------------------------------------------------------------------------
+// Sending
+
+bool SerialPortWidget::sendMessage(const QByteArray &bytes)
+{
+    if (bytes.isEmpty()) {
+        return false;
+    }
+    emitConsoleTraffic(bytes, Sent);
+    QString peerKey;
+    bool ok = false;
+    switch (portSettings.connMode) {
+    case ModeSerial:
+        updateSettings();
+        ok = controller->sendSerial(bytes, portSettings, portSettings.name);
+        break;
+    case ModeTcpServer: {
+        if (controller->tcpServerClientCount() == 0) {
+            showMessage(tr("No TCP client is connected yet."), 3000);
+            return false;
+        }
+        const int row = selectedPeerRow();
+        peerKey = controller->tcpServerPeerAt(row < 0 ? 0 : row);
+        ok = controller->sendTcpServer(bytes, row);
+        break;
+    }
+    case ModeTcpClient:
+    case ModeRemoteSerial:
+        if (!controller->hasTcpClientSocket()) {
+            start(QString());
+        }
+        ok = controller->sendTcpClient(bytes);
+        break;
+    case ModeUdpServer: {
+        const int row = selectedPeerRow();
+        peerKey = controller->udpPeerKeyAt(row < 0 ? 0 : row);
+        ok = controller->sendUdpToPeer(bytes, row);
+        break;
+    }
+    case ModeUdpClient:
+    case ModeUdpGroup:
+        peerKey = QStringLiteral("%1:%2").arg(portSettings.targetHost).arg(portSettings.targetPort);
+        ok = controller->sendUdp(bytes, portSettings.targetHost,
+                                 quint16(qBound(0, portSettings.targetPort, 65535)));
+        break;
+    case ModeLiveRelay:
+        if (!controller->hasCloudRelay()) {
+            start(QString());
+        }
+        ok = controller->sendCloudRelay(bytes);
+        break;
+    case ModeReserved:
+        break;
+    }
+    if (ok) {
+        noteTxAccepted(bytes, peerKey, false);
+    }
+    return ok;
+}
+
+bool SerialPortWidget::writeBytes(const QByteArray &bytes, const QString &peer)
+{
+    return writeRaw(bytes, true, peer.isEmpty() ? UdpTargetMode::Default : UdpTargetMode::PeerKey,
+                    peer);
+}
+
+bool SerialPortWidget::writeRaw(const QByteArray &bytes, bool countAsTx,
+                                UdpTargetMode udpTargetMode, const QString &peer)
+{
+    if (bytes.isEmpty()) {
+        return false;
+    }
+    bool ok = false;
+    bool hasPeer = false;
+    switch (portSettings.connMode) {
+    case ModeSerial:
+        ok = controller->isOpen(ModeSerial) &&
+             controller->sendSerial(bytes, portSettings, portSettings.name);
+        break;
+    case ModeTcpServer:
+        if (!peer.isEmpty()) {
+            ok = controller->sendTcpServerTo(peer, bytes);
+            hasPeer = true;
+        } else {
+            ok = controller->broadcastTcpServer(bytes) > 0;
+        }
+        break;
+    case ModeTcpClient:
+    case ModeRemoteSerial:
+        ok = controller->sendTcpClient(bytes);
+        break;
+    case ModeUdpServer:
+    case ModeUdpClient:
+    case ModeUdpGroup:
+        switch (udpTargetMode) {
+        case UdpTargetMode::LastSender:
+            ok = controller->sendUdpToLastSender(bytes);
+            break;
+        case UdpTargetMode::PeerKey:
+            ok = controller->sendUdpToPeerKey(peer, bytes);
+            hasPeer = true;
+            break;
+        case UdpTargetMode::AllPeers:
+            ok = controller->broadcastUdp(bytes) > 0;
+            break;
+        case UdpTargetMode::Default:
+            if (portSettings.connMode == ModeUdpServer) {
+                ok = controller->sendUdpToPeer(bytes, selectedPeerRow());
+            } else {
+                ok = controller->sendUdp(bytes, portSettings.targetHost,
+                                         quint16(qBound(0, portSettings.targetPort, 65535)));
+            }
+            break;
+        }
+        break;
+    case ModeLiveRelay:
+        ok = controller->sendCloudRelay(bytes);
+        break;
+    case ModeReserved:
+        break;
+    }
+    if (ok && countAsTx) {
+        noteTxAccepted(bytes, peer, hasPeer);
+    }
+    return ok;
+}
+
+void SerialPortWidget::noteTxAccepted(const QByteArray &bytes, const QString &peer, bool hasPeer)
+{
+    txBytes += bytes.size();
+    updateCommonStatus();
+    if (!bytes.isEmpty() && !breakHeld) {
+        ui->ledRow->flashTx();
+    }
+    Q_EMIT txTapped(bytes, hasPeer ? peer : QString());
+}
+
+int SerialPortWidget::selectedPeerRow() const
+{
+    return ui->peerCombo->currentIndex();
+}
+
+void SerialPortWidget::on_sendButton_clicked()
+{
+    if (state != Running) {
+        start(QString());
+        return;
+    }
+    QString why;
+    if (!mayDisturbPort(TxActor::User, DisturbData, &why)) {
+        showMessage(why, 5000);
+        return;
+    }
+    const QByteArray bytes = encodeSendData(ui->sendTextEdit->toPlainText());
+    if (!bytes.isEmpty()) {
+        sendMessage(bytes);
+    }
+}
+
+QByteArray SerialPortWidget::encodeSendData(const QString &text)
+{
+    if (text.isEmpty()) {
+        ui->sendTextEdit->setFocus();
+        return QByteArray();
+    }
+    pullFormatFromWidgets();
+    const bool hex = ui->hexSendRadio->isChecked();
+    const EncodeSendResult result = MessageCodec::encodeSend(text, hex, format);
+    if (!result.ok) {
+        showMessage(result.error, 10000);
+        return QByteArray();
+    }
+    if (hex) {
+        QString kept = text;
+        if (format.formatSend && result.text != text) {
+            setSendText(result.text, false);
+            kept = result.text;
+        }
+        rememberSent(kept.toUpper());
+    } else {
+        format.textSent = true;
+        rememberSent(text);
+        if (!applyingSettings) {
+            Q_EMIT settingsChanged();
+        }
+    }
+    if (format.displaySendMsg && !result.bytes.isEmpty()) {
+        pushByteArray(result.bytes, false, Sent, QString());
+        displayPortBuffer();
+    }
+    updateSendListDisplay();
+    return result.bytes;
+}
+
+void SerialPortWidget::rememberSent(const QString &entry)
+{
+    history.removeAll(entry);
+    history.prepend(entry);
+    while (history.size() > SendHistoryLimit) {
+        history.removeLast();
+    }
+}
+
+QStringList SerialPortWidget::sendHistory() const
+{
+    return history;
+}
+
+void SerialPortWidget::setSendHistory(const QStringList &list)
+{
+    history.clear();
+    for (const QString &entry : list) {
+        if (!entry.isEmpty() && !history.contains(entry) && history.size() < SendHistoryLimit) {
+            history.append(entry);
+        }
+    }
+    updateSendListDisplay();
+}
+
+void SerialPortWidget::mergeSendHistory(const QStringList &list)
+{
+    for (const QString &entry : list) {
+        if (!entry.isEmpty() && !history.contains(entry) && history.size() < SendHistoryLimit) {
+            history.append(entry);
+        }
+    }
+    updateSendListDisplay();
+}
+
+void SerialPortWidget::clearSendList()
+{
+    history.clear();
+    updateSendListDisplay();
+    markSettingsDirty();
+}
+
+void SerialPortWidget::updateSendListDisplay()
+{
+    const QSignalBlocker blocker(ui->sendBox);
+    ui->sendBox->clear();
+    for (const QString &entry : std::as_const(history)) {
+        // One line per entry in the list; the whole text comes back when chosen.
+        QString shown = entry;
+        shown.replace(QLatin1Char('\n'), QChar(0x21B5));
+        ui->sendBox->addItem(shown.left(120), entry);
+    }
+    ui->sendBox->setCurrentIndex(-1);
+}
+
+void SerialPortWidget::on_sendBox_activated(int index)
+{
+    if (index < 0 || index >= ui->sendBox->count()) {
+        return;
+    }
+    setSendText(ui->sendBox->itemData(index).toString(), false);
+}
+
+void SerialPortWidget::setSendText(const QString &text, bool select)
+{
+    ui->sendTextEdit->setPlainText(text);
+    QTextCursor cursor = ui->sendTextEdit->textCursor();
+    cursor.movePosition(QTextCursor::End);
+    if (select) {
+        cursor.movePosition(QTextCursor::Start, QTextCursor::KeepAnchor);
+    }
+    ui->sendTextEdit->setTextCursor(cursor);
+}
+
+void SerialPortWidget::setSendHex(bool hex)
+{
+    (hex ? ui->hexSendRadio : ui->textSendRadio)->setChecked(true);
+    pullFormatFromWidgets();
+}
+
+QString SerialPortWidget::sendText() const
+{
+    return ui->sendTextEdit->toPlainText();
+}
+
+void SerialPortWidget::on_autoSendBox_clicked()
+{
+    pullFormatFromWidgets();
+    displayTimer->setInterval(DisplayTickMs);
+    sendTimer->setInterval(std::max(1, format.sendInterval));
+    if (format.autoSend) {
+        if (state != Stopped) {
+            sendTimer->start();
+        }
+    } else {
+        sendTimer->stop();
+    }
+}
+
+void SerialPortWidget::on_cbLinebyLine_stateChanged(int checked)
+{
+    format.lineByLine = checked != 0;
+    linePosition = 0;
+}
+
+void SerialPortWidget::onSendData()
+{
+    if (!portIsOpen() || transferRunning()) {
+        return;
+    }
+    if (!format.autoSend) {
+        return;
+    }
+    const QString text = ui->sendTextEdit->toPlainText();
+    QString piece = text;
+    if (format.lineByLine) {
+        const QStringList lines = text.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        if (lines.isEmpty()) {
+            return;
+        }
+        piece = lines.at(linePosition % lines.size());
+        linePosition = (linePosition + 1) % lines.size();
+    }
+    if (piece.isEmpty()) {
+        return;
+    }
+    const QByteArray bytes = encodeSendData(piece);
+    if (!bytes.isEmpty()) {
+        sendMessage(bytes);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Terminal typing: keys pressed in the receive view go to the port as they are typed.
+
+bool SerialPortWidget::terminalPassthroughReady() const
+{
+    return portIsOpen() && !transferRunning();
+}
+
+bool SerialPortWidget::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::KeyPress &&
+        (watched == ui->receiveBrowser || watched == ui->receiveBrowser->viewport())) {
+        if (handleTerminalKey(static_cast<QKeyEvent *>(event))) {
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+bool SerialPortWidget::handleTerminalKey(QKeyEvent *event)
+{
+    const Qt::KeyboardModifiers modifiers =
+        event->modifiers() & ~(Qt::KeypadModifier | Qt::ShiftModifier);
+    if (!terminalPassthroughReady() || modifiers != Qt::NoModifier ||
+        format.sendMsgFormat != TextFormat) {
+        return false;
+    }
+    QByteArray bytes;
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        bytes = MessageCodec::terminalEnterBytes(format.terminalEnterMode);
+    } else if (!event->text().isEmpty()) {
+        bytes = encodeTerminalText(event->text());
+        if (bytes.isEmpty()) {
+            return true;
+        }
+    } else {
+        return false;
+    }
+    if (sendMessage(bytes)) {
+        echoTerminalInput(bytes);
+    }
+    ui->receiveBrowser->moveCursor(QTextCursor::End);
+    return true;
+}
+
+QByteArray SerialPortWidget::encodeTerminalText(const QString &text)
+{
+    const WireTextCodecRegistry::Encoded encoded =
+        WireTextCodecRegistry::encode(text, format.sendEncoding);
+    if (!encoded.ok) {
+        showMessage(encoded.error, 10000);
+        return QByteArray();
+    }
+    return encoded.bytes;
+}
+
+void SerialPortWidget::echoTerminalInput(const QByteArray &bytes)
+{
+    if (!format.localEcho) {
+        return;
+    }
+    rxData record;
+    record.time = QDateTime::currentDateTime();
+    record.direction = Sent;
+    record.data = bytes;
+    record.raw = bytes;
+    record.isLocalEcho = true;
+    displayBacklogBytes += record.data.size();
+    rxDataList.append(std::move(record));
+    displayPortBuffer();
+}
+
+// ---------------------------------------------------------------------------
+// Bytes from other subsystems
+
+bool SerialPortWidget::ensurePortOpenForSend(QString *error)
+{
+    if (!portIsOpen()) {
+        start(QString());
+    }
+    if (portIsOpen()) {
+        return true;
+    }
+    if (error) {
+        *error = lastError.isEmpty() ? tr("The port is not open.") : lastError;
+    }
+    return false;
+}
+
+bool SerialPortWidget::mayDisturbPort(TxActor actor, Disturb disturb, QString *why) const
+{
+    if (!transferRunning()) {
+        return true;
+    }
+    QString reason;
+    if (actor == TxActor::Transfer) {
+        if (disturb != DisturbSettings) {
+            return true;
+        }
+        reason = tr("A file transfer is running.");
+    } else if (disturb == DisturbHarmless || actor == TxActor::Console) {
+        return true;
+    } else if (disturb == DisturbData) {
+        reason = tr("A file transfer is using this port. Sending data now would corrupt it.");
+    } else if (disturb == DisturbSettings) {
+        reason = tr("A file transfer is using this port. Changing the port settings would "
+                    "interrupt it.");
+    } else {
+        reason = tr("A file transfer is using this port. Changing the control lines would "
+                    "interrupt it.");
+    }
+    if (why) {
+        *why = reason;
+    }
+    return false;
+}
+
+bool SerialPortWidget::transferRunning() const
+{
+    // File transfers take over the port while they run; none exists yet.
+    return false;
+}
+
+void SerialPortWidget::on_openButton_clicked()
+{
+    if (state == Stopped) {
+        start(QString());
+    } else {
+        stop();
+    }
+}
+
+void SerialPortWidget::on_pauseButton_clicked()
+{
+    if (state == Paused) {
+        start(QString());
+    } else if (state == Running) {
+        pause();
+    }
+}
+
+void SerialPortWidget::onSaveData()
+{
+    // The log writer flushes here every 5 seconds while the port runs.
+}

@@ -1,0 +1,189 @@
+#include "session/serialportwidget.h"
+
+#include "app/connectionsettingswidget.h"
+#include "connection/connectioncontroller.h"
+#include "connection/serialportlist.h"
+#include "session/ui_serialportwidget.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QSerialPort>
+#include <QStatusBar>
+#include <QTimer>
+
+// The one-second tick of a port panel: port scan, lost-port detection and the status
+// line.
+
+// ---------------------------------------------------------------------------
+// The one-second tick and the status line
+
+void SerialPortWidget::onRefreshAvalablePorts()
+{
+    const QList<QSerialPortInfo> ports = listUsableSerialPorts();
+    QStringList names;
+    for (const QSerialPortInfo &info : ports) {
+        names.append(info.portName());
+    }
+    const QString joined = names.join(QLatin1Char(','));
+
+    if (portSettings.connMode == ModeSerial && state != Stopped && !portLost &&
+        controller->isOpen(ModeSerial) && !serialPortPresent(portSettings.name, ports)) {
+        // The device is gone even if the driver said nothing.
+        if (autoReconnect) {
+            controller->closeAll(ModeSerial, portSettings.name);
+            onSerialPortLost();
+        } else {
+            stop();
+            showMessage(tr("Serial Port %1 DISCONNECTED").arg(portSettings.name), 5000);
+        }
+    }
+    if (joined != lastPortList) {
+        lastPortList = joined;
+        ui->connectionSettings->refreshPorts();
+    }
+    refreshStatus();
+}
+
+void SerialPortWidget::refreshStatus()
+{
+    ui->sendButton->setText(state == Running ? tr("Send") : tr("Open"));
+    ui->openButton->setText(state == Stopped ? tr("Open") : tr("Close"));
+    ui->pauseButton->setText(state == Paused ? tr("Resume") : tr("Pause"));
+    ui->pauseButton->setEnabled(state != Stopped);
+    ui->connectionSettings->setEnabled(state == Stopped);
+    const connectionMode mode = portSettings.connMode;
+    const bool multiPeer = mode == ModeTcpServer || mode == ModeUdpServer;
+    ui->peerLabel->setVisible(multiPeer);
+    ui->peerCombo->setVisible(multiPeer);
+    switch (mode) {
+    case ModeSerial:
+        onRefreshSerialPortDisplay();
+        break;
+    case ModeTcpServer:
+        onRefreshTcpServerDisplay();
+        break;
+    case ModeTcpClient:
+    case ModeRemoteSerial:
+        onRefreshTcpClientDisplay();
+        break;
+    case ModeUdpServer:
+    case ModeUdpClient:
+    case ModeUdpGroup:
+        onRefreshUdpClientDisplay();
+        break;
+    case ModeLiveRelay:
+        onRefreshCloudRelayDisplay();
+        break;
+    case ModeReserved:
+        ui->statusLabel->setText(QString());
+        updateCommonStatus();
+        break;
+    }
+}
+
+void SerialPortWidget::onRefreshSerialPortDisplay()
+{
+    QSerialPort *device = controller->serialDevice();
+    if (device->isOpen()) {
+        if (state != Paused) {
+            state = Running;
+        }
+        QString name = portSettings.name;
+        if (name.startsWith(QLatin1String("cu."))) {
+            name.remove(0, 3);
+        }
+        const QString parity = portSettings.parity == 3   ? QStringLiteral("ODD")
+                               : portSettings.parity == 2 ? QStringLiteral("EVEN")
+                               : portSettings.parity == 4 ? QStringLiteral("SPACE")
+                               : portSettings.parity == 5 ? QStringLiteral("MARK")
+                                                          : QStringLiteral("NONE");
+        const QString flow = portSettings.flowControl == 1   ? QStringLiteral("Hardware")
+                             : portSettings.flowControl == 2 ? QStringLiteral("Xon/Xoff")
+                                                             : QStringLiteral("OFF");
+        ui->statusLabel->setText(
+            tr("<font color = green> %1 OPENED, %2, %3, %4, %5, %6 </font>")
+                .arg(name)
+                .arg(portSettings.baudRate)
+                .arg(portSettings.stringDataBits, parity, portSettings.stringStopBits, flow));
+    } else {
+        if (!portLost) {
+            state = Stopped;
+        }
+        ui->statusLabel->setText(tr("<font color = red> %1 CLOSED </font>").arg(portSettings.name));
+    }
+    updateCommonStatus();
+}
+
+void SerialPortWidget::onRefreshTcpServerDisplay()
+{
+    if (controller->isOpen(ModeTcpServer)) {
+        ui->statusLabel->setText(
+            tr("<font color = green> TCP server %1 LISTENING, %n client(s) </font>", nullptr,
+               controller->tcpServerClientCount())
+                .arg(controller->tcpServerAddressString()));
+    } else {
+        ui->statusLabel->setText(
+            tr("<font color = red> TCP server :%1 CLOSED </font>").arg(portSettings.targetPort));
+    }
+    updateCommonStatus();
+}
+
+void SerialPortWidget::onRefreshTcpClientDisplay()
+{
+    const QString endpoint = portSettings.connMode == ModeRemoteSerial
+                                 ? remoteSerialPortLabel(portSettings)
+                                 : sessionPortLabel();
+    switch (controller->tcpClientState()) {
+    case QAbstractSocket::ConnectedState:
+        ui->statusLabel->setText(tr("<font color = green> TCP %1 CONNECTED </font>").arg(endpoint));
+        break;
+    case QAbstractSocket::HostLookupState:
+    case QAbstractSocket::ConnectingState:
+        ui->statusLabel->setText(
+            tr("<font color = orange> TCP %1 CONNECTING </font>").arg(endpoint));
+        break;
+    default:
+        ui->statusLabel->setText(
+            reconnectTimer->isActive()
+                ? tr("<font color = orange> TCP %1 RECONNECTING </font>").arg(endpoint)
+                : tr("<font color = red> TCP %1 CLOSED </font>").arg(endpoint));
+        break;
+    }
+    updateCommonStatus();
+}
+
+void SerialPortWidget::onRefreshUdpClientDisplay()
+{
+    if (controller->isOpen(portSettings.connMode)) {
+        ui->statusLabel->setText(tr("<font color = green> UDP bound to port %1, %n peer(s) </font>",
+                                    nullptr, int(controller->udpPeerList().size()))
+                                     .arg(controller->udpBoundPort()));
+    } else {
+        ui->statusLabel->setText(tr("<font color = red> UDP CLOSED </font>"));
+    }
+    updateCommonStatus();
+}
+
+void SerialPortWidget::onRefreshCloudRelayDisplay()
+{
+    ui->statusLabel->setText(controller->cloudRelayPaired()
+                                 ? tr("<font color = green> Live Relay %1 CONNECTED </font>")
+                                       .arg(remoteSerialPortLabel(portSettings))
+                                 : tr("<font color = red> Live Relay CLOSED </font>"));
+    updateCommonStatus();
+}
+
+void SerialPortWidget::updateCommonStatus()
+{
+    shownRxBytes = rxBytes;
+    shownTxBytes = txBytes;
+    ui->counterLabel->setText(tr("Rx: %L1 Bytes").arg(rxBytes) + QStringLiteral("  ") +
+                              tr("Tx: %L1 Bytes").arg(txBytes));
+}
+
+void SerialPortWidget::showMessage(const QString &text, int timeoutMs)
+{
+    statusBar()->showMessage(text, timeoutMs);
+    Q_EMIT statusShown(text, timeoutMs);
+}
