@@ -7,6 +7,8 @@
 #include "connection/serialportlist.h"
 #include "session/controllineledrow.h"
 #include "session/hled.h"
+#include "session/logwriter.h"
+#include "session/messagecodec.h"
 #include "session/ui_serialportwidget.h"
 #include "session/wiretextcodecregistry.h"
 
@@ -24,6 +26,7 @@
 #include <QStatusBar>
 #include <QTextCursor>
 #include <QTimer>
+#include <QToolButton>
 
 Q_DECLARE_LOGGING_CATEGORY(lcTerminal)
 Q_LOGGING_CATEGORY(lcTerminal, "vlm.terminal")
@@ -107,6 +110,8 @@ void SerialPortWidget::initialPara()
     reconnectTimer = new QTimer(this);
     reconnectTimer->setInterval(2000);
     connect(reconnectTimer, &QTimer::timeout, this, &SerialPortWidget::onReconnectTick);
+
+    logWriter = new LogWriter([] { return QDateTime::currentDateTime(); }, this);
 
     breakReleaseTimer = new QTimer(this);
     breakReleaseTimer->setSingleShot(true);
@@ -214,6 +219,7 @@ void SerialPortWidget::pushFormatToWidgets()
     ui->displaySendBox->setChecked(format.displaySendMsg);
     ui->localEchoBox->setChecked(format.localEcho);
     ui->cbLinebyLine->setChecked(format.lineByLine);
+    pushLogToWidgets();
     ui->receiveBrowser->setFont(
         resolveDisplayFont(format.logFont.family, format.logFont.pointSize));
     ui->sendTextEdit->setFont(ui->receiveBrowser->font());
@@ -290,6 +296,9 @@ void SerialPortWidget::connectFormatWidgets()
         on_cbLinebyLine_stateChanged(state);
     });
     connect(ui->sendBox, &QComboBox::activated, this, &SerialPortWidget::on_sendBox_activated);
+    connect(ui->logSaveBox, &QCheckBox::toggled, this, &SerialPortWidget::on_logSaveBox_toggled);
+    connect(ui->logPathButton, &QToolButton::clicked, this,
+            &SerialPortWidget::on_logPathButton_clicked);
     ui->receiveBrowser->installEventFilter(this);
     ui->receiveBrowser->viewport()->installEventFilter(this);
 }
@@ -348,6 +357,8 @@ bool SerialPortWidget::start(const QString &portName)
     disarmReconnect();
     const int oldState = state;
     updateSettings();
+    logAtLineStart = true;
+    logPendingFlag = false;
 
     if (oldState != Paused) {
         resetTextDecoders();
@@ -426,6 +437,10 @@ bool SerialPortWidget::start(const QString &portName)
     if (!ok) {
         failStart();
         return false;
+    }
+    format.logFileName = logWriter->decode_file_name(format.logFilePath, logPortName());
+    if (format.logStartOnConnect && !format.logSaveFlag) {
+        enableLogging();
     }
     if (format.autoSend) {
         sendTimer->start();
@@ -750,11 +765,13 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
     // waits than the view holds, the oldest records skip the view. Counters, taps and
     // the recording saw them at arrival.
     const qint64 keep = viewCharacterBudget();
+    QString logBatch;
     qint64 skipped = 0;
     while (displayBacklogBytes > keep && rxDataList.size() > 1) {
         const rxData record = rxDataList.takeFirst();
         displayBacklogBytes -= record.data.size();
         skipped += record.data.size();
+        logRecord(record, logBatch);
     }
     if (skipped > 0) {
         appendSystemLine(tr("[%L1 bytes not shown: the view could not keep up with the data rate]")
@@ -783,6 +800,7 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
         displayBacklogBytes -= record.data.size();
         total += record.data.size();
         renderRecord(record);
+        logRecord(record, logBatch);
         if (budget >= 0 && total >= budget) {
             break;
         }
@@ -791,6 +809,19 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
         panelsWithBacklog().remove(this);
     }
     trimView();
+    if (!logBatch.isEmpty()) {
+        logWriter->appendLine(logBatch, format);
+    }
+}
+
+void SerialPortWidget::logRecord(const rxData &record, QString &batch)
+{
+    // Local echo is shown, never logged; nothing is decoded while logging is off.
+    if (record.isLocalEcho || !format.logSaveFlag) {
+        return;
+    }
+    batch += MessageCodec::decodeForLog(record, format, logAtLineStart, logPendingFlag, logLastTime,
+                                        logDecoders[1].get(), logDecoders[0].get());
 }
 
 void SerialPortWidget::appendSystemLine(const QString &text)

@@ -15,6 +15,7 @@
 #include <map>
 
 class ConnectionController;
+class LogWriter;
 class QKeyEvent;
 class QTimer;
 class Ui_SerialPortWidget;
@@ -138,6 +139,12 @@ public:
     ConnectionController *connectionController() const { return controller; }
     QString viewText() const;
 
+    // The log file.
+    bool enableLogging();
+    void disableLogging();
+    bool flushLog(QString *error);
+    QString logPortName() const;
+
     // Control lines and break.
     void pressBreak();
     void requestBreakRelease();
@@ -199,6 +206,10 @@ private:
     void onRefreshAvalablePorts();
     void onSendData();
     void onSaveData();
+    void logRecord(const rxData &record, QString &batch);
+    void pushLogToWidgets();
+    void on_logSaveBox_toggled(bool on);
+    void on_logPathButton_clicked();
     void onReconnectTick();
     void disarmReconnect();
     void releaseBreak();
@@ -279,6 +290,10 @@ private:
     QHash<QString, QString> peerTranscripts;
     bool viewAtLineStart = true;
 
+    LogWriter *logWriter = nullptr;
+    bool logAtLineStart = true;
+    bool logPendingFlag = false;
+    QDateTime logLastTime;
     QStringList history;
     int linePosition = 0;
     QString lastError;

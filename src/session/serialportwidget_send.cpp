@@ -486,5 +486,9 @@ void SerialPortWidget::on_pauseButton_clicked()
 
 void SerialPortWidget::onSaveData()
 {
-    // The log writer flushes here every 5 seconds while the port runs.
+    QString error;
+    if (!flushLog(&error) && !error.isEmpty()) {
+        showMessage(error, 10000);
+    }
+    updateCommonStatus();
 }

@@ -3,12 +3,17 @@
 #include "app/connectionsettingswidget.h"
 #include "connection/connectioncontroller.h"
 #include "connection/serialportlist.h"
+#include "session/logwriter.h"
 #include "session/ui_serialportwidget.h"
 
+#include <QCheckBox>
 #include <QComboBox>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QLabel>
 #include <QPushButton>
 #include <QSerialPort>
+#include <QSignalBlocker>
 #include <QStatusBar>
 #include <QTimer>
 
@@ -180,10 +185,118 @@ void SerialPortWidget::updateCommonStatus()
     shownTxBytes = txBytes;
     ui->counterLabel->setText(tr("Rx: %L1 Bytes").arg(rxBytes) + QStringLiteral("  ") +
                               tr("Tx: %L1 Bytes").arg(txBytes));
+    if (format.logSaveFlag && format.logFileName != unresolvedLogFileName()) {
+        const QFileInfo file(format.logFileName);
+        ui->logLabel->setText(file.fileName());
+        ui->logLabel->setToolTip(file.absoluteFilePath());
+    } else {
+        ui->logLabel->setText(QStringLiteral("  "));
+        ui->logLabel->setToolTip(QString());
+    }
 }
 
 void SerialPortWidget::showMessage(const QString &text, int timeoutMs)
 {
     statusBar()->showMessage(text, timeoutMs);
     Q_EMIT statusShown(text, timeoutMs);
+}
+
+// ---------------------------------------------------------------------------
+// The log file
+
+QString SerialPortWidget::logPortName() const
+{
+    // The port's name as it may stand in a file name: the last part of a device path,
+    // and no characters that file systems refuse.
+    QString name = portSettings.connMode == ModeSerial ? portSettings.name : sessionPortLabel();
+    if (portSettings.connMode == ModeSerial && name.contains(QLatin1Char('/'))) {
+        name = name.section(QLatin1Char('/'), -1);
+    }
+    for (QChar &c : name) {
+        if (c == QLatin1Char('/') || c == QLatin1Char('\\') || c == QLatin1Char(':') ||
+            c == QLatin1Char('*') || c == QLatin1Char('?') || c == QLatin1Char('"') ||
+            c == QLatin1Char('<') || c == QLatin1Char('>') || c == QLatin1Char('|')) {
+            c = QLatin1Char('_');
+        }
+    }
+    if (name.startsWith(QLatin1Char('_'))) {
+        name.remove(0, 1);
+    }
+    return name.isEmpty() ? connectionModePrefix(portSettings.connMode) : name;
+}
+
+bool SerialPortWidget::enableLogging()
+{
+    if (format.logPromptForName) {
+        QString path = QFileDialog::getSaveFileName(
+            this, tr("Select Log File"), format.logFilePath,
+            tr("Log files (*.log);;All files (*.*);;Text files (*.txt)"));
+        if (path.isEmpty()) {
+            return false;
+        }
+        if (QFileInfo(path).suffix().isEmpty()) {
+            path += QStringLiteral(".log");
+        }
+        format.logFilePath = path;
+    }
+    format.logFileName = logWriter->decode_file_name(format.logFilePath, logPortName());
+    format.logSaveFlag = true;
+    logWriter->noteLoggingState(true);
+    pushLogToWidgets();
+    updateCommonStatus();
+    return true;
+}
+
+void SerialPortWidget::disableLogging()
+{
+    QString error;
+    flushLog(&error);
+    format.logSaveFlag = false;
+    logWriter->noteLoggingState(false);
+    pushLogToWidgets();
+    updateCommonStatus();
+}
+
+bool SerialPortWidget::flushLog(QString *error)
+{
+    const QString header = QStringLiteral("Port Name: ") + currentRealPortName() +
+                           QLatin1Char('\n') + QStringLiteral(" Baudrate: ") +
+                           QString::number(portSettings.baudRate) + QStringLiteral("\n\n");
+    return logWriter->flush(format, logPortName(), header, error);
+}
+
+void SerialPortWidget::pushLogToWidgets()
+{
+    const QSignalBlocker blocker(ui->logSaveBox);
+    ui->logSaveBox->setChecked(format.logSaveFlag);
+}
+
+void SerialPortWidget::on_logSaveBox_toggled(bool on)
+{
+    if (on == format.logSaveFlag) {
+        return;
+    }
+    if (on) {
+        enableLogging();
+    } else {
+        disableLogging();
+    }
+    markSettingsDirty();
+}
+
+void SerialPortWidget::on_logPathButton_clicked()
+{
+    QString path =
+        QFileDialog::getSaveFileName(this, tr("Select Log File"), format.logFilePath,
+                                     tr("Log files (*.log);;All files (*.*);;Text files (*.txt)"));
+    if (path.isEmpty()) {
+        return;
+    }
+    if (QFileInfo(path).suffix().isEmpty()) {
+        path += QStringLiteral(".log");
+    }
+    format.logFilePath = path;
+    format.logFileName = logWriter->decode_file_name(format.logFilePath, logPortName());
+    updateCommonStatus();
+    markSettingsDirty();
 }

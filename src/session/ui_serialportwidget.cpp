@@ -21,6 +21,7 @@
 #include <QSpinBox>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 namespace {
@@ -97,6 +98,17 @@ void Ui_SerialPortWidget::setupReceiveGroup(QWidget *parent)
     displayTimeBox = checkBox(receiveGroup, QStringLiteral("displayTimeBox"), "Display Time",
                               "Prefix received data with a timestamp");
     form->addRow(displayTimeBox);
+    auto *logRow = new QHBoxLayout;
+    logSaveBox = checkBox(receiveGroup, QStringLiteral("logSaveBox"), "Log to File",
+                          "Write what the port shows to a log file");
+    logPathButton = new QToolButton(receiveGroup);
+    logPathButton->setObjectName(QStringLiteral("logPathButton"));
+    logPathButton->setText(QStringLiteral("…"));
+    logPathButton->setToolTip(tr("Choose the log file"));
+    logRow->addWidget(logSaveBox);
+    logRow->addWidget(logPathButton);
+    logRow->addStretch(1);
+    form->addRow(logRow);
 }
 
 void Ui_SerialPortWidget::setupSendGroup(QWidget *parent)

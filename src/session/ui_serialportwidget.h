@@ -9,6 +9,7 @@ class QComboBox;
 class QGroupBox;
 class QRadioButton;
 class QSpinBox;
+class QToolButton;
 class QWidget;
 class QLabel;
 class QMainWindow;
@@ -38,6 +39,8 @@ public:
     QCheckBox *rxAutoFeedBox = nullptr;
     QSpinBox *autoFeedIntervalSpin = nullptr;
     QCheckBox *displayTimeBox = nullptr;
+    QCheckBox *logSaveBox = nullptr;
+    QToolButton *logPathButton = nullptr;
 
     // Send settings.
     QGroupBox *sendGroup = nullptr;

@@ -3,11 +3,13 @@
 #include "session/serialportwidget.h"
 #include "support/testsupport.h"
 
+#include <QFile>
 #include <QNetworkDatagram>
 #include <QSerialPort>
 #include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTemporaryDir>
 #include <QtTest>
 #include <QUdpSocket>
 
@@ -75,6 +77,7 @@ private slots:
     void badInputLeavesPanelStoppedAndUsable();
     void ptyPortIsLostOnlyWhenItsPathVanishes();
     void consoleKeyNamesModeAndIndex();
+    void logFileHoldsWhatArrivedAndWasSent();
     void shortBreakPressLastsTheMinimum();
     void controlLinesOfNetworkPortsExplainThemselves_data();
     void controlLinesOfNetworkPortsExplainThemselves();
@@ -442,6 +445,39 @@ void TestSerialPortWidget::controlLinesOfNetworkPortsExplainThemselves()
     QVERIFY(anyStartsWith(status, message));
     QVERIFY(panel.explainInertControlLine().startsWith(message));
     QVERIFY(!panel.breakIsHeld());
+}
+
+void TestSerialPortWidget::logFileHoldsWhatArrivedAndWasSent()
+{
+    QTemporaryDir dir;
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost, 0));
+    SerialPortWidget panel;
+    FormatSetting format = panel.formatSettings();
+    format.logFilePath = dir.filePath("logs/vlm_%S.log");
+    format.logSaveFlag = true;
+    format.displaySendMsg = true;
+    panel.applyFormatSetting(format);
+    panel.applySettings(tcpClientSettings("127.0.0.1", server.serverPort()));
+    QVERIFY(panel.start(QString()));
+    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), Timeout);
+    QTcpSocket *peer = server.nextPendingConnection();
+    QTRY_VERIFY_WITH_TIMEOUT(panel.portIsOpen(), Timeout);
+    peer->write("\x1b[1mfirst\x1b[0m line\n");
+    QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("first line"), Timeout);
+    panel.setSendText("reply", false);
+    panel.on_sendButton_clicked();
+    panel.stop();
+
+    const QString expected =
+        dir.filePath(QStringLiteral("logs/vlm_127.0.0.1_%1.log").arg(server.serverPort()));
+    QFile log(expected);
+    QVERIFY2(log.open(QIODevice::ReadOnly), qPrintable(expected));
+    const QString text = QString::fromUtf8(log.readAll());
+    QVERIFY2(text.startsWith("Port Name: "), qPrintable(text));
+    QVERIFY(text.contains("first line\n"));
+    QVERIFY(text.contains("reply"));
+    QVERIFY(!text.contains("[1m"));
 }
 
 QTEST_MAIN(TestSerialPortWidget)
