@@ -1,9 +1,83 @@
+#include "app/appearance.h"
+#include "app/apptranslations.h"
+#include "app/logging.h"
 #include "app/mainwindow.h"
+#include "app/setconfigfilepathdialog.h"
 
 #include <QApplication>
-#include <QLoggingCategory>
+#include <QLocale>
+#include <QPixmap>
+#include <QScreen>
+#include <QSettings>
+#include <QTimer>
+#include <QTranslator>
 
-Q_LOGGING_CATEGORY(lcApp, "vlm.app")
+namespace {
+
+// The documentation switches: what to grab, into which file.
+struct ScreenshotRequest
+{
+    QString kind; // "window", "dialog" or "scene"
+    QString name;
+    QString file;
+    QSize dialogSize;
+};
+
+bool parseScreenshot(const QStringList &args, ScreenshotRequest *request)
+{
+    for (int i = 1; i < args.size(); ++i) {
+        const QString &arg = args.at(i);
+        if (arg == QLatin1String("--screenshot") && i + 1 < args.size()) {
+            *request = {QStringLiteral("window"), QString(), args.at(i + 1), {}};
+            return true;
+        }
+        if (arg == QLatin1String("--screenshot-scene") && i + 2 < args.size()) {
+            *request = {QStringLiteral("scene"), args.at(i + 1), args.at(i + 2), {}};
+            return true;
+        }
+        if (arg == QLatin1String("--screenshot-dialog") && i + 2 < args.size()) {
+            *request = {QStringLiteral("dialog"), args.at(i + 1), args.at(i + 2), {}};
+            if (i + 3 < args.size()) {
+                const QStringList size = args.at(i + 3).split(QLatin1Char('x'));
+                if (size.size() == 2) {
+                    request->dialogSize = QSize(size.at(0).toInt(), size.at(1).toInt());
+                }
+            }
+            return true;
+        }
+    }
+    return false;
+}
+
+void grabLater(MainWindow &window, const ScreenshotRequest &request)
+{
+    window.resize(1280, 800);
+    window.move(80, 80);
+    window.raise();
+    window.activateWindow();
+    QWidget *target = &window;
+    if (request.kind == QLatin1String("scene") && !window.runScreenshotScene(request.name)) {
+        qCWarning(lcApp) << "unknown screenshot scene" << request.name
+                         << "; known:" << MainWindow::screenshotSceneNames();
+    }
+    if (request.kind == QLatin1String("dialog")) {
+        target = window.openScreenshotDialog(request.name);
+        if (!target) {
+            qCWarning(lcApp) << "unknown screenshot dialog" << request.name
+                             << "; known:" << MainWindow::screenshotDialogNames();
+            target = &window;
+        } else if (request.dialogSize.isValid()) {
+            target->resize(request.dialogSize);
+        }
+    }
+    QTimer::singleShot(1500, &window, [target, file = request.file] {
+        const bool ok = target->grab().save(file);
+        qCInfo(lcApp) << "screenshot" << file << (ok ? "saved" : "FAILED");
+        QApplication::exit(ok ? 0 : 1);
+    });
+}
+
+} // namespace
 
 int main(int argc, char *argv[])
 {
@@ -13,8 +87,58 @@ int main(int argc, char *argv[])
     QCoreApplication::setApplicationName(QStringLiteral("Velmora"));
     qCInfo(lcApp) << "arguments" << QCoreApplication::arguments();
 
+    QSettings settings;
+    Appearance::apply(Appearance::fromSetting(settings.value(QStringLiteral("Appearance"), 0)));
+
+    const int languageChoice = settings.value(QStringLiteral("ValueL"), 0).toInt();
+    QTranslator qtTranslator;
+    QTranslator appTranslator;
+    if (AppTranslations::wantsChinese(languageChoice, QLocale::system().name())) {
+        if (AppTranslations::loadQtBase(qtTranslator, QStringLiteral("zh_CN"),
+                                        AppTranslations::qtBaseSearchDirs())) {
+            QCoreApplication::installTranslator(&qtTranslator);
+        } else {
+            qCWarning(lcApp) << "load Qt translations"
+                             << "failed!";
+        }
+        if (AppTranslations::loadApp(appTranslator, QStringLiteral("zh_CN"))) {
+            QCoreApplication::installTranslator(&appTranslator);
+        } else {
+            qCWarning(lcApp) << "load language"
+                             << "failed!";
+        }
+    }
+
+    ScreenshotRequest screenshot;
+    const bool documenting = parseScreenshot(QCoreApplication::arguments(), &screenshot);
+    if (settings.value(QStringLiteral("CONFIG_FILE_PATH")).toString().isEmpty()) {
+        // Documentation runs are unattended: they take the suggested place.
+        QString path = SetConfigFilePathDialog::defaultPath();
+        if (!documenting) {
+            SetConfigFilePathDialog dialog;
+            if (dialog.exec() != QDialog::Accepted) {
+                return 0;
+            }
+            path = dialog.path();
+        }
+        settings.setValue(QStringLiteral("CONFIG_FILE_PATH"), path);
+    }
+
     MainWindow window;
-    window.resize(1000, 800);
+    window.resize(settings.value(QStringLiteral("LAST_WINDOW_SIZE"), QSize(1000, 800)).toSize());
+    const QPoint position =
+        settings.value(QStringLiteral("LAST_WINDOW_POSITION"), QPoint(200, 200)).toPoint();
+    const QSize available = window.screen()->availableSize();
+    // A position saved on a screen that is gone would put the window out of sight.
+    if (position.x() >= 0 && position.y() >= 0 && position.x() < available.width() &&
+        position.y() < available.height()) {
+        window.move(position);
+        window.setGeometry(QRect(position, window.size()));
+    }
     window.show();
+
+    if (documenting) {
+        grabLater(window, screenshot);
+    }
     return QApplication::exec();
 }

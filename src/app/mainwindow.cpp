@@ -1,44 +1,196 @@
 #include "app/mainwindow.h"
 
+#include "app/appearance.h"
+#include "app/logging.h"
 #include "session/serialportwidget.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCloseEvent>
+#include <QGridLayout>
+#include <QLoggingCategory>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
+#include <QSettings>
 #include <QStatusBar>
+#include <QTimer>
 
 MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent)
 {
     setWindowTitle(tr("Velmora"));
-    port = new SerialPortWidget(this);
-    port->setPortNumber(0);
-    port->setWindowFlags(Qt::Widget);
-    setCentralWidget(port);
-    connect(port, &SerialPortWidget::statusShown, statusBar(), &QStatusBar::showMessage);
+    central = new QWidget(this);
+    auto *grid = new QGridLayout(central);
+    grid->setContentsMargins(0, 0, 0, 0);
+    setCentralWidget(central);
+
     createActions();
+    createStatusBar();
+
+    portCountValue = 1;
+    createPortWidget(0);
+    updateGrid();
+
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
+        for (QWidget *w = now; w; w = w->parentWidget()) {
+            if (auto *port = qobject_cast<SerialPortWidget *>(w)) {
+                if (lastFocusedPort != port) {
+                    lastFocusedPort = port;
+                    updateStatusBar();
+                }
+                return;
+            }
+        }
+    });
+    // Notices raised while the window is being built wait until it shows.
+    QTimer::singleShot(0, this, &MainWindow::releaseStartupNotices);
 }
 
-MainWindow::~MainWindow() = default;
+MainWindow::~MainWindow()
+{
+    for (SerialPortWidget *&port : portWidgets) {
+        if (!port) {
+            continue;
+        }
+        port->disconnect(this);
+        if (port->portState() != 2) {
+            port->stop();
+        }
+        delete port;
+        port = nullptr;
+    }
+}
 
 SerialPortWidget *MainWindow::portWidget(int index) const
 {
-    return index == 0 ? port : nullptr;
+    return index >= 0 && index < MaxPorts ? portWidgets[size_t(index)] : nullptr;
+}
+
+SerialPortWidget *MainWindow::focusedPortWidget() const
+{
+    for (int i = 0; i < portCountValue; ++i) {
+        if (portWidgets[size_t(i)] == lastFocusedPort) {
+            return lastFocusedPort;
+        }
+    }
+    return portCountValue > 0 ? portWidgets[0] : nullptr;
+}
+
+SerialPortWidget *MainWindow::createPortWidget(int index)
+{
+    auto *port = new SerialPortWidget(nullptr);
+    port->setPortNumber(index);
+    port->setWindowFlags(Qt::Widget);
+    port->setAutoReconnect(autoReconnect);
+    portWidgets[size_t(index)] = port;
+    connect(port, &SerialPortWidget::settingsChanged, this, &MainWindow::markModified);
+    connect(port, &SerialPortWidget::statusShown, this,
+            [this, port](const QString &text, int timeoutMs) {
+                onPortStatusShown(port, text, timeoutMs);
+            });
+    return port;
+}
+
+void MainWindow::start(const QString &portName, bool silent)
+{
+    for (int i = 0; i < portCountValue; ++i) {
+        SerialPortWidget *port = portWidgets[size_t(i)];
+        if (!portName.isEmpty() && port->currentRealPortName() != portName) {
+            continue;
+        }
+        const bool ok = port->start(QString());
+        if (!ok && i == 0) {
+            const QString text = tr("Serial Port %1 OPEN FAILED").arg(port->sessionPortLabel());
+            if (silent) {
+                showStatusNotice(text, NoticeWarning, 15000, port->lastTransportError());
+            } else {
+                QMessageBox::warning(this, tr("Velmora"), text);
+            }
+        }
+        if (!portName.isEmpty()) {
+            return;
+        }
+    }
 }
 
 void MainWindow::createActions()
 {
-    QMenu *fileMenu = menuBar()->addMenu(tr("&File"));
-    QAction *quit = fileMenu->addAction(tr("E&xit"));
+    QMenu *file = menuBar()->addMenu(tr("&File"));
+    QAction *quit = file->addAction(tr("E&xit"));
     quit->setShortcut(QKeySequence::Quit);
     connect(quit, &QAction::triggered, this, &QWidget::close);
+
+    QMenu *edit = menuBar()->addMenu(tr("&Edit"));
+    acEditAdd = edit->addAction(tr("Add Connection"));
+    acEditAdd->setObjectName(QStringLiteral("acEditAdd"));
+    connect(acEditAdd, &QAction::triggered, this, &MainWindow::on_acEditAdd_triggered);
+    acEditRemove = edit->addAction(tr("Remove Last Connection"));
+    acEditRemove->setObjectName(QStringLiteral("acEditRemove"));
+    connect(acEditRemove, &QAction::triggered, this, &MainWindow::on_acEditRemove_triggered);
+    QAction *newConnection = edit->addAction(tr("New Connection..."));
+    newConnection->setObjectName(QStringLiteral("actionNew_Connection"));
+    connect(newConnection, &QAction::triggered, this,
+            &MainWindow::on_actionNew_Connection_triggered);
+
+    QMenu *view = menuBar()->addMenu(tr("&View"));
+    const auto viewAction = [this, view](const char *text, const char *name, auto slot) {
+        QAction *action = view->addAction(tr(text));
+        action->setObjectName(QString::fromLatin1(name));
+        action->setCheckable(true);
+        connect(action, &QAction::triggered, this, slot);
+        return action;
+    };
+    acViewHorizontal =
+        viewAction("Horizontal", "acViewHorizontal", &MainWindow::on_acViewHorizontal_triggered);
+    acViewVertical =
+        viewAction("Vertical", "acViewVertical", &MainWindow::on_acViewVertical_triggered);
+    acViewGrid = viewAction("Grid", "acViewGrid", &MainWindow::on_acViewGrid_triggered);
+    acViewCustom = viewAction("Custom...", "acViewCustom", &MainWindow::on_acViewCustom_triggered);
+    acViewTabs = viewAction("Tabs", "acViewTabs", &MainWindow::on_acViewTabs_triggered);
+    view->addSeparator();
+    acViewQuickSettings = view->addAction(tr("Quick Settings"));
+    acViewQuickSettings->setObjectName(QStringLiteral("acViewQuickSettings"));
+    acViewQuickSettings->setCheckable(true);
+    acViewQuickSettings->setChecked(true);
+    connect(acViewQuickSettings, &QAction::triggered, this, &MainWindow::updateGrid);
+    view->addSeparator();
+    QMenu *appearance = view->addMenu(tr("Appearance"));
+    acAppearanceLight = appearance->addAction(tr("Light"));
+    acAppearanceDark = appearance->addAction(tr("Dark"));
+    for (QAction *action : {acAppearanceLight, acAppearanceDark}) {
+        action->setCheckable(true);
+    }
+    acAppearanceLight->setChecked(Appearance::current() == AppearanceMode::Light);
+    acAppearanceDark->setChecked(Appearance::current() == AppearanceMode::Dark);
+    connect(acAppearanceLight, &QAction::triggered, this, [this] { setAppearance(0); });
+    connect(acAppearanceDark, &QAction::triggered, this, [this] { setAppearance(1); });
+
+    QMenu *tools = menuBar()->addMenu(tr("&Tools"));
+    tools->setObjectName(QStringLiteral("toolsMenu"));
+}
+
+void MainWindow::setAppearance(int mode)
+{
+    const AppearanceMode chosen = mode == 1 ? AppearanceMode::Dark : AppearanceMode::Light;
+    Appearance::apply(chosen);
+    QSettings().setValue(QStringLiteral("Appearance"), Appearance::toSetting(chosen));
+    acAppearanceLight->setChecked(chosen == AppearanceMode::Light);
+    acAppearanceDark->setChecked(chosen == AppearanceMode::Dark);
+}
+
+void MainWindow::markModified()
+{
+    setWindowModified(true);
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    if (port->portState() != SerialPortWidget::Stopped) {
-        port->stop();
+    for (int i = 0; i < portCountValue; ++i) {
+        if (portWidgets[size_t(i)]->portState() != 2) {
+            portWidgets[size_t(i)]->stop();
+        }
     }
+    hide();
     event->accept();
 }

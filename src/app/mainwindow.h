@@ -1,25 +1,174 @@
 #pragma once
 
-#include <QMainWindow>
+#include "app/livesyncstatus.h"
 
+#include <QDateTime>
+#include <QList>
+#include <QMainWindow>
+#include <QPointer>
+
+#include <array>
+
+class QAction;
+class QLabel;
+class QMenu;
+class QSplitter;
+class QTabWidget;
+class QTimer;
 class SerialPortWidget;
 
-// The application window. For now it holds a single port panel.
+// The application window: up to 16 port panels in a grid of splitters or in tabs, the
+// menus, and the status bar with the focused port's traffic, notices and the Live Sync
+// indicator.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
 public:
+    static constexpr int MaxPorts = 16;
+
+    enum NoticeKind {
+        NoticeInfo = 0,
+        NoticeWarning = 1,
+        NoticeError = 2,
+    };
+
+    struct NoticeEntry
+    {
+        QDateTime when;
+        NoticeKind kind = NoticeInfo;
+        QString text;
+        QString detail;
+    };
+
+    static constexpr int NoticeHistoryLimit = 100;
+
     explicit MainWindow(QWidget *parent = nullptr);
     ~MainWindow() override;
 
+    int portCount() const { return portCountValue; }
+    int columnCount() const { return columnCountValue; }
+    bool isTabLayout() const { return tabLayout; }
     SerialPortWidget *portWidget(int index) const;
-    int portCount() const { return 1; }
+    SerialPortWidget *focusedPortWidget() const;
+
+    // Starts every port (empty name) or the first port with that name.
+    void start(const QString &portName, bool silent);
+
+    // Layout.
+    void updateGrid();
+    void setPortCount(int count);
+    void setColumnCount(int count);
+    void setTabLayout(bool tabs);
+    void on_acViewHorizontal_triggered();
+    void on_acViewVertical_triggered();
+    void on_acViewGrid_triggered();
+    void on_acViewCustom_triggered();
+    void on_acViewTabs_triggered();
+    void on_acEditAdd_triggered();
+    void on_acEditRemove_triggered();
+    void on_actionNew_Connection_triggered();
+    QAction *viewAction(const QString &name) const;
+
+    // Notices.
+    int presentNotice(const QString &text, NoticeKind kind, int timeoutMs,
+                      const QString &detail = QString());
+    int showStatusNotice(const QString &text, NoticeKind kind = NoticeInfo, int timeoutMs = -1,
+                         const QString &detail = QString());
+    void recordStatusNotice(const QString &text, NoticeKind kind);
+    void appendNoticeHistory(const QString &text, NoticeKind kind, const QString &detail);
+    void clearStatusNotice();
+    void dismissStatusNotice(int id);
+    void releaseStartupNotices();
+    QList<NoticeEntry> noticeHistory() const { return history; }
+    QString currentNoticeText() const;
+    static QString statusBarAccent(NoticeKind kind);
+
+    // Live Sync.
+    void updateLiveSyncIndicator();
+    LiveSyncSummary liveSyncSummary() const { return lastLiveSync; }
+
+    // Documentation images.
+    bool runScreenshotScene(const QString &name);
+    static QStringList screenshotSceneNames();
+    static QStringList screenshotDialogNames();
+    QWidget *openScreenshotDialog(const QString &name);
+
+signals:
+    void portsChanged();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
 
 private:
     void createActions();
+    void createStatusBar();
+    SerialPortWidget *createPortWidget(int index);
+    void removeLastPort();
+    void rebuildPortLayout();
+    void rebuildPortTabs();
+    void refreshPortTabTitles();
+    QString portTabTitle(int index) const;
+    void capturePortSplitterSizes(QSplitter *splitter);
+    void syncViewActions();
+    void applyHorizontalAfterCountChange();
+    void updateStatusBar();
+    void relayoutStatusNotice();
+    void updateAccountStatus();
+    void showAccountMenu();
+    void showLiveSyncMenu();
+    void remeasureLiveSyncWidth();
+    void markModified();
+    void onPortStatusShown(SerialPortWidget *port, const QString &text, int timeoutMs);
+    void setAppearance(int mode);
 
-    SerialPortWidget *port = nullptr;
+    std::array<SerialPortWidget *, MaxPorts> portWidgets{};
+    int portCountValue = 0;
+    int columnCountValue = 1;
+    bool tabLayout = false;
+    bool autoReconnect = false;
+    QWidget *central = nullptr;
+    QSplitter *portSplitter = nullptr;
+    QList<QSplitter *> rowSplitters;
+    QTabWidget *portTabs = nullptr;
+    QPair<int, int> gridShape{0, 0};
+    QList<int> rowSizes;
+    QList<int> columnSizes;
+    QPointer<SerialPortWidget> lastFocusedPort;
+
+    // Status bar.
+    QLabel *rxLabel = nullptr;
+    QLabel *txLabel = nullptr;
+    QLabel *logLabel = nullptr;
+    QLabel *noticeLabel = nullptr;
+    QLabel *liveSyncLabel = nullptr;
+    QLabel *accountLabel = nullptr;
+    QTimer *noticeTimer = nullptr;
+    QTimer *statusRefreshTimer = nullptr;
+    QString noticeText;
+    NoticeKind noticeKind = NoticeInfo;
+    int noticeGeneration = 0;
+    QList<NoticeEntry> history;
+    bool holdingStartupNotices = true;
+    struct HeldNotice
+    {
+        QString text;
+        NoticeKind kind;
+        int timeoutMs;
+        QString detail;
+    };
+    QList<HeldNotice> heldNotices;
+    LiveSyncSummary lastLiveSync;
+    bool liveSyncShown = false;
+
+    // Actions the layout keeps in step.
+    QAction *acViewHorizontal = nullptr;
+    QAction *acViewVertical = nullptr;
+    QAction *acViewGrid = nullptr;
+    QAction *acViewCustom = nullptr;
+    QAction *acViewTabs = nullptr;
+    QAction *acViewQuickSettings = nullptr;
+    QAction *acEditAdd = nullptr;
+    QAction *acEditRemove = nullptr;
+    QAction *acAppearanceLight = nullptr;
+    QAction *acAppearanceDark = nullptr;
 };

@@ -1,5 +1,6 @@
 #include "connection/connectioncontroller.h"
 
+#include "app/logging.h"
 #include "cloud/relaysocket.h"
 #include "connection/multiclientserver.h"
 
@@ -10,7 +11,6 @@
 #include <QTcpSocket>
 #include <QUdpSocket>
 
-Q_LOGGING_CATEGORY(lcConnection, "vlm.terminal")
 
 namespace {
 constexpr qint64 ThrottledReadBuffer = 4096;
@@ -174,7 +174,7 @@ bool ConnectionController::sendSerial(const QByteArray &bytes, const Settings &s
         serialPort->setPortName(name);
     }
     if (serialPort->write(bytes) != bytes.size()) {
-        qCWarning(lcConnection) << "Send message failed!" << serialPort->error()
+        qCWarning(lcTerminal) << "Send message failed!" << serialPort->error()
                                 << serialPort->errorString();
         serialPort->clearError();
         return false;
@@ -647,7 +647,7 @@ bool ConnectionController::writeUdp(const QByteArray &bytes, const QHostAddress 
     }
     const qint64 written = udpSocket->writeDatagram(bytes, address, port);
     if (written != bytes.size()) {
-        qCWarning(lcConnection) << "Send message failed!" << udpSocket->error()
+        qCWarning(lcTerminal) << "Send message failed!" << udpSocket->error()
                                 << udpSocket->errorString();
         return false;
     }

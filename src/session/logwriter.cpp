@@ -1,5 +1,7 @@
 #include "session/logwriter.h"
 
+#include "app/logging.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -9,7 +11,7 @@
 #include <utility>
 
 namespace {
-Q_LOGGING_CATEGORY(lcLog, "vlm.terminal")
+
 
 constexpr int DayMs = 86400000;
 
@@ -88,7 +90,7 @@ bool LogWriter::fail(const QString &text, QString *error)
     // Each failure is told once; while it lasts the next flushes fail quietly.
     if (!notes.contains(text)) {
         notes.insert(text);
-        qCWarning(lcLog).noquote() << text;
+        qCWarning(lcTerminal).noquote() << text;
         if (error) {
             *error = text;
         }
@@ -134,15 +136,15 @@ LogWriter::Rotation LogWriter::rotationDue(const FormatSetting &format, const QS
     }
 
     if (format.logRotateAtSize && size >= 0 && size > std::max(format.logRotateSize, 0)) {
-        qCInfo(lcLog) << "Rotate log file for file size:" << size << fileName;
+        qCInfo(lcTerminal) << "Rotate log file for file size:" << size << fileName;
         return Rotation::BySize;
     }
     if (!byTime) {
         return Rotation::None;
     }
-    qCInfo(lcLog) << "Rotate log file for time" << fileName;
+    qCInfo(lcTerminal) << "Rotate log file for time" << fileName;
     if (lastRotated.addMSecs(RotateGuardMs) > at) {
-        qCInfo(lcLog) << "Keep current log file because it was rotated recently";
+        qCInfo(lcTerminal) << "Keep current log file because it was rotated recently";
         rotateDue = false;
         return Rotation::None;
     }
@@ -191,14 +193,14 @@ bool LogWriter::rotate(FormatSetting &format, const QString &portName, const QSt
                           .arg(current, tr("every archive name is taken"));
             return false;
         }
-        qCInfo(lcLog) << "Archive log file" << current << "to" << archive;
+        qCInfo(lcTerminal) << "Archive log file" << current << "to" << archive;
         QFile file(current);
         if (!file.rename(archive)) {
             *reason = tr("Could not rotate log file '%1': %2").arg(current, file.errorString());
             return false;
         }
     } else {
-        qCInfo(lcLog) << "Change log file to" << next;
+        qCInfo(lcTerminal) << "Change log file to" << next;
         format.logFileName = next;
     }
     lastRotated = at;
@@ -266,7 +268,7 @@ bool LogWriter::flush(FormatSetting &format, const QString &portName, const QStr
     }
     const bool isNew = !target.exists();
     if (isNew) {
-        qCInfo(lcLog) << "Create log file as file does not exist. file:" << fileName;
+        qCInfo(lcTerminal) << "Create log file as file does not exist. file:" << fileName;
     }
 
     QFile file(fileName);

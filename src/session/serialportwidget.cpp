@@ -1,6 +1,7 @@
 #include "session/serialportwidget.h"
 
 #include "app/connectionsettingswidget.h"
+#include "app/logging.h"
 #include "app/settingsservice.h"
 #include "connection/connectioncontroller.h"
 #include "connection/displayfont.h"
@@ -28,8 +29,6 @@
 #include <QTimer>
 #include <QToolButton>
 
-Q_DECLARE_LOGGING_CATEGORY(lcTerminal)
-Q_LOGGING_CATEGORY(lcTerminal, "vlm.terminal")
 
 namespace {
 constexpr qsizetype ResumeSlice = 65536;

@@ -1,0 +1,91 @@
+// Sample scenes and dialogs for documentation images (--screenshot-scene and
+// --screenshot-dialog).
+
+#include "app/mainwindow.h"
+
+#include "session/serialportwidget.h"
+
+#include <QDateTime>
+
+namespace {
+
+Settings sampleSettings(connectionMode mode, const QString &name, int port)
+{
+    Settings settings;
+    settings.connMode = mode;
+    settings.name = name;
+    settings.baudRate = 115200;
+    settings.targetHost = QStringLiteral("192.168.1.40");
+    settings.targetPort = port;
+    settings.udpServerPort = quint16(port);
+    return settings;
+}
+
+// What a chatty sensor board prints at boot and while it runs.
+QByteArray sampleLog(int seed)
+{
+    QByteArray text = "\x1b[32mBoot v2.4.1\x1b[0m (build 2026-11-02)\r\n"
+                      "I2C: found 0x48 (temp), 0x76 (baro)\r\n";
+    for (int i = 0; i < 24; ++i) {
+        text += QByteArray("T=") + QByteArray::number(21.0 + (i * 7 + seed) % 13 / 10.0, 'f', 2) +
+                QByteArray(" C  P=") + QByteArray::number(1013 + (i + seed) % 5) +
+                QByteArray(" hPa  seq=") + QByteArray::number(1000 + i) + "\r\n";
+    }
+    return text;
+}
+
+void showSample(SerialPortWidget *port, const QByteArray &bytes, bool hex)
+{
+    FormatSetting format = port->formatSettings();
+    format.receiveMsgFormat = hex ? HexFormat : TextFormat;
+    format.displayMsgTime = !hex;
+    port->applyFormatSetting(format);
+    port->ingestRx(bytes, false, QString());
+    port->displayPortBuffer();
+}
+
+} // namespace
+
+QStringList MainWindow::screenshotSceneNames()
+{
+    return {QStringLiteral("single"), QStringLiteral("grid4"), QStringLiteral("grid16"),
+            QStringLiteral("tabs"), QStringLiteral("hex")};
+}
+
+QStringList MainWindow::screenshotDialogNames()
+{
+    return {};
+}
+
+bool MainWindow::runScreenshotScene(const QString &name)
+{
+    if (!screenshotSceneNames().contains(name)) {
+        return false;
+    }
+    const int count = name == QLatin1String("grid4")    ? 4
+                      : name == QLatin1String("grid16") ? 16
+                      : name == QLatin1String("tabs")   ? 3
+                                                        : 1;
+    setPortCount(count);
+    tabLayout = name == QLatin1String("tabs");
+    columnCountValue = count == 16 ? 4 : count == 4 ? 2 : count;
+    const connectionMode modes[] = {ModeSerial, ModeTcpClient, ModeUdpServer, ModeTcpServer};
+    for (int i = 0; i < count; ++i) {
+        SerialPortWidget *port = portWidgets[size_t(i)];
+        const connectionMode mode = modes[i % 4];
+        port->applySettings(sampleSettings(mode, QStringLiteral("/dev/ttyUSB%1").arg(i), 6000 + i));
+        const bool hex = name == QLatin1String("hex") || (count > 1 && i % 4 == 2);
+        showSample(port,
+                   hex ? QByteArray::fromHex("0103020001F8440106000A00C8A9F1").repeated(12)
+                       : sampleLog(i),
+                   hex);
+    }
+    updateGrid();
+    return true;
+}
+
+QWidget *MainWindow::openScreenshotDialog(const QString &name)
+{
+    Q_UNUSED(name);
+    return nullptr;
+}
