@@ -49,11 +49,10 @@ void TestAppearance::contrast_data()
     QTest::newRow("black on white") << QColor(Qt::black) << QColor(Qt::white) << 0.0 << 21.0;
     QTest::newRow("white on black") << QColor(Qt::white) << QColor(Qt::black) << 1.0 << 21.0;
     QTest::newRow("same colour") << QColor("#336699") << QColor("#336699") << 0.1247 << 1.0;
-    QTest::newRow("grey 777 on white") << QColor("#777777") << QColor(Qt::white) << 0.1845
-                                       << 4.48;
+    QTest::newRow("grey 777 on white") << QColor("#777777") << QColor(Qt::white) << 0.1845 << 4.48;
     QTest::newRow("pure red on white") << QColor(Qt::red) << QColor(Qt::white) << 0.2126 << 4.0;
-    QTest::newRow("pure green on black") << QColor(Qt::green) << QColor(Qt::black) << 0.7152
-                                         << 15.3;
+    QTest::newRow("pure green on black")
+        << QColor(Qt::green) << QColor(Qt::black) << 0.7152 << 15.3;
 }
 
 void TestAppearance::contrast()
@@ -77,18 +76,18 @@ void TestAppearance::readableTextColor_data()
 
     const QColor darkBase = Appearance::darkPalette().color(QPalette::Base);
     const QColor darkText = Appearance::darkPalette().color(QPalette::Text);
-    QTest::newRow("black on white kept") << QColor(Qt::black) << QColor(Qt::white)
-                                         << QColor(Qt::black) << true << true;
-    QTest::newRow("black on the dark palette") << QColor(Qt::black) << darkBase << darkText
-                                               << false << true;
-    QTest::newRow("navy on the dark palette") << QColor("#000080") << darkBase << darkText
-                                              << false << true;
-    QTest::newRow("mid grey on white") << QColor("#808080") << QColor(Qt::white)
-                                       << QColor(Qt::black) << false << true;
+    QTest::newRow("black on white kept")
+        << QColor(Qt::black) << QColor(Qt::white) << QColor(Qt::black) << true << true;
+    QTest::newRow("black on the dark palette")
+        << QColor(Qt::black) << darkBase << darkText << false << true;
+    QTest::newRow("navy on the dark palette")
+        << QColor("#000080") << darkBase << darkText << false << true;
+    QTest::newRow("mid grey on white")
+        << QColor("#808080") << QColor(Qt::white) << QColor(Qt::black) << false << true;
     QTest::newRow("light text on dark kept") << darkText << darkBase << darkText << true << true;
     // Nothing along the way is better: the colour comes back as it was.
-    QTest::newRow("base and text identical") << QColor(Qt::black) << darkBase << darkBase
-                                             << true << false;
+    QTest::newRow("base and text identical")
+        << QColor(Qt::black) << darkBase << darkBase << true << false;
     QTest::newRow("text no better than the colour")
         << QColor("#222222") << darkBase << QColor("#1e1e1e") << true << false;
 }

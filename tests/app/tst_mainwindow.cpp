@@ -1,0 +1,209 @@
+#include "app/mainwindow.h"
+#include "session/serialportwidget.h"
+
+#include <QAction>
+#include <QLabel>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QTabWidget>
+#include <QtTest>
+
+class TestMainWindow : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void gridRows_data();
+    void gridRows();
+    void viewActionsFollowTheShape_data();
+    void viewActionsFollowTheShape();
+    void lastPanelCannotBeRemoved();
+    void tabsSurviveRemoval();
+    void rowHandlesMoveTogether();
+    void noticeHistoryKeepsTheNewestHundred();
+    void noticeTimeoutsAndDismissal();
+    void liveSyncSummarizes();
+};
+
+void TestMainWindow::gridRows_data()
+{
+    QTest::addColumn<int>("ports");
+    QTest::addColumn<int>("columns");
+    QTest::addColumn<QList<int>>("rows");
+    QTest::newRow("5 in grid") << 5 << 2 << QList<int>{2, 2, 1};
+    QTest::newRow("4 in a row") << 4 << 4 << QList<int>{4};
+    QTest::newRow("3 in a column") << 3 << 1 << QList<int>{1, 1, 1};
+    QTest::newRow("16 by 4") << 16 << 4 << QList<int>{4, 4, 4, 4};
+    QTest::newRow("custom above count") << 3 << 8 << QList<int>{3};
+}
+
+void TestMainWindow::gridRows()
+{
+    QFETCH(int, ports);
+    QFETCH(int, columns);
+    QFETCH(QList<int>, rows);
+    MainWindow window;
+    window.setPortCount(ports);
+    window.setColumnCount(columns);
+    window.updateGrid();
+    for (int r = 0; r < rows.size(); ++r) {
+        auto *row = window.findChild<QSplitter *>(QStringLiteral("portRowSplitter%1").arg(r));
+        QVERIFY(row);
+        QVERIFY(!row->isHidden());
+        QCOMPARE(row->count(), rows.at(r));
+        // Panels keep their index order across rows.
+        for (int c = 0; c < row->count(); ++c) {
+            auto *port = qobject_cast<SerialPortWidget *>(row->widget(c));
+            QVERIFY(port);
+            QCOMPARE(port->portNumber(), r * std::min(ports, columns) + c);
+        }
+    }
+    // Rows beyond those in use are hidden, not deleted.
+    auto *extra =
+        window.findChild<QSplitter *>(QStringLiteral("portRowSplitter%1").arg(rows.size()));
+    QVERIFY(!extra || extra->isHidden());
+}
+
+void TestMainWindow::viewActionsFollowTheShape_data()
+{
+    QTest::addColumn<int>("ports");
+    QTest::addColumn<int>("columns");
+    QTest::addColumn<QStringList>("checked");
+    QTest::newRow("grid of 5") << 5 << 2 << QStringList{"acViewGrid"};
+    QTest::newRow("two side by side") << 2 << 2 << QStringList{"acViewHorizontal"};
+    QTest::newRow("custom 8 with 3") << 3 << 8 << QStringList{"acViewHorizontal"};
+    QTest::newRow("custom 3 with 7") << 7 << 3 << QStringList{"acViewCustom"};
+    QTest::newRow("one column") << 4 << 1 << QStringList{"acViewVertical"};
+}
+
+void TestMainWindow::viewActionsFollowTheShape()
+{
+    QFETCH(int, ports);
+    QFETCH(int, columns);
+    QFETCH(QStringList, checked);
+    MainWindow window;
+    window.setPortCount(ports);
+    window.setColumnCount(columns);
+    window.updateGrid();
+    for (const QString name :
+         {"acViewHorizontal", "acViewVertical", "acViewGrid", "acViewCustom", "acViewTabs"}) {
+        QVERIFY(window.viewAction(name));
+        QCOMPARE(window.viewAction(name)->isChecked(), checked.contains(name));
+    }
+}
+
+void TestMainWindow::lastPanelCannotBeRemoved()
+{
+    MainWindow window;
+    QCOMPARE(window.portCount(), 1);
+    window.releaseStartupNotices();
+    QCoreApplication::processEvents();
+    window.on_acEditRemove_triggered();
+    QCOMPARE(window.portCount(), 1);
+    QVERIFY(window.portWidget(0));
+    QCOMPARE(window.portWidget(0)->statusBar()->currentMessage(), QString("Port Number = 1"));
+
+    window.on_acEditAdd_triggered();
+    window.on_acEditAdd_triggered();
+    QCOMPARE(window.portCount(), 3);
+    QCOMPARE(window.columnCount(), 3);
+    QCOMPARE(window.portWidget(2)->consolePortKey(), QString("ser-2"));
+    window.on_acEditRemove_triggered();
+    QCOMPARE(window.portCount(), 2);
+    QVERIFY(!window.portWidget(2));
+    QCOMPARE(window.columnCount(), 2);
+    QVERIFY(window.viewAction("acViewHorizontal")->isChecked());
+}
+
+void TestMainWindow::tabsSurviveRemoval()
+{
+    MainWindow window;
+    window.setPortCount(4);
+    window.setColumnCount(2);
+    window.on_acViewTabs_triggered();
+    auto *tabs = window.findChild<QTabWidget *>("portTabs");
+    QVERIFY(tabs);
+    QCOMPARE(tabs->count(), 4);
+    QVERIFY(tabs->tabText(0).startsWith("1: "));
+    window.on_acEditRemove_triggered();
+    QVERIFY(window.isTabLayout());
+    QCOMPARE(tabs->count(), 3);
+    QCOMPARE(window.columnCount(), 2);
+    QVERIFY(window.viewAction("acViewTabs")->isChecked());
+    window.on_acViewGrid_triggered();
+    QVERIFY(tabs->isHidden());
+    QCOMPARE(window.findChild<QSplitter *>("portRowSplitter0")->count(), 2);
+}
+
+void TestMainWindow::rowHandlesMoveTogether()
+{
+    MainWindow window;
+    window.resize(2600, 900);
+    window.setPortCount(4);
+    window.setColumnCount(2);
+    window.updateGrid();
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    auto *row0 = window.findChild<QSplitter *>("portRowSplitter0");
+    auto *row1 = window.findChild<QSplitter *>("portRowSplitter1");
+    const QList<int> before = row1->sizes();
+    row0->setSizes({1600, 1000});
+    Q_EMIT row0->splitterMoved(300, 1);
+    QCOMPARE(row1->sizes(), row0->sizes());
+    QVERIFY(row1->sizes() != before);
+}
+
+void TestMainWindow::noticeHistoryKeepsTheNewestHundred()
+{
+    MainWindow window;
+    for (int i = 0; i < 101; ++i) {
+        window.recordStatusNotice(QStringLiteral("notice %1").arg(i), MainWindow::NoticeInfo);
+    }
+    QCOMPARE(window.noticeHistory().size(), 100);
+    QCOMPARE(window.noticeHistory().first().text, QString("notice 1"));
+    QCOMPARE(window.noticeHistory().last().text, QString("notice 100"));
+}
+
+void TestMainWindow::noticeTimeoutsAndDismissal()
+{
+    MainWindow window;
+    window.releaseStartupNotices();
+    QCoreApplication::processEvents();
+    const int first = window.showStatusNotice("stays", MainWindow::NoticeWarning, 0);
+    QTest::qWait(50);
+    QCOMPARE(window.currentNoticeText(), QString("stays"));
+    const int second = window.showStatusNotice("short", MainWindow::NoticeInfo, 30);
+    QVERIFY(second > first);
+    // An old id cannot clear a newer notice.
+    window.dismissStatusNotice(first);
+    QCOMPARE(window.currentNoticeText(), QString("short"));
+    QTRY_COMPARE_WITH_TIMEOUT(window.currentNoticeText(), QString(), 5000);
+    const int third = window.showStatusNotice("dismiss me", MainWindow::NoticeError, 0);
+    window.dismissStatusNotice(third);
+    QCOMPARE(window.currentNoticeText(), QString());
+    QCOMPARE(MainWindow::statusBarAccent(MainWindow::NoticeError), QString("#d32f2f"));
+    QCOMPARE(MainWindow::statusBarAccent(MainWindow::NoticeWarning), QString("#b26a00"));
+}
+
+void TestMainWindow::liveSyncSummarizes()
+{
+    MainWindow window;
+    auto *label = window.findChild<QLabel *>("liveSyncLabel");
+    QVERIFY(label);
+    QCOMPARE(label->text(), QString("Live Sync"));
+
+    LiveSyncState idle;
+    LiveSyncState shared{LiveSyncState::Shared, 0, "TCP :6000", {}};
+    LiveSyncState used{LiveSyncState::InUse, 2, "RFC 2217 :2217", {}};
+    LiveSyncState used2{LiveSyncState::InUse, 1, "Live Console", {}};
+    QCOMPARE(LiveSyncStatus::summarize({idle}).text(), QString("Live Sync"));
+    QCOMPARE(LiveSyncStatus::summarize({shared}).text(), QString("Shared"));
+    const LiveSyncSummary summary = LiveSyncStatus::summarize({shared, used, idle, used2});
+    QCOMPARE(summary.text(), QString("In use ×2"));
+    QCOMPARE(summary.clientCount, 3);
+    QCOMPARE(summary.firstActiveName, QString("RFC 2217 :2217"));
+    QCOMPARE(summary.tooltipLines.size(), 3);
+}
+
+QTEST_MAIN(TestMainWindow)
+#include "tst_mainwindow.moc"
