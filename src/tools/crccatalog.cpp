@@ -1,23 +1,10 @@
 #include "tools/crccatalog.h"
 
+#include "tools/crcengine.h"
+
 #include <iterator>
 
 namespace {
-
-quint64 reflectBits(quint64 value, int width)
-{
-    quint64 result = 0;
-    for (int i = 0; i < width; ++i) {
-        result = (result << 1) | (value & 1U);
-        value >>= 1;
-    }
-    return result;
-}
-
-quint8 reflectByte(quint8 value)
-{
-    return quint8(reflectBits(value, 8));
-}
 
 enum class ScriptKind { Sum8, Xor8, Crc };
 
@@ -151,45 +138,14 @@ quint64 CrcCatalog::calculate(Algorithm algorithm, QByteArrayView bytes)
 
 quint64 CrcCatalog::calculateCustom(QByteArrayView bytes, const CustomParameters &p)
 {
-    const int width = p.width;
-    if (width < 1 || width > 64) {
+    if (p.width < 1 || p.width > 64) {
         return 0;
     }
-    const quint64 mask = maskForWidth(width);
-    const quint64 polynomial = p.polynomial & mask;
-    quint64 crc;
-
-    if (width >= 8) {
-        const quint64 top = quint64(1) << (width - 1);
-        crc = p.initial & mask;
-        for (char c : bytes) {
-            const quint8 byte = p.reflectInput ? reflectByte(quint8(c)) : quint8(c);
-            crc ^= quint64(byte) << (width - 8);
-            for (int bit = 0; bit < 8; ++bit) {
-                crc = (crc & top) ? (crc << 1) ^ polynomial : crc << 1;
-            }
-            crc &= mask;
-        }
-    } else {
-        // Narrower than a byte: run the register in the top bits of a byte, so that
-        // each input byte lines up with it, and shift it back down at the end.
-        const int shift = 8 - width;
-        const quint64 shiftedPolynomial = polynomial << shift;
-        crc = (p.initial & mask) << shift;
-        for (char c : bytes) {
-            crc ^= p.reflectInput ? reflectByte(quint8(c)) : quint8(c);
-            for (int bit = 0; bit < 8; ++bit) {
-                crc = (crc & 0x80) ? (crc << 1) ^ shiftedPolynomial : crc << 1;
-            }
-            crc &= 0xFF;
-        }
-        crc >>= shift;
-    }
-
-    if (p.reflectOutput) {
-        crc = reflectBits(crc, width);
-    }
-    return (crc ^ p.finalXor) & mask;
+    // Tables pay off from a few bytes on; under that, building or finding them costs
+    // more than shifting the bits.
+    constexpr qsizetype TableMinimumLength = 16;
+    return bytes.size() < TableMinimumLength ? CrcEngine::bitwise(bytes, p)
+                                             : CrcEngine::tableDriven(bytes, p);
 }
 
 quint64 CrcCatalog::maskForWidth(int width)
