@@ -3,6 +3,8 @@
 #include "app/appearance.h"
 #include "app/logging.h"
 #include "session/serialportwidget.h"
+#include "tools/asciicode.h"
+#include "tools/toolbox.h"
 
 #include <QAction>
 #include <QApplication>
@@ -168,6 +170,41 @@ void MainWindow::createActions()
 
     QMenu *tools = menuBar()->addMenu(tr("&Tools"));
     tools->setObjectName(QStringLiteral("toolsMenu"));
+    QAction *toolBox = tools->addAction(tr("CRC/Converter..."));
+    toolBox->setObjectName(QStringLiteral("acToolsToolBox"));
+    connect(toolBox, &QAction::triggered, this, [this] { openToolBox(); });
+    QAction *ascii = tools->addAction(tr("ASCII Code Chart..."));
+    ascii->setObjectName(QStringLiteral("acToolsAscii"));
+    connect(ascii, &QAction::triggered, this, [this] { openAsciiChart(); });
+}
+
+ToolBox *MainWindow::openToolBox()
+{
+    if (!toolBoxDialog) {
+        toolBoxDialog = new ToolBox(this);
+        // A frame built in the calculator goes into the send box of the port in focus.
+        connect(toolBoxDialog, &ToolBox::insertRequested, this, [this](const QString &hex) {
+            if (SerialPortWidget *port = focusedPortWidget()) {
+                port->setSendHex(true);
+                port->setSendText(hex, false);
+            }
+        });
+    }
+    toolBoxDialog->show();
+    toolBoxDialog->raise();
+    toolBoxDialog->activateWindow();
+    return toolBoxDialog;
+}
+
+AsciiCode *MainWindow::openAsciiChart()
+{
+    if (!asciiDialog) {
+        asciiDialog = new AsciiCode(this);
+    }
+    asciiDialog->show();
+    asciiDialog->raise();
+    asciiDialog->activateWindow();
+    return asciiDialog;
 }
 
 void MainWindow::setAppearance(int mode)

@@ -15,7 +15,9 @@ class QMenu;
 class QSplitter;
 class QTabWidget;
 class QTimer;
+class AsciiCode;
 class SerialPortWidget;
+class ToolBox;
 
 // The application window: up to 16 port panels in a grid of splitters or in tabs, the
 // menus, and the status bar with the focused port's traffic, notices and the Live Sync
@@ -87,6 +89,10 @@ public:
     void updateLiveSyncIndicator();
     LiveSyncSummary liveSyncSummary() const { return lastLiveSync; }
 
+    // Tools.
+    ToolBox *openToolBox();
+    AsciiCode *openAsciiChart();
+
     // Documentation images.
     bool runScreenshotScene(const QString &name);
     static QStringList screenshotSceneNames();
@@ -134,6 +140,8 @@ private:
     QList<int> rowSizes;
     QList<int> columnSizes;
     QPointer<SerialPortWidget> lastFocusedPort;
+    QPointer<ToolBox> toolBoxDialog;
+    QPointer<AsciiCode> asciiDialog;
 
     // Status bar.
     QLabel *rxLabel = nullptr;

@@ -4,6 +4,8 @@
 #include "app/mainwindow.h"
 
 #include "session/serialportwidget.h"
+#include "tools/asciicode.h"
+#include "tools/toolbox.h"
 
 #include <QDateTime>
 
@@ -54,7 +56,7 @@ QStringList MainWindow::screenshotSceneNames()
 
 QStringList MainWindow::screenshotDialogNames()
 {
-    return {};
+    return {QStringLiteral("toolbox"), QStringLiteral("ascii")};
 }
 
 bool MainWindow::runScreenshotScene(const QString &name)
@@ -86,6 +88,11 @@ bool MainWindow::runScreenshotScene(const QString &name)
 
 QWidget *MainWindow::openScreenshotDialog(const QString &name)
 {
-    Q_UNUSED(name);
+    if (name == QLatin1String("toolbox")) {
+        return openToolBox();
+    }
+    if (name == QLatin1String("ascii")) {
+        return openAsciiChart();
+    }
     return nullptr;
 }

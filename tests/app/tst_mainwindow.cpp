@@ -1,5 +1,6 @@
 #include "app/mainwindow.h"
 #include "session/serialportwidget.h"
+#include "tools/toolbox.h"
 
 #include <QAction>
 #include <QLabel>
@@ -23,6 +24,7 @@ private slots:
     void noticeHistoryKeepsTheNewestHundred();
     void noticeTimeoutsAndDismissal();
     void liveSyncSummarizes();
+    void toolBoxFrameGoesToTheFocusedSendBox();
 };
 
 void TestMainWindow::gridRows_data()
@@ -203,6 +205,17 @@ void TestMainWindow::liveSyncSummarizes()
     QCOMPARE(summary.clientCount, 3);
     QCOMPARE(summary.firstActiveName, QString("RFC 2217 :2217"));
     QCOMPARE(summary.tooltipLines.size(), 3);
+}
+
+void TestMainWindow::toolBoxFrameGoesToTheFocusedSendBox()
+{
+    MainWindow window;
+    ToolBox *toolBox = window.openToolBox();
+    QVERIFY(toolBox);
+    QVERIFY(window.openAsciiChart());
+    Q_EMIT toolBox->insertRequested("31 32 33 4B 37");
+    QCOMPARE(window.portWidget(0)->sendText(), QString("31 32 33 4B 37"));
+    QCOMPARE(window.portWidget(0)->formatSettings().sendMsgFormat, HexFormat);
 }
 
 QTEST_MAIN(TestMainWindow)
