@@ -136,6 +136,9 @@ int main(int argc, char *argv[])
         window.setGeometry(QRect(position, window.size()));
     }
     window.show();
+    if (!documenting) {
+        window.openLastConnectionIfWanted();
+    }
 
     if (documenting) {
         grabLater(window, screenshot);

@@ -32,7 +32,9 @@ MainWindow::MainWindow(QWidget *parent)
 
     portCountValue = 1;
     createPortWidget(0);
+    readSettings();
     updateGrid();
+    setWindowModified(false);
 
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
         for (QWidget *w = now; w; w = w->parentWidget()) {
@@ -119,6 +121,35 @@ void MainWindow::start(const QString &portName, bool silent)
 void MainWindow::createActions()
 {
     QMenu *file = menuBar()->addMenu(tr("&File"));
+    QAction *fileNew = file->addAction(tr("&New"));
+    fileNew->setObjectName(QStringLiteral("acFileNew"));
+    fileNew->setShortcut(QKeySequence::New);
+    connect(fileNew, &QAction::triggered, this, &MainWindow::on_acFileNew_triggered);
+    QAction *fileOpen = file->addAction(tr("&Open..."));
+    fileOpen->setObjectName(QStringLiteral("acFileOpen"));
+    fileOpen->setShortcut(QKeySequence::Open);
+    connect(fileOpen, &QAction::triggered, this, &MainWindow::on_acFileOpen_triggered);
+    recentMenu = file->addMenu(tr("Recent Files"));
+    QAction *fileSave = file->addAction(tr("&Save"));
+    fileSave->setObjectName(QStringLiteral("acFileSave"));
+    fileSave->setShortcut(QKeySequence::Save);
+    connect(fileSave, &QAction::triggered, this, &MainWindow::on_acFileSave_triggered);
+    QAction *fileSaveAs = file->addAction(tr("Save &As..."));
+    fileSaveAs->setObjectName(QStringLiteral("acFileSaveAs"));
+    fileSaveAs->setShortcut(QKeySequence::SaveAs);
+    connect(fileSaveAs, &QAction::triggered, this, [this] { saveAs(); });
+    file->addSeparator();
+    acAutoReconnect = file->addAction(tr("Reconnect Automatically"));
+    acAutoReconnect->setObjectName(QStringLiteral("acAutoReconnect"));
+    acAutoReconnect->setCheckable(true);
+    connect(acAutoReconnect, &QAction::triggered, this, [this] {
+        applyAutoReconnectToPorts();
+        markModified();
+    });
+    acOpenLastConnection = file->addAction(tr("Open Last Connection at Start"));
+    acOpenLastConnection->setObjectName(QStringLiteral("acOpenLastConnection"));
+    acOpenLastConnection->setCheckable(true);
+    file->addSeparator();
     QAction *quit = file->addAction(tr("E&xit"));
     quit->setShortcut(QKeySequence::Quit);
     connect(quit, &QAction::triggered, this, &QWidget::close);
@@ -223,11 +254,13 @@ void MainWindow::markModified()
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
+    wasOpenAtExit = portWidgets[0]->portState() != SerialPortWidget::Stopped;
     for (int i = 0; i < portCountValue; ++i) {
         if (portWidgets[size_t(i)]->portState() != 2) {
             portWidgets[size_t(i)]->stop();
         }
     }
     hide();
+    writeSettings();
     event->accept();
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "app/livesyncstatus.h"
+#include "app/quicksettingsgroups.h"
+#include "app/settingsservice.h"
 
 #include <QDateTime>
 #include <QList>
@@ -89,6 +91,22 @@ public:
     void updateLiveSyncIndicator();
     LiveSyncSummary liveSyncSummary() const { return lastLiveSync; }
 
+    // Projects and the last-used state.
+    bool writeSettingFile(const QString &path, bool showProgress);
+    bool readSettingFile(const QString &path);
+    bool loadFile(const QString &path);
+    bool saveFile(const QString &path, bool showProgress);
+    bool saveAs();
+    void on_acFileSave_triggered();
+    void on_acFileOpen_triggered();
+    void on_acFileNew_triggered();
+    QString currentFileName() const { return currentFile; }
+    void readSettings();
+    void writeSettings();
+    static QString configFilePath();
+    void openLastConnectionIfWanted();
+    static constexpr int RecentFileLimit = 10;
+
     // Tools.
     ToolBox *openToolBox();
     AsciiCode *openAsciiChart();
@@ -126,6 +144,10 @@ private:
     void markModified();
     void onPortStatusShown(SerialPortWidget *port, const QString &text, int timeoutMs);
     void setAppearance(int mode);
+    bool okToContinue();
+    void setCurrentFile(const QString &path);
+    void updateRecentFilesMenu();
+    void applyAutoReconnectToPorts();
 
     std::array<SerialPortWidget *, MaxPorts> portWidgets{};
     int portCountValue = 0;
@@ -142,6 +164,17 @@ private:
     QPointer<SerialPortWidget> lastFocusedPort;
     QPointer<ToolBox> toolBoxDialog;
     QPointer<AsciiCode> asciiDialog;
+
+    // Project and last-used state.
+    QString currentFile;
+    QString lastDirectory;
+    QStringList recentFiles;
+    QuickSettingsGroups quickSettings;
+    SessionState lastState;
+    bool wasOpenAtExit = false;
+    QMenu *recentMenu = nullptr;
+    QAction *acAutoReconnect = nullptr;
+    QAction *acOpenLastConnection = nullptr;
 
     // Status bar.
     QLabel *rxLabel = nullptr;

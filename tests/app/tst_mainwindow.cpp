@@ -3,10 +3,12 @@
 #include "tools/toolbox.h"
 
 #include <QAction>
+#include <QFile>
 #include <QLabel>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
+#include <QTemporaryDir>
 #include <QtTest>
 
 class TestMainWindow : public QObject
@@ -25,6 +27,9 @@ private slots:
     void noticeTimeoutsAndDismissal();
     void liveSyncSummarizes();
     void toolBoxFrameGoesToTheFocusedSendBox();
+    void projectRoundTripRestoresTheBench();
+    void projectLimitsAreClamped_data();
+    void projectLimitsAreClamped();
 };
 
 void TestMainWindow::gridRows_data()
@@ -216,6 +221,83 @@ void TestMainWindow::toolBoxFrameGoesToTheFocusedSendBox()
     Q_EMIT toolBox->insertRequested("31 32 33 4B 37");
     QCOMPARE(window.portWidget(0)->sendText(), QString("31 32 33 4B 37"));
     QCOMPARE(window.portWidget(0)->formatSettings().sendMsgFormat, HexFormat);
+}
+
+void TestMainWindow::projectRoundTripRestoresTheBench()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("bench.vlm");
+    {
+        MainWindow window;
+        window.setPortCount(4);
+        window.setColumnCount(2);
+        window.on_acViewTabs_triggered();
+        for (int i = 0; i < 4; ++i) {
+            Settings settings = window.portWidget(i)->settings();
+            settings.connMode = i % 2 ? ModeTcpClient : ModeSerial;
+            settings.name = QStringLiteral("/dev/ttyUSB%1").arg(i);
+            settings.targetHost = "10.0.0.7";
+            settings.targetPort = 7000 + i;
+            settings.baudRate = 115200;
+            window.portWidget(i)->applySettings(settings);
+            FormatSetting format = window.portWidget(i)->formatSettings();
+            format.receiveMsgFormat = i == 3 ? HexFormat : TextFormat;
+            format.sendEncoding = "GBK";
+            format.sendChecksum = 4;
+            window.portWidget(i)->applyFormatSetting(format);
+            window.portWidget(i)->setSendHistory({QStringLiteral("hello %1").arg(i), "AT"});
+        }
+        QVERIFY(window.saveFile(path, false));
+        QVERIFY(!window.isWindowModified());
+        QCOMPARE(window.windowTitle(),
+                 QString("bench.vlm[*] - ") + QCoreApplication::applicationName());
+    }
+    MainWindow window;
+    QVERIFY(window.loadFile(path));
+    QCOMPARE(window.portCount(), 4);
+    QCOMPARE(window.columnCount(), 2);
+    QVERIFY(window.isTabLayout());
+    for (int i = 0; i < 4; ++i) {
+        const SerialPortWidget *port = window.portWidget(i);
+        QCOMPARE(port->settings().connMode, i % 2 ? ModeTcpClient : ModeSerial);
+        QCOMPARE(port->settings().targetPort, 7000 + i);
+        QCOMPARE(port->settings().baudRate, 115200);
+        QCOMPARE(port->formatSettings().receiveMsgFormat, i == 3 ? HexFormat : TextFormat);
+        QCOMPARE(port->formatSettings().sendEncoding, QString("GBK"));
+        QCOMPARE(port->formatSettings().sendChecksum, 4);
+        QCOMPARE(port->sendHistory(), QStringList({QStringLiteral("hello %1").arg(i), "AT"}));
+    }
+    QVERIFY(!window.loadFile(dir.filePath("missing.vlm")));
+    QCOMPARE(window.portCount(), 4);
+}
+
+void TestMainWindow::projectLimitsAreClamped_data()
+{
+    QTest::addColumn<QByteArray>("ini");
+    QTest::addColumn<int>("ports");
+    QTest::addColumn<int>("mode5");
+    QTest::newRow("too many ports") << QByteArray("[General]\nPortNumber=99\n") << 16 << 0;
+    QTest::newRow("no ports") << QByteArray("[General]\nPortNumber=0\n") << 1 << -1;
+    QTest::newRow("unknown mode") << QByteArray("[General]\nPortNumber=6\n[5]\nConnMode=42\n") << 6
+                                  << 0;
+}
+
+void TestMainWindow::projectLimitsAreClamped()
+{
+    QFETCH(QByteArray, ini);
+    QFETCH(int, ports);
+    QFETCH(int, mode5);
+    QTemporaryDir dir;
+    QFile file(dir.filePath("hand.vlm"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(ini);
+    file.close();
+    MainWindow window;
+    QVERIFY(window.loadFile(file.fileName()));
+    QCOMPARE(window.portCount(), ports);
+    if (mode5 >= 0) {
+        QCOMPARE(int(window.portWidget(5)->settings().connMode), mode5);
+    }
 }
 
 QTEST_MAIN(TestMainWindow)

@@ -1,0 +1,300 @@
+// Projects (".vlm" files that hold the whole bench) and the last-used state that seeds
+// the next start.
+
+#include "app/logging.h"
+#include "app/mainwindow.h"
+#include "app/projectcodec.h"
+#include "app/settingsservice.h"
+#include "session/serialportwidget.h"
+#include "session/wiretextcodecregistry.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMenu>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QSettings>
+#include <QStatusBar>
+
+bool MainWindow::writeSettingFile(const QString &path, bool showProgress)
+{
+    QSettings file(path, QSettings::IniFormat);
+    std::unique_ptr<QProgressBar> progress;
+    if (showProgress) {
+        progress = std::make_unique<QProgressBar>();
+        progress->setWindowTitle(tr("Saving..."));
+        progress->setRange(0, 100);
+        progress->resize(400, 40);
+        progress->show();
+    }
+    ProjectRecord project;
+    project.ports.clear();
+    for (int i = 0; i < portCountValue; ++i) {
+        SerialPortWidget *port = portWidgets[size_t(i)];
+        port->updateSettings();
+        ProjectPortRecord record;
+        record.settings = port->settings();
+        record.format = port->formatSettings();
+        record.sendHistory = port->sendHistory();
+        project.ports.append(record);
+    }
+    project.columnCount = columnCountValue;
+    project.layoutMode = tabLayout ? ProjectRecord::TabLayout : ProjectRecord::GridLayout;
+    project.quickView = acViewQuickSettings->isChecked();
+    project.quickSettings = quickSettings;
+    ProjectCodec::save(file, project, [&progress](int percent) {
+        if (progress) {
+            progress->setValue(percent);
+            QCoreApplication::processEvents();
+        }
+    });
+    file.sync();
+    if (file.status() != QSettings::NoError) {
+        qCWarning(lcApp) << "writeFile: Write FAILED!" << path;
+        return false;
+    }
+    qCInfo(lcApp) << "writeFile: Write Success!";
+    return true;
+}
+
+bool MainWindow::readSettingFile(const QString &path)
+{
+    if (!QFileInfo::exists(path)) {
+        qCWarning(lcApp) << "readSettingFile: file not found:" << path;
+        return false;
+    }
+    const QSettings file(path, QSettings::IniFormat);
+    if (file.status() != QSettings::NoError) {
+        qCWarning(lcApp) << "readFile: read parameter FAILED!" << path;
+        return false;
+    }
+    const ProjectRecord project = ProjectCodec::load(file, &WireTextCodecRegistry::normalizeName);
+    quickSettings = project.quickSettings;
+    setPortCount(int(project.portCount()));
+    columnCountValue = project.columnCount;
+    tabLayout = project.layoutMode == ProjectRecord::TabLayout;
+    rowSizes.clear();
+    columnSizes.clear();
+    for (int i = 0; i < portCountValue; ++i) {
+        SerialPortWidget *port = portWidgets[size_t(i)];
+        const ProjectPortRecord &record = project.ports.at(i);
+        if (port->portState() != SerialPortWidget::Stopped) {
+            port->stop();
+        }
+        port->applySettings(record.settings);
+        port->applyFormatSetting(record.format);
+        port->setSendHistory(record.sendHistory);
+        port->setAutoReconnect(autoReconnect);
+    }
+    acViewQuickSettings->setChecked(project.quickView);
+    return true;
+}
+
+bool MainWindow::loadFile(const QString &path)
+{
+    if (!readSettingFile(path)) {
+        showStatusNotice(tr("Could not open %1").arg(QDir::toNativeSeparators(path)), NoticeError);
+        return false;
+    }
+    setCurrentFile(path);
+    updateGrid();
+    setWindowModified(false);
+    return true;
+}
+
+bool MainWindow::saveFile(const QString &path, bool showProgress)
+{
+    if (!writeSettingFile(path, showProgress)) {
+        portWidgets[0]->statusBar()->showMessage(tr("Saving FAILED"), 2000);
+        showStatusNotice(tr("Saving FAILED"), NoticeError, 2000);
+        return false;
+    }
+    setCurrentFile(path);
+    setWindowModified(false);
+    portWidgets[0]->statusBar()->showMessage(tr("File saved"), 2000);
+    showStatusNotice(tr("File saved"), NoticeInfo, 2000);
+    return true;
+}
+
+bool MainWindow::saveAs()
+{
+    QString path = QFileDialog::getSaveFileName(this, tr("Save Velmora"), lastDirectory,
+                                                tr("Velmora files (*.vlm)"));
+    if (path.isEmpty()) {
+        return false;
+    }
+    if (QFileInfo(path).suffix().isEmpty()) {
+        path += QStringLiteral(".vlm");
+    }
+    lastDirectory = QFileInfo(path).absolutePath();
+    return saveFile(path, true);
+}
+
+void MainWindow::on_acFileSave_triggered()
+{
+    if (currentFile.isEmpty()) {
+        saveAs();
+        return;
+    }
+    lastDirectory = QFileInfo(currentFile).absolutePath();
+    saveFile(currentFile, true);
+}
+
+bool MainWindow::okToContinue()
+{
+    if (!isWindowModified()) {
+        return true;
+    }
+    const QMessageBox::StandardButton answer = QMessageBox::warning(
+        this, tr("Velmora"),
+        tr("The project has been modified.\nDo you want to save your changes?"),
+        QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
+    if (answer == QMessageBox::Save) {
+        on_acFileSave_triggered();
+        return !isWindowModified();
+    }
+    return answer == QMessageBox::Discard;
+}
+
+void MainWindow::on_acFileOpen_triggered()
+{
+    if (!okToContinue()) {
+        return;
+    }
+    const QString path = QFileDialog::getOpenFileName(this, tr("Open Velmora"), lastDirectory,
+                                                      tr("Velmora files (*.vlm)"));
+    if (path.isEmpty()) {
+        return;
+    }
+    lastDirectory = QFileInfo(path).absolutePath();
+    loadFile(path);
+}
+
+void MainWindow::on_acFileNew_triggered()
+{
+    if (!okToContinue()) {
+        qCInfo(lcApp) << "on_acFileNew_triggered: okToContinue FAILED!";
+        return;
+    }
+    for (int i = 0; i < portCountValue; ++i) {
+        portWidgets[size_t(i)]->stop();
+    }
+    setPortCount(1);
+    columnCountValue = 1;
+    tabLayout = false;
+    portWidgets[0]->applySettings(SettingsService::defaultPortSettings(QString()));
+    portWidgets[0]->applyFormatSetting(SettingsService::defaultFormatSettings());
+    portWidgets[0]->setSendHistory({});
+    setCurrentFile(QString());
+    updateGrid();
+    setWindowModified(false);
+}
+
+void MainWindow::setCurrentFile(const QString &path)
+{
+    currentFile = path;
+    const QString app = QCoreApplication::applicationName();
+    if (path.isEmpty()) {
+        setWindowTitle(QStringLiteral("[*]%1").arg(app));
+    } else {
+        setWindowTitle(QStringLiteral("%1[*] - %2").arg(QFileInfo(path).fileName(), app));
+        recentFiles.removeAll(path);
+        recentFiles.prepend(path);
+        while (recentFiles.size() > RecentFileLimit) {
+            recentFiles.removeLast();
+        }
+    }
+    updateRecentFilesMenu();
+}
+
+void MainWindow::updateRecentFilesMenu()
+{
+    if (!recentMenu) {
+        return;
+    }
+    recentMenu->clear();
+    for (const QString &path : std::as_const(recentFiles)) {
+        QAction *action = recentMenu->addAction(QDir::toNativeSeparators(path));
+        connect(action, &QAction::triggered, this, [this, path] {
+            if (okToContinue()) {
+                loadFile(path);
+            }
+        });
+    }
+    recentMenu->setEnabled(!recentFiles.isEmpty());
+}
+
+QString MainWindow::configFilePath()
+{
+    return QSettings().value(QStringLiteral("CONFIG_FILE_PATH")).toString();
+}
+
+void MainWindow::readSettings()
+{
+    const QString path = configFilePath();
+    SessionState state = SettingsService::defaults();
+    if (!path.isEmpty() && QFileInfo::exists(path)) {
+        const QSettings store(path, QSettings::IniFormat);
+        state = SettingsService::load(store, &WireTextCodecRegistry::normalizeName);
+    }
+    lastState = state;
+    recentFiles = state.recentFiles;
+    lastDirectory = state.lastDirectory;
+    quickSettings = state.quickSettings;
+    tabLayout = state.layoutTabs;
+    autoReconnect = state.autoReconnect;
+    acAutoReconnect->setChecked(state.autoReconnect);
+    acOpenLastConnection->setChecked(state.openLastConnection);
+    SerialPortWidget *port = portWidgets[0];
+    port->applySettings(state.settings);
+    port->applyFormatSetting(state.format);
+    port->setSendHistory(state.sendList);
+    port->setAutoReconnect(autoReconnect);
+    setCurrentFile(state.lastFile);
+    setWindowModified(false);
+}
+
+void MainWindow::writeSettings()
+{
+    const QString path = configFilePath();
+    if (path.isEmpty()) {
+        return;
+    }
+    SessionState state = lastState;
+    SerialPortWidget *port = portWidgets[0];
+    port->updateSettings();
+    state.settings = port->settings();
+    state.format = port->formatSettings();
+    state.sendList = port->sendHistory();
+    state.recentFiles = recentFiles;
+    state.lastFile = currentFile;
+    state.lastDirectory = lastDirectory;
+    state.lastConnectionOpen = wasOpenAtExit;
+    state.layoutTabs = tabLayout;
+    state.quickSettings = quickSettings;
+    state.autoReconnect = autoReconnect;
+    state.openLastConnection = acOpenLastConnection->isChecked();
+    QSettings store(path, QSettings::IniFormat);
+    SettingsService::save(store, state);
+
+    QSettings app;
+    app.setValue(QStringLiteral("LAST_WINDOW_SIZE"), size());
+    app.setValue(QStringLiteral("LAST_WINDOW_POSITION"), pos());
+}
+
+void MainWindow::applyAutoReconnectToPorts()
+{
+    autoReconnect = acAutoReconnect->isChecked();
+    for (int i = 0; i < portCountValue; ++i) {
+        portWidgets[size_t(i)]->setAutoReconnect(autoReconnect);
+    }
+}
+
+void MainWindow::openLastConnectionIfWanted()
+{
+    if (acOpenLastConnection->isChecked() && lastState.lastConnectionOpen) {
+        start(QString(), true);
+    }
+}
