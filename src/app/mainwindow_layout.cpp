@@ -60,6 +60,11 @@ void MainWindow::updateGrid()
     for (int i = 0; i < portCountValue; ++i) {
         portWidgets[size_t(i)]->statusBar()->setVisible(!single);
     }
+    const bool quickView = acViewQuickSettings->isChecked();
+    for (int i = 0; i < portCountValue; ++i) {
+        portWidgets[size_t(i)]->setQuickSettingsGroups(quickSettings);
+        portWidgets[size_t(i)]->setQuickSettingsVisible(quickView);
+    }
     updateStatusBar();
     Q_EMIT portsChanged();
 }

@@ -12,7 +12,6 @@
 
 namespace {
 
-
 constexpr int DayMs = 86400000;
 
 QString cleanAbsolute(const QString &path)

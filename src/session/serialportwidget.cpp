@@ -29,7 +29,6 @@
 #include <QTimer>
 #include <QToolButton>
 
-
 namespace {
 constexpr qsizetype ResumeSlice = 65536;
 constexpr qsizetype TranscriptLimit = 65536;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/quicksettingsgroups.h"
 #include "connection/settings.h"
 #include "session/ansiescapefilter.h"
 #include "session/rxdata.h"
@@ -138,6 +139,10 @@ public:
     QString peerTranscript(const QString &peer) const { return peerTranscripts.value(peer); }
     ConnectionController *connectionController() const { return controller; }
     QString viewText() const;
+
+    // Which settings groups and fields the quick settings column shows, in which order.
+    void setQuickSettingsGroups(const QuickSettingsGroups &groups);
+    void setQuickSettingsVisible(bool visible);
 
     // The log file.
     bool enableLogging();
@@ -302,4 +307,5 @@ private:
     bool portLost = false;
     bool consoleCapture = false;
     bool applyingSettings = false;
+    QuickSettingsGroups quickGroups;
 };

@@ -3,6 +3,7 @@
 #include "app/connectionsettingswidget.h"
 #include "connection/connectioncontroller.h"
 #include "connection/serialportlist.h"
+#include "session/controllineledrow.h"
 #include "session/logwriter.h"
 #include "session/ui_serialportwidget.h"
 
@@ -14,6 +15,7 @@
 #include <QPushButton>
 #include <QSerialPort>
 #include <QSignalBlocker>
+#include <QSplitter>
 #include <QStatusBar>
 #include <QTimer>
 
@@ -299,4 +301,31 @@ void SerialPortWidget::on_logPathButton_clicked()
     format.logFileName = logWriter->decode_file_name(format.logFilePath, logPortName());
     updateCommonStatus();
     markSettingsDirty();
+}
+
+// ---------------------------------------------------------------------------
+// Quick settings
+
+void SerialPortWidget::setQuickSettingsGroups(const QuickSettingsGroups &groups)
+{
+    quickGroups = groups;
+    QStringList visible;
+    for (const QString &id : groups.groupOrder()) {
+        if (groups.groupVisible(id)) {
+            visible << id;
+        }
+    }
+    ui->applyGroupOrder(groups.groupOrder(), visible);
+    ui->applyFieldLayout(ui->receiveGroup,
+                         groups.visibleFields(QuickSettingsGroups::receiveGroup()));
+    ui->applyFieldLayout(ui->sendGroup, groups.visibleFields(QuickSettingsGroups::sendGroup()));
+    // The indicator lights are a field of the connection group.
+    const bool lights = groups.fieldVisible(QuickSettingsGroups::connectionGroup(),
+                                            QStringLiteral("indicatorLights"));
+    ui->ledRow->setVisible(format.showControlLineLeds && lights);
+}
+
+void SerialPortWidget::setQuickSettingsVisible(bool visible)
+{
+    ui->splitter->widget(0)->setVisible(visible);
 }

@@ -9,7 +9,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QCoreApplication>
-#include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -18,6 +17,8 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSpinBox>
 #include <QSplitter>
 #include <QStatusBar>
@@ -63,13 +64,36 @@ QCheckBox *checkBox(QWidget *parent, const QString &name, const char *text, cons
 }
 } // namespace
 
+QWidget *Ui_SerialPortWidget::fieldRow(QGroupBox *group, const QString &id, const QString &label,
+                                       const QString &tip, const QList<QWidget *> &widgets)
+{
+    auto *row = new QWidget(group);
+    row->setObjectName(QStringLiteral("field_") + id);
+    row->setToolTip(tip);
+    auto *layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    if (!label.isEmpty()) {
+        auto *caption = new QLabel(label, row);
+        caption->setMinimumWidth(110);
+        layout->addWidget(caption);
+    }
+    for (QWidget *widget : widgets) {
+        widget->setParent(row);
+        layout->addWidget(widget, qobject_cast<QComboBox *>(widget) ? 1 : 0);
+    }
+    layout->addStretch(0);
+    group->layout()->addWidget(row);
+    fieldRows[group].insert(id, row);
+    return row;
+}
+
 void Ui_SerialPortWidget::setupReceiveGroup(QWidget *parent)
 {
     receiveGroup = new QGroupBox(tr("Receive Settings"), parent);
     receiveGroup->setObjectName(QStringLiteral("receiveGroup"));
     receiveGroup->setToolTip(tr("How received data is shown"));
-    auto *form = new QFormLayout(receiveGroup);
-    auto *formatRow = new QHBoxLayout;
+    auto *layout = new QVBoxLayout(receiveGroup);
+    layout->setSpacing(2);
     textReceiveRadio = new QRadioButton(tr("Text"), receiveGroup);
     textReceiveRadio->setObjectName(QStringLiteral("textReceiveRadio"));
     hexReceiveRadio = new QRadioButton(tr("Hex"), receiveGroup);
@@ -78,37 +102,30 @@ void Ui_SerialPortWidget::setupReceiveGroup(QWidget *parent)
     group->addButton(textReceiveRadio);
     group->addButton(hexReceiveRadio);
     receiveEncodingCombo = encodingCombo(receiveGroup, QStringLiteral("receiveEncodingCombo"));
-    formatRow->addWidget(textReceiveRadio);
-    formatRow->addWidget(hexReceiveRadio);
-    formatRow->addWidget(receiveEncodingCombo, 1);
-    form->addRow(tr("Format"), formatRow);
-    form->labelForField(formatRow)->setToolTip(
-        tr("Show received data as text or hex, and the encoding to read it with"));
+    fieldRow(receiveGroup, QStringLiteral("rxFormat"), tr("Format"),
+             tr("Show received data as text or hex, and the encoding to read it with"),
+             {textReceiveRadio, hexReceiveRadio, receiveEncodingCombo});
 
-    auto *feedRow = new QHBoxLayout;
     rxAutoFeedBox = checkBox(receiveGroup, QStringLiteral("rxAutoFeedBox"), "Auto Line Feed",
                              "Start a new line after an idle interval");
     autoFeedIntervalSpin = new QSpinBox(receiveGroup);
     autoFeedIntervalSpin->setObjectName(QStringLiteral("autoFeedIntervalSpin"));
     autoFeedIntervalSpin->setRange(1, 3600000);
     autoFeedIntervalSpin->setSuffix(tr(" ms"));
-    feedRow->addWidget(rxAutoFeedBox);
-    feedRow->addWidget(autoFeedIntervalSpin, 1);
-    form->addRow(feedRow);
+    fieldRow(receiveGroup, QStringLiteral("rxAutoFeed"), QString(),
+             tr("Start a new line after an idle interval"), {rxAutoFeedBox, autoFeedIntervalSpin});
     displayTimeBox = checkBox(receiveGroup, QStringLiteral("displayTimeBox"), "Display Time",
                               "Prefix received data with a timestamp");
-    form->addRow(displayTimeBox);
-    auto *logRow = new QHBoxLayout;
+    fieldRow(receiveGroup, QStringLiteral("rxDisplayTime"), QString(),
+             tr("Prefix received data with a timestamp"), {displayTimeBox});
     logSaveBox = checkBox(receiveGroup, QStringLiteral("logSaveBox"), "Log to File",
                           "Write what the port shows to a log file");
     logPathButton = new QToolButton(receiveGroup);
     logPathButton->setObjectName(QStringLiteral("logPathButton"));
     logPathButton->setText(QStringLiteral("…"));
     logPathButton->setToolTip(tr("Choose the log file"));
-    logRow->addWidget(logSaveBox);
-    logRow->addWidget(logPathButton);
-    logRow->addStretch(1);
-    form->addRow(logRow);
+    fieldRow(receiveGroup, QStringLiteral("rxLog"), QString(),
+             tr("Write what the port shows to a log file"), {logSaveBox, logPathButton});
 }
 
 void Ui_SerialPortWidget::setupSendGroup(QWidget *parent)
@@ -116,8 +133,8 @@ void Ui_SerialPortWidget::setupSendGroup(QWidget *parent)
     sendGroup = new QGroupBox(tr("Send Settings"), parent);
     sendGroup->setObjectName(QStringLiteral("sendGroup"));
     sendGroup->setToolTip(tr("How data is sent"));
-    auto *form = new QFormLayout(sendGroup);
-    auto *formatRow = new QHBoxLayout;
+    auto *layout = new QVBoxLayout(sendGroup);
+    layout->setSpacing(2);
     textSendRadio = new QRadioButton(tr("Text"), sendGroup);
     textSendRadio->setObjectName(QStringLiteral("textSendRadio"));
     hexSendRadio = new QRadioButton(tr("Hex"), sendGroup);
@@ -126,54 +143,98 @@ void Ui_SerialPortWidget::setupSendGroup(QWidget *parent)
     group->addButton(textSendRadio);
     group->addButton(hexSendRadio);
     sendEncodingCombo = encodingCombo(sendGroup, QStringLiteral("sendEncodingCombo"));
-    formatRow->addWidget(textSendRadio);
-    formatRow->addWidget(hexSendRadio);
-    formatRow->addWidget(sendEncodingCombo, 1);
-    form->addRow(tr("Format"), formatRow);
+    fieldRow(sendGroup, QStringLiteral("txFormat"), tr("Format"),
+             tr("Send the input as text or hex, and the encoding to send it with"),
+             {textSendRadio, hexSendRadio, sendEncodingCombo});
 
-    auto *loopRow = new QHBoxLayout;
     autoSendBox = checkBox(sendGroup, QStringLiteral("autoSendBox"), "Loop Send",
                            "Resend automatically at an interval");
     sendIntervelSB = new QSpinBox(sendGroup);
     sendIntervelSB->setObjectName(QStringLiteral("sendIntervelSB"));
     sendIntervelSB->setRange(1, 1000000);
     sendIntervelSB->setSuffix(tr(" ms"));
-    loopRow->addWidget(autoSendBox);
-    loopRow->addWidget(sendIntervelSB, 1);
-    form->addRow(loopRow);
+    fieldRow(sendGroup, QStringLiteral("txLoop"), QString(),
+             tr("Resend automatically at an interval"), {autoSendBox, sendIntervelSB});
 
     txLineEndingCombo = lineEndingCombo(sendGroup, QStringLiteral("txLineEndingCombo"), true);
-    txLineEndingCombo->setToolTip(tr("Ending appended to each send"));
-    form->addRow(tr("Append Line Ending"), txLineEndingCombo);
+    fieldRow(sendGroup, QStringLiteral("txAutoFeed"), tr("Append Line Ending"),
+             tr("Ending appended to each send"), {txLineEndingCombo});
     terminalEnterCombo = lineEndingCombo(sendGroup, QStringLiteral("terminalEnterCombo"), false);
-    terminalEnterCombo->setToolTip(tr("Bytes sent when Enter is pressed in the receive terminal"));
-    form->addRow(tr("Enter Sends"), terminalEnterCombo);
+    fieldRow(sendGroup, QStringLiteral("txTerminalEnter"), tr("Enter Sends"),
+             tr("Bytes sent when Enter is pressed in the receive terminal"), {terminalEnterCombo});
     checksumCombo = new QComboBox(sendGroup);
     checksumCombo->setObjectName(QStringLiteral("checksumCombo"));
-    checksumCombo->setToolTip(tr("Checksum appended to each send"));
     const QStringList checksums = CrcCatalog::sendChecksumLabels();
     for (int mode = 0; mode < checksums.size(); ++mode) {
         checksumCombo->addItem(checksums.at(mode), mode);
     }
-    form->addRow(tr("Append Checksum"), checksumCombo);
+    fieldRow(sendGroup, QStringLiteral("txChecksum"), tr("Append Checksum"),
+             tr("Checksum appended to each send"), {checksumCombo});
 
-    auto *boxes = new QGridLayout;
+    displaySendBox = checkBox(sendGroup, QStringLiteral("displaySendBox"), "Display Send",
+                              "Echo sent data in the display");
+    fieldRow(sendGroup, QStringLiteral("txDisplaySend"), QString(),
+             tr("Echo sent data in the display"), {displaySendBox});
+    localEchoBox = checkBox(sendGroup, QStringLiteral("localEchoBox"), "Local Echo",
+                            "Echo keys typed into the receive terminal");
+    fieldRow(sendGroup, QStringLiteral("txLocalEcho"), QString(),
+             tr("Echo keys typed into the receive terminal"), {localEchoBox});
+    cbLinebyLine = checkBox(sendGroup, QStringLiteral("cbLinebyLine"), "Line by Line",
+                            "Send multi-line input line by line");
+    fieldRow(sendGroup, QStringLiteral("txLineByLine"), QString(),
+             tr("Send multi-line input line by line"), {cbLinebyLine});
     sendEscapesBox = checkBox(sendGroup, QStringLiteral("sendEscapesBox"), "Escapes",
                               "Expand \\n, \\r, \\t, \\xHH and other backslash escapes in text");
     formatSendBox = checkBox(sendGroup, QStringLiteral("formatSendBox"), "Format Hex",
                              "Rewrite hex input as spaced upper-case pairs after sending");
-    displaySendBox = checkBox(sendGroup, QStringLiteral("displaySendBox"), "Display Send",
-                              "Echo sent data in the display");
-    localEchoBox = checkBox(sendGroup, QStringLiteral("localEchoBox"), "Local Echo",
-                            "Echo keys typed into the receive terminal");
-    cbLinebyLine = checkBox(sendGroup, QStringLiteral("cbLinebyLine"), "Line by Line",
-                            "Send multi-line input line by line");
-    boxes->addWidget(sendEscapesBox, 0, 0);
-    boxes->addWidget(formatSendBox, 0, 1);
-    boxes->addWidget(displaySendBox, 1, 0);
-    boxes->addWidget(localEchoBox, 1, 1);
-    boxes->addWidget(cbLinebyLine, 2, 0);
-    form->addRow(boxes);
+    fieldRow(sendGroup, QStringLiteral("txEscapes"), QString(),
+             tr("How text and hex input are read"), {sendEscapesBox, formatSendBox});
+}
+
+void Ui_SerialPortWidget::applyGroupOrder(const QStringList &order, const QStringList &visible)
+{
+    auto *layout = static_cast<QVBoxLayout *>(settingsColumn->layout());
+    const QHash<QString, QGroupBox *> groups = {{QStringLiteral("connection"), connectionGroup},
+                                                {QStringLiteral("receive"), receiveGroup},
+                                                {QStringLiteral("send"), sendGroup}};
+    int position = 1; // below the buttons
+    for (const QString &id : order) {
+        QGroupBox *group = groups.value(id);
+        if (!group) {
+            continue;
+        }
+        layout->removeWidget(group);
+        layout->insertWidget(position++, group);
+        group->setVisible(visible.contains(id));
+    }
+}
+
+void Ui_SerialPortWidget::applyFieldLayout(QGroupBox *group, const QStringList &visibleFields)
+{
+    // Listed fields in the given order, then the fields that are always shown.
+    auto *layout = static_cast<QVBoxLayout *>(group->layout());
+    const QHash<QString, QWidget *> rows = fieldRows.value(group);
+    QList<QWidget *> ordered;
+    for (const QString &id : visibleFields) {
+        if (QWidget *row = rows.value(id)) {
+            ordered.append(row);
+        }
+    }
+    QList<QWidget *> always;
+    for (int i = 0; i < layout->count(); ++i) {
+        QWidget *row = layout->itemAt(i)->widget();
+        if (row && !ordered.contains(row) && alwaysShownFields.contains(rows.key(row))) {
+            always.append(row);
+        }
+    }
+    for (QWidget *row : rows) {
+        layout->removeWidget(row);
+        row->setVisible(false);
+    }
+    for (QWidget *row : ordered + always) {
+        layout->addWidget(row);
+        row->setVisible(true);
+    }
 }
 
 void Ui_SerialPortWidget::setupUi(QMainWindow *window)
@@ -182,12 +243,18 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     splitter->setObjectName(QStringLiteral("splitter"));
     splitter->setChildrenCollapsible(false);
 
-    auto *settingsColumn = new QWidget(splitter);
+    // The quick settings column: the open/pause/clear buttons on top, then the
+    // connection, receive and send groups in the order the user chose.
+    auto *scroll = new QScrollArea(splitter);
+    scroll->setObjectName(QStringLiteral("quickSettingsScroll"));
+    scroll->setWidgetResizable(true);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    settingsColumn = new QWidget(scroll);
+    settingsColumn->setObjectName(QStringLiteral("quickSettingsPane"));
+    scroll->setWidget(settingsColumn);
     auto *settingsLayout = new QVBoxLayout(settingsColumn);
     settingsLayout->setContentsMargins(4, 4, 4, 4);
-    connectionSettings = new ConnectionSettingsWidget(settingsColumn);
-    connectionSettings->setObjectName(QStringLiteral("connectionSettings"));
-    settingsLayout->addWidget(connectionSettings);
     auto *buttons = new QHBoxLayout;
     openButton = new QPushButton(tr("Open"), settingsColumn);
     openButton->setObjectName(QStringLiteral("openButton"));
@@ -199,11 +266,22 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     buttons->addWidget(pauseButton);
     buttons->addWidget(clearButton);
     settingsLayout->addLayout(buttons);
+    connectionGroup = new QGroupBox(tr("Connection Settings"), settingsColumn);
+    connectionGroup->setObjectName(QStringLiteral("connectionGroup"));
+    connectionGroup->setToolTip(tr("Port and connection parameters"));
+    auto *connectionLayout = new QVBoxLayout(connectionGroup);
+    connectionSettings = new ConnectionSettingsWidget(connectionGroup);
+    connectionSettings->setObjectName(QStringLiteral("connectionSettings"));
+    connectionLayout->addWidget(connectionSettings);
+    settingsLayout->addWidget(connectionGroup);
     setupReceiveGroup(settingsColumn);
     settingsLayout->addWidget(receiveGroup);
     setupSendGroup(settingsColumn);
     settingsLayout->addWidget(sendGroup);
     settingsLayout->addStretch(1);
+    // The column scrolls vertically on a small panel, never horizontally.
+    scroll->setMinimumWidth(settingsColumn->sizeHint().width() +
+                            scroll->verticalScrollBar()->sizeHint().width());
 
     auto *dataSplitter = new QSplitter(Qt::Vertical, splitter);
     auto *receiveArea = new QWidget(dataSplitter);

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <QHash>
+#include <QList>
+#include <QStringList>
+
 // The widgets of a port panel, built in code.
 
 class ConnectionSettingsWidget;
@@ -67,7 +71,19 @@ public:
 
     void setupUi(QMainWindow *window);
 
+    // Shows the listed fields of a settings group in that order (fields that are not
+    // optional stay below them) and hides the rest.
+    void applyFieldLayout(QGroupBox *group, const QStringList &visibleFields);
+    void applyGroupOrder(const QStringList &order, const QStringList &visible);
+    QWidget *settingsColumn = nullptr;
+    QGroupBox *connectionGroup = nullptr;
+
 private:
     void setupReceiveGroup(QWidget *parent);
     void setupSendGroup(QWidget *parent);
+    QWidget *fieldRow(QGroupBox *group, const QString &id, const QString &label, const QString &tip,
+                      const QList<QWidget *> &widgets);
+
+    QHash<QGroupBox *, QHash<QString, QWidget *>> fieldRows;
+    const QStringList alwaysShownFields = {QStringLiteral("rxLog"), QStringLiteral("txEscapes")};
 };
