@@ -42,7 +42,14 @@ ReceiveRenderer::ReceiveRenderer(QPlainTextEdit *view, const FormatSetting *form
     resetDecoders();
 }
 
-ReceiveRenderer::~ReceiveRenderer() = default;
+ReceiveRenderer::~ReceiveRenderer()
+{
+    // The view may already be gone; only the document's edit block is closed (a cursor
+    // whose document died does nothing).
+    if (batch.active) {
+        batch.cursor->endEditBlock();
+    }
+}
 
 QString ReceiveRenderer::render(const rxData &rx)
 {
@@ -56,9 +63,9 @@ QString ReceiveRenderer::render(const rxData &rx)
     const bool isTx = rx.direction == Sent;
     const bool lineHadEnded = lineStart;
     int prefixLength = 0;
-    QString text = MessageCodec::decodeForUi(rx, *format, lineStart, lastRxTime, lastTxTime,
-                                             isTx ? txDecoder.get() : rxDecoder.get(),
-                                             prefixLength);
+    QString text =
+        MessageCodec::decodeForUi(rx, *format, lineStart, lastRxTime, lastTxTime,
+                                  isTx ? txDecoder.get() : rxDecoder.get(), prefixLength);
     // A line feed right after a line that already ended would only add an empty line:
     // devices that end lines with CR LF in separate reads, or print LF after a prompt,
     // would show every line double spaced. An empty text means the decoder holds the
@@ -110,8 +117,7 @@ QString ReceiveRenderer::renderLocalEcho(const rxData &rx)
         indexSpan(rx, {end, end}, 0, QString());
         return text;
     }
-    const QColor color =
-        format->formatDisplayColor ? QColor(format->sendTextColor) : QColor();
+    const QColor color = format->formatDisplayColor ? QColor(format->sendTextColor) : QColor();
     const Range range = append(text, color);
     indexSpan(rx, range, 0, QString());
     lineStart = text.endsWith(LineFeed);
@@ -143,7 +149,9 @@ ReceiveRenderer::Range ReceiveRenderer::append(const QString &text, const QColor
     cursor.endEditBlock();
     const int end = cursor.position();
 
-    bar->setValue(followEnd ? bar->maximum() : oldValue);
+    if (!batch.active) {
+        bar->setValue(followEnd ? bar->maximum() : oldValue);
+    }
     trimmedSinceLastAppend = false;
     return {start, end};
 }
@@ -156,8 +164,36 @@ ReceiveRenderer::Range ReceiveRenderer::appendSystemLine(const QString &text, co
     return range;
 }
 
+void ReceiveRenderer::beginBatch()
+{
+    if (batch.active) {
+        return;
+    }
+    const QScrollBar *bar = view->verticalScrollBar();
+    batch.active = true;
+    batch.followEnd = atScrollEnd(bar);
+    batch.scrollValue = bar->value();
+    batch.cursor = std::make_unique<QTextCursor>(view->document());
+    batch.cursor->beginEditBlock();
+}
+
+void ReceiveRenderer::endBatch()
+{
+    if (!batch.active) {
+        return;
+    }
+    batch.cursor->endEditBlock();
+    batch.cursor.reset();
+    batch.active = false;
+    QScrollBar *bar = view->verticalScrollBar();
+    bar->setValue(batch.followEnd ? bar->maximum() : batch.scrollValue);
+}
+
 void ReceiveRenderer::clear()
 {
+    // Clearing resets the document, which must not happen inside an edit block.
+    const bool batching = batch.active;
+    endBatch();
     view->clear();
     spans.clear();
     lineStart = true;
@@ -165,10 +201,15 @@ void ReceiveRenderer::clear()
     lastTxTime = QDateTime();
     trimmedSinceLastAppend = false;
     resetDecoders();
+    if (batching) {
+        beginBatch();
+    }
 }
 
 int ReceiveRenderer::trimToBudget()
 {
+    // Keeping the reader's place needs the layout, which a batch holds back.
+    endBatch();
     QTextDocument *document = view->document();
     const int budget = characterBudget();
     const int count = document->characterCount();
@@ -237,8 +278,8 @@ void ReceiveRenderer::index(const rxData &rx, Range range, int prefixLength)
 {
     QString stamp;
     if (format->displayMsgTime && prefixLength > 0 && !rx.isLocalEcho) {
-        stamp = rx.time.toString(rx.direction == Sent ? format->txTimeFormat
-                                                      : format->rxTimeFormat);
+        stamp =
+            rx.time.toString(rx.direction == Sent ? format->txTimeFormat : format->rxTimeFormat);
         if (stamp.size() > prefixLength) {
             stamp.clear();
         }
@@ -258,8 +299,8 @@ void ReceiveRenderer::indexSpan(const rxData &rx, Range range, int prefixLength,
     span.isTx = isTx;
     span.isLocalEcho = rx.isLocalEcho;
     // Local echo is always shown as text, whatever the send view's format.
-    span.isHex = !rx.isLocalEcho &&
-                 (isTx ? format->sendMsgFormat : format->receiveMsgFormat) != TextFormat;
+    span.isHex =
+        !rx.isLocalEcho && (isTx ? format->sendMsgFormat : format->receiveMsgFormat) != TextFormat;
     span.isUtf8 = isTx ? txIsUtf8 : rxIsUtf8;
     span.bytes = bytesOf(rx);
     span.peer = rx.peer;

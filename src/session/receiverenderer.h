@@ -9,8 +9,11 @@
 #include <QPointer>
 #include <QString>
 
+#include <memory>
+
 class QObject;
 class QPlainTextEdit;
+class QTextCursor;
 struct FormatSetting;
 struct rxData;
 
@@ -53,6 +56,16 @@ public:
     Range append(const QString &text, const QColor &color = QColor());
     // `text` on a line of its own; it has no bytes behind it and is not indexed.
     Range appendSystemLine(const QString &text, const QColor &color = QColor());
+    // Opens a batch: appends until endBatch() still use one edit block each, but nest
+    // in one outer block, so the view lays itself out and scrolls once at endBatch()
+    // instead of after every record. A visible view lays out its last screenful after
+    // each outermost edit block, which costs more than inserting the text itself. The
+    // scroll position is taken at beginBatch() and restored (or moved to the new end)
+    // at endBatch(). Batches do not nest; clear() keeps an open batch, trimToBudget()
+    // ends it.
+    void beginBatch();
+    void endBatch();
+    bool inBatch() const { return batch.active; }
     // Empties the view and the index, starts a new line and resets the decoders.
     void clear();
     // When the view holds more than characterBudget() characters, removes the oldest
@@ -102,6 +115,14 @@ private:
     QDateTime lastTxTime;
     bool lineStart = true;
     bool trimmedSinceLastAppend = false;
+
+    struct Batch
+    {
+        bool active = false;
+        bool followEnd = false;
+        int scrollValue = 0;
+        std::unique_ptr<QTextCursor> cursor;
+    } batch;
 
     // The last colour made readable, since a stream asks for the same one per record.
     struct ColorCache

@@ -78,10 +78,10 @@ void TestReceiveRenderer::shownText_data()
     QTest::addColumn<QString>("shown");
 
     const QList<int> zeros(8, 0);
-    QTest::newRow("lone LF after ended line") << QByteArrayList{"abc\n", "\n", "d"} << zeros
-                                              << "rrr" << false << false << "abc\nd";
-    QTest::newRow("LF ends an open line") << QByteArrayList{"abc", "\n", "d"} << zeros << "rrr"
-                                          << false << false << "abc\nd";
+    QTest::newRow("lone LF after ended line")
+        << QByteArrayList{"abc\n", "\n", "d"} << zeros << "rrr" << false << false << "abc\nd";
+    QTest::newRow("LF ends an open line")
+        << QByteArrayList{"abc", "\n", "d"} << zeros << "rrr" << false << false << "abc\nd";
     QTest::newRow("control byte and tab")
         << QByteArrayList{"a\x01\tb"} << zeros << "r" << false << false << u"a\u25A1\tb"_qs;
     QTest::newRow("CR LF, colours off")
@@ -97,23 +97,18 @@ void TestReceiveRenderer::shownText_data()
         << QByteArrayList{"\x01", "\x02", "\x03", "\x04"} << QList<int>{0, 3, 6, 9} << "rrrr"
         << true << false << "01 02 03 04 ";
     QTest::newRow("hex 25 ms gap breaks")
-        << QByteArrayList{"\x01", "\x02", "\x03"} << QList<int>{0, 3, 28} << "rrr" << true
-        << false << "01 02 \n03 ";
-    QTest::newRow("stamped text")
-        << QByteArrayList{"hi\nyo\n"} << QList<int>{1} << "r" << false << true
-        << "[10:00:00.001] hi\n[10:00:00.001] yo\n";
-    QTest::newRow("stamped hex")
-        << QByteArrayList{"AB", "C"} << QList<int>{0, 30} << "rr" << true << true
-        << "[10:00:00.000] 41 42 \n[10:00:00.030] 43 ";
-    QTest::newRow("sent text after open line")
-        << QByteArrayList{"abc", "cmd\n", "ok"} << zeros << "rtr" << false << false
-        << "abc\ncmd\nok";
+        << QByteArrayList{"\x01", "\x02", "\x03"} << QList<int>{0, 3, 28} << "rrr" << true << false
+        << "01 02 \n03 ";
+    QTest::newRow("stamped text") << QByteArrayList{"hi\nyo\n"} << QList<int>{1} << "r" << false
+                                  << true << "[10:00:00.001] hi\n[10:00:00.001] yo\n";
+    QTest::newRow("stamped hex") << QByteArrayList{"AB", "C"} << QList<int>{0, 30} << "rr" << true
+                                 << true << "[10:00:00.000] 41 42 \n[10:00:00.030] 43 ";
+    QTest::newRow("sent text after open line") << QByteArrayList{"abc", "cmd\n", "ok"} << zeros
+                                               << "rtr" << false << false << "abc\ncmd\nok";
     QTest::newRow("local echo continues the line")
-        << QByteArrayList{"$ ", "ls\r", "x\r\n"} << zeros << "ree" << false << false
-        << "$ ls\nx\n";
+        << QByteArrayList{"$ ", "ls\r", "x\r\n"} << zeros << "ree" << false << false << "$ ls\nx\n";
     QTest::newRow("system line on a line of its own")
-        << QByteArrayList{"abc", "note", "d"} << zeros << "rsr" << false << false
-        << "abc\nnote\nd";
+        << QByteArrayList{"abc", "note", "d"} << zeros << "rsr" << false << false << "abc\nnote\nd";
 }
 
 void TestReceiveRenderer::shownText()
@@ -151,8 +146,8 @@ void TestReceiveRenderer::skippedFeedStaysReachable()
     QCOMPARE(renderer->render(record("\n")), QString());
     QCOMPARE(renderer->spanIndex().chainBytes(Received), QByteArray("\n"));
     renderer->render(record("def"));
-    const QList<DisplaySpan> hit = renderer->spanIndex().intersecting(
-        renderer->streamPosition(4), renderer->streamPosition(5));
+    const QList<DisplaySpan> hit = renderer->spanIndex().intersecting(renderer->streamPosition(4),
+                                                                      renderer->streamPosition(5));
     QCOMPARE(hit.size(), 1);
     QCOMPARE(hit.front().bytes, QByteArray("\ndef"));
 }
@@ -268,13 +263,17 @@ void TestReceiveRenderer::oneByteReadsMerge()
 void TestReceiveRenderer::trimKeepsPositionsAndPlace_data()
 {
     QTest::addColumn<bool>("scrolledBack");
-    QTest::newRow("at the end") << false;
-    QTest::newRow("scrolled back") << true;
+    QTest::addColumn<bool>("batched"); // the records after the trim come in a batch
+    QTest::newRow("at the end") << false << false;
+    QTest::newRow("scrolled back") << true << false;
+    QTest::newRow("at the end, batched") << false << true;
+    QTest::newRow("scrolled back, batched") << true << true;
 }
 
 void TestReceiveRenderer::trimKeepsPositionsAndPlace()
 {
     QFETCH(bool, scrolledBack);
+    QFETCH(bool, batched);
 
     TrimListener bar;
     renderer->setFindBar(&bar);
@@ -311,14 +310,23 @@ void TestReceiveRenderer::trimKeepsPositionsAndPlace()
         block = block.next();
     }
     const int n = cut + 1;
-    QCOMPARE(renderer->frameTimeAt(block.position() + 3), T0.addMSecs(n).toMSecsSinceEpoch() * 1000);
+    QCOMPARE(renderer->frameTimeAt(block.position() + 3),
+             T0.addMSecs(n).toMSecsSinceEpoch() * 1000);
     const QList<DisplaySpan> hit = renderer->spanIndex().intersecting(
         renderer->streamPosition(block.position()), renderer->streamPosition(block.position() + 1));
     QCOMPARE(hit.size(), 1);
     QCOMPARE(hit.front().bytes, recordText(n));
     QCOMPARE(hit.front().docStart, qint64(removed) + block.position());
 
-    renderer->render(record("tail\n", records));
+    if (batched) {
+        renderer->beginBatch();
+    }
+    const int tailStart = view->document()->characterCount() - 1;
+    for (int i = 0; i < 50; ++i) {
+        renderer->render(record("tail\n", records + i));
+    }
+    QCOMPARE(renderer->spanIndex().spans().back().docStart, removed + tailStart + 49 * 5);
+    renderer->endBatch();
     if (scrolledBack) {
         const int topAfter = view->cursorForPosition(QPoint(0, 0)).position();
         QCOMPARE(view->document()->findBlock(topAfter).text(), topLine);
