@@ -10,6 +10,7 @@
 #include "session/hled.h"
 #include "session/logwriter.h"
 #include "session/messagecodec.h"
+#include "session/receiverenderer.h"
 #include "session/ui_serialportwidget.h"
 #include "session/wiretextcodecregistry.h"
 
@@ -46,18 +47,6 @@ int directionIndex(RXorTx direction)
     return direction == Sent ? 1 : 0;
 }
 
-// Control characters other than tab, line feed and carriage return show as a white
-// square, so that nothing invisible hides in the view.
-QString sanitizeForView(QString text)
-{
-    for (QChar &c : text) {
-        if (c.category() == QChar::Other_Control && c != QLatin1Char('\t') &&
-            c != QLatin1Char('\n') && c != QLatin1Char('\r')) {
-            c = QChar(0x25A1);
-        }
-    }
-    return text;
-}
 } // namespace
 
 SerialPortWidget::SerialPortWidget(QWidget *parent)
@@ -65,6 +54,7 @@ SerialPortWidget::SerialPortWidget(QWidget *parent)
     , ui(new Ui_SerialPortWidget)
 {
     ui->setupUi(this);
+    renderer = std::make_unique<ReceiveRenderer>(ui->receiveBrowser, &format);
     controller = new ConnectionController(this);
     connectController();
     resetTextDecoders();
@@ -521,8 +511,7 @@ void SerialPortWidget::pause()
 
 void SerialPortWidget::clear()
 {
-    ui->receiveBrowser->clear();
-    viewAtLineStart = true;
+    renderer->clear();
     rxBytes = 0;
     txBytes = 0;
     resetTextDecoders();
@@ -720,15 +709,27 @@ void SerialPortWidget::pushByteArray(const QByteArray &bytes, bool count, RXorTx
     } else if (count) {
         rxBytes += bytes.size();
     }
+    displayBacklogBytes += data.size();
+    panelsWithBacklog().insert(this);
+    // Small reads (a serial line delivers a few bytes at a time) join the record before
+    // them while neither time stamps nor idle gaps can tell them apart, so the view lays
+    // out a few records per tick rather than thousands.
+    if (!rxDataList.isEmpty() && !format.displayMsgTime && !format.rxAutoFeedLine) {
+        rxData &last = rxDataList.last();
+        if (last.direction == direction && last.peer == peer && !last.isLocalEcho &&
+            last.data.size() + data.size() <= MergeRecordsBelow) {
+            last.data += data;
+            last.raw += bytes;
+            return;
+        }
+    }
     rxData record;
     record.time = QDateTime::currentDateTime();
     record.direction = direction;
     record.data = data;
     record.raw = bytes;
     record.peer = peer;
-    displayBacklogBytes += record.data.size();
     rxDataList.append(std::move(record));
-    panelsWithBacklog().insert(this);
 }
 
 void SerialPortWidget::emitConsoleTraffic(const QByteArray &bytes, RXorTx direction)
@@ -747,7 +748,10 @@ void SerialPortWidget::onRefreshDisplay()
 {
     if (state == Running && !rxDataList.isEmpty()) {
         const qsizetype sharing = std::max<qsizetype>(1, panelsWithBacklog().size());
-        displayPortBuffer(std::max<qint64>(MinimumSharedBudget, DisplayBudgetPerTick / sharing));
+        // The budget is one of characters laid out: a byte shown in hex is three.
+        const qint64 perByte = format.receiveMsgFormat == TextFormat ? 1 : 3;
+        displayPortBuffer(std::max<qint64>(MinimumSharedBudget / perByte,
+                                           DisplayBudgetPerTick / sharing / perByte));
     }
     if (rxBytes != shownRxBytes || txBytes != shownTxBytes) {
         updateCommonStatus();
@@ -762,7 +766,7 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
     // What the view cannot keep is not laid out only to be trimmed again: when more
     // waits than the view holds, the oldest records skip the view. Counters, taps and
     // the recording saw them at arrival.
-    const qint64 keep = viewCharacterBudget();
+    const qint64 keep = renderer->characterBudget();
     QString logBatch;
     qint64 skipped = 0;
     while (displayBacklogBytes > keep && rxDataList.size() > 1) {
@@ -772,10 +776,13 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
         logRecord(record, logBatch);
     }
     if (skipped > 0) {
-        appendSystemLine(tr("[%L1 bytes not shown: the view could not keep up with the data rate]")
-                             .arg(skipped));
+        renderer->appendSystemLine(
+            tr("[%L1 bytes not shown: the view could not keep up with the data rate]")
+                .arg(skipped));
     }
 
+    // One layout pass for the whole tick instead of one per record.
+    renderer->beginBatch();
     qint64 total = 0;
     while (!rxDataList.isEmpty()) {
         rxData record = rxDataList.takeFirst();
@@ -783,21 +790,27 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
         // budget) is shown in budget-sized slices over several ticks, so that no tick
         // blocks the window; the text decoders carry split characters from one slice
         // to the next.
-        const qint64 sliceAbove = budget < DisplayBudgetPerTick ? budget : 2 * budget;
-        if (budget >= 0 && record.data.size() > sliceAbove) {
+        // Hex is cut finer still: the view lays a line out as a whole, so no record may
+        // make one hex line long.
+        const bool hex = (record.direction == Sent ? format.sendMsgFormat
+                                                   : format.receiveMsgFormat) != TextFormat;
+        const qint64 slice = hex ? HexSliceBytes : budget;
+        const qint64 sliceAbove =
+            hex ? HexSliceBytes : (budget < DisplayBudgetPerTick ? budget : 2 * budget);
+        if ((budget >= 0 || hex) && record.data.size() > sliceAbove) {
             rxData rest = record;
-            rest.data = record.data.mid(budget);
+            rest.data = record.data.mid(slice);
             rest.raw =
-                record.raw.size() == record.data.size() ? record.raw.mid(budget) : QByteArray();
-            record.data.truncate(budget);
+                record.raw.size() == record.data.size() ? record.raw.mid(slice) : QByteArray();
+            record.data.truncate(slice);
             if (!rest.raw.isEmpty()) {
-                record.raw.truncate(budget);
+                record.raw.truncate(slice);
             }
             rxDataList.prepend(std::move(rest));
         }
         displayBacklogBytes -= record.data.size();
         total += record.data.size();
-        renderRecord(record);
+        renderer->render(record);
         logRecord(record, logBatch);
         if (budget >= 0 && total >= budget) {
             break;
@@ -806,7 +819,8 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
     if (rxDataList.isEmpty()) {
         panelsWithBacklog().remove(this);
     }
-    trimView();
+    renderer->endBatch();
+    renderer->trimToBudget();
     if (!logBatch.isEmpty()) {
         logWriter->appendLine(logBatch, format);
     }
@@ -820,67 +834,6 @@ void SerialPortWidget::logRecord(const rxData &record, QString &batch)
     }
     batch += MessageCodec::decodeForLog(record, format, logAtLineStart, logPendingFlag, logLastTime,
                                         logDecoders[1].get(), logDecoders[0].get());
-}
-
-void SerialPortWidget::appendSystemLine(const QString &text)
-{
-    appendToView((viewAtLineStart ? QString() : QStringLiteral("\n")) + text + QLatin1Char('\n'));
-}
-
-void SerialPortWidget::renderRecord(const rxData &record)
-{
-    // Plain append of the record's text; time stamps, colours and line handling
-    // belong to the receive renderer.
-    QString text;
-    if ((record.direction == Received ? format.receiveMsgFormat : format.sendMsgFormat) ==
-        TextFormat) {
-        text = sanitizeForView(viewDecoders[directionIndex(record.direction)]->decode(record.data));
-    } else {
-        text = QString::fromLatin1(record.data.toHex(' ').toUpper()) + QLatin1Char(' ');
-    }
-    appendToView(text);
-}
-
-void SerialPortWidget::appendToView(const QString &text)
-{
-    if (text.isEmpty()) {
-        return;
-    }
-    QPlainTextEdit *view = ui->receiveBrowser;
-    QScrollBar *bar = view->verticalScrollBar();
-    const bool atEnd = bar->value() >= bar->maximum();
-    const int oldValue = bar->value();
-    QTextCursor cursor(view->document());
-    cursor.movePosition(QTextCursor::End);
-    cursor.insertText(text);
-    viewAtLineStart = text.endsWith(QLatin1Char('\n'));
-    bar->setValue(atEnd ? bar->maximum() : oldValue);
-}
-
-void SerialPortWidget::trimView()
-{
-    QTextDocument *document = ui->receiveBrowser->document();
-    const int budget = viewCharacterBudget();
-    const int count = document->characterCount();
-    if (count <= budget) {
-        return;
-    }
-    QScrollBar *bar = ui->receiveBrowser->verticalScrollBar();
-    const bool atEnd = bar->value() >= bar->maximum();
-    QTextCursor cursor(document);
-    cursor.movePosition(QTextCursor::Start);
-    cursor.setPosition(std::min(count - 1, budget / 2), QTextCursor::KeepAnchor);
-    cursor.removeSelectedText();
-    if (atEnd) {
-        bar->setValue(bar->maximum());
-    }
-}
-
-int SerialPortWidget::viewCharacterBudget() const
-{
-    // A budget of 0 (which old project files can hold) must not let the view grow
-    // without bound, nor empty it at every tick.
-    return std::max(MinimumViewCharacters, format.displayBufferSize);
 }
 
 QString SerialPortWidget::viewText() const
@@ -1001,7 +954,7 @@ WireTextDecoder &SerialPortWidget::peerDecoder(const QString &peer)
 
 void SerialPortWidget::resetTextDecoders()
 {
-    viewDecoders = {createDecoder(format.receiveEncoding), createDecoder(format.sendEncoding)};
+    renderer->resetDecoders();
     logDecoders = {createDecoder(format.receiveEncoding), createDecoder(format.sendEncoding)};
     consoleDecoders = {createDecoder(format.receiveEncoding), createDecoder(format.sendEncoding)};
     peerDecoders.clear();

@@ -18,6 +18,7 @@
 class ConnectionController;
 class LogWriter;
 class QKeyEvent;
+class ReceiveRenderer;
 class QTimer;
 class Ui_SerialPortWidget;
 
@@ -70,7 +71,8 @@ public:
     static constexpr int SendHistoryLimit = 100;
     static constexpr qint64 DisplayBudgetPerTick = 262144;
     static constexpr qint64 MinimumSharedBudget = 16384;
-    static constexpr int MinimumViewCharacters = 1 << 20;
+    static constexpr qint64 HexSliceBytes = 1024;
+    static constexpr qsizetype MergeRecordsBelow = 4096;
     static constexpr int DisplayTickMs = 20;
 
     explicit SerialPortWidget(QWidget *parent = nullptr);
@@ -134,11 +136,13 @@ public:
     qint64 rxByteCount() const { return rxBytes; }
     qint64 txByteCount() const { return txBytes; }
     qsizetype pendingDisplayRecords() const { return rxDataList.size(); }
+    qint64 pendingDisplayBytes() const { return displayBacklogBytes; }
     qsizetype pausedByteCount() const { return pausedBytes.size(); }
     QString lastTransportError() const { return lastError; }
     QString peerTranscript(const QString &peer) const { return peerTranscripts.value(peer); }
     ConnectionController *connectionController() const { return controller; }
     QString viewText() const;
+    ReceiveRenderer *receiveRenderer() const { return renderer.get(); }
 
     // Which settings groups and fields the quick settings column shows, in which order.
     void setQuickSettingsGroups(const QuickSettingsGroups &groups);
@@ -251,15 +255,11 @@ private:
     WireTextDecoderPtr createDecoder(const QString &encoding) const;
     WireTextDecoder &peerDecoder(const QString &peer);
     void emitConsoleTraffic(const QByteArray &bytes, RXorTx direction);
-    void renderRecord(const rxData &record);
-    void appendToView(const QString &text);
-    void appendSystemLine(const QString &text);
-    void trimView();
-    int viewCharacterBudget() const;
     int selectedPeerRow() const;
     bool isRunning() const { return state == Running; }
 
     Ui_SerialPortWidget *ui = nullptr;
+    std::unique_ptr<ReceiveRenderer> renderer;
     Settings portSettings;
     FormatSetting format;
     ConnectionController *controller = nullptr;
@@ -289,11 +289,9 @@ private:
     // Text decoders keep their carry-over per peer and direction, so a character
     // split between two packets survives.
     std::map<QString, WireTextDecoderPtr> peerDecoders;
-    std::array<WireTextDecoderPtr, 2> viewDecoders;    // received, sent
     std::array<WireTextDecoderPtr, 2> logDecoders;     // received, sent
     std::array<WireTextDecoderPtr, 2> consoleDecoders; // received, sent
     QHash<QString, QString> peerTranscripts;
-    bool viewAtLineStart = true;
 
     LogWriter *logWriter = nullptr;
     bool logAtLineStart = true;
