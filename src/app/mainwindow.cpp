@@ -161,6 +161,9 @@ void MainWindow::createActions()
     acEditRemove = edit->addAction(tr("Remove Last Connection"));
     acEditRemove->setObjectName(QStringLiteral("acEditRemove"));
     connect(acEditRemove, &QAction::triggered, this, &MainWindow::on_acEditRemove_triggered);
+    QAction *settingsAction = edit->addAction(tr("Settings..."));
+    settingsAction->setObjectName(QStringLiteral("acEditSettings"));
+    connect(settingsAction, &QAction::triggered, this, &MainWindow::on_acEditSettings_triggered);
     QAction *newConnection = edit->addAction(tr("New Connection..."));
     newConnection->setObjectName(QStringLiteral("actionNew_Connection"));
     connect(newConnection, &QAction::triggered, this,
@@ -187,6 +190,10 @@ void MainWindow::createActions()
     acViewQuickSettings->setCheckable(true);
     acViewQuickSettings->setChecked(true);
     connect(acViewQuickSettings, &QAction::triggered, this, &MainWindow::updateGrid);
+    QAction *quickFields = view->addAction(tr("Quick Settings Fields..."));
+    quickFields->setObjectName(QStringLiteral("acViewQuickSettingsFields"));
+    connect(quickFields, &QAction::triggered, this,
+            &MainWindow::on_acViewQuickSettingsFields_triggered);
     view->addSeparator();
     QMenu *appearance = view->addMenu(tr("Appearance"));
     acAppearanceLight = appearance->addAction(tr("Light"));

@@ -10,6 +10,7 @@
 #include <QPointer>
 
 #include <array>
+#include <functional>
 
 class QAction;
 class QLabel;
@@ -18,6 +19,7 @@ class QSplitter;
 class QTabWidget;
 class QTimer;
 class AsciiCode;
+class MultiPortSettingDlg;
 class SerialPortWidget;
 class ToolBox;
 
@@ -71,6 +73,10 @@ public:
     void on_acEditAdd_triggered();
     void on_acEditRemove_triggered();
     void on_actionNew_Connection_triggered();
+    void on_acEditSettings_triggered();
+    void on_acViewQuickSettingsFields_triggered();
+    // Lets tests answer the Add Connection dialog instead of a user.
+    std::function<bool(MultiPortSettingDlg &)> addConnectionHook;
     QAction *viewAction(const QString &name) const;
 
     // Notices.
@@ -148,6 +154,7 @@ private:
     void setCurrentFile(const QString &path);
     void updateRecentFilesMenu();
     void applyAutoReconnectToPorts();
+    bool addConnectionAccepted(MultiPortSettingDlg &dialog);
 
     std::array<SerialPortWidget *, MaxPorts> portWidgets{};
     int portCountValue = 0;

@@ -4,6 +4,8 @@
 #include "app/mainwindow.h"
 
 #include "app/logging.h"
+#include "app/multiportsettingdlg.h"
+#include "app/newconnection.h"
 #include "session/serialportwidget.h"
 
 #include <QAction>
@@ -296,13 +298,71 @@ void MainWindow::on_acEditAdd_triggered()
         showStatusNotice(tr("A window holds at most %1 connections.").arg(MaxPorts), NoticeWarning);
         return;
     }
-    createPortWidget(portCountValue);
+    MultiPortSettingDlg dialog(1, this);
+    dialog.setWindowTitle(tr("Add Connection"));
+    // A new connection starts from the last-used records, with its own port name.
+    Settings seed = lastState.settings;
+    seed.name = SettingsService::defaultPortSettings(QString()).name;
+    dialog.setPortSettings(0, seed);
+    dialog.setFormatSettings(0, lastState.format);
+    if (!addConnectionAccepted(dialog)) {
+        return;
+    }
+    SerialPortWidget *port = createPortWidget(portCountValue);
+    port->applySettings(dialog.portSettings(0));
+    port->applyFormatSetting(dialog.formatSettings(0));
     ++portCountValue;
     qCDebug(lcApp) << "on_actionAd_triggered: Port Number =" << portCountValue;
     applyHorizontalAfterCountChange();
     for (int i = 0; i < portCountValue; ++i) {
         portWidgets[size_t(i)]->setAutoReconnect(autoReconnect);
     }
+}
+
+bool MainWindow::addConnectionAccepted(MultiPortSettingDlg &dialog)
+{
+    if (addConnectionHook) {
+        return addConnectionHook(dialog);
+    }
+    return dialog.exec() == QDialog::Accepted;
+}
+
+void MainWindow::on_acEditSettings_triggered()
+{
+    MultiPortSettingDlg dialog(portCountValue, this);
+    for (int i = 0; i < portCountValue; ++i) {
+        portWidgets[size_t(i)]->updateSettings();
+        dialog.setPortSettings(i, portWidgets[size_t(i)]->settings());
+        dialog.setFormatSettings(i, portWidgets[size_t(i)]->formatSettings());
+    }
+    dialog.setQuickSettingsGroups(quickSettings);
+    if (dialog.exec() != QDialog::Accepted) {
+        return;
+    }
+    for (int i = 0; i < portCountValue; ++i) {
+        SerialPortWidget *port = portWidgets[size_t(i)];
+        // A running connection keeps its transport; the new one applies at the next open.
+        if (port->portState() == SerialPortWidget::Stopped) {
+            port->applySettings(dialog.portSettings(i));
+        }
+        port->applyFormatSetting(dialog.formatSettings(i));
+    }
+    quickSettings = dialog.quickSettingsGroups();
+    updateGrid();
+    markModified();
+}
+
+void MainWindow::on_acViewQuickSettingsFields_triggered()
+{
+    MultiPortSettingDlg dialog(0, this);
+    dialog.setWindowTitle(tr("Quick Settings"));
+    dialog.setQuickSettingsGroups(quickSettings);
+    if (dialog.exec() != QDialog::Accepted) {
+        return;
+    }
+    quickSettings = dialog.quickSettingsGroups();
+    updateGrid();
+    markModified();
 }
 
 void MainWindow::on_acEditRemove_triggered()
@@ -338,7 +398,14 @@ void MainWindow::removeLastPort()
 
 void MainWindow::on_actionNew_Connection_triggered()
 {
-    // Serial and TCP/IP connections are set up in their panels; a bridge opens the
-    // bridges dialog once bridges exist.
-    showStatusNotice(tr("Choose the connection type in the panel's Mode box."), NoticeInfo);
+    NewConnection dialog(this);
+    if (dialog.exec() != QDialog::Accepted) {
+        return;
+    }
+    // Serial and TCP/IP connections are chosen in the panels themselves; only a bridge
+    // has a dialog of its own.
+    if (dialog.kind() == NewConnection::BridgeKind) {
+        showStatusNotice(tr("Bridges between ports are not available in this build yet."),
+                         NoticeInfo);
+    }
 }

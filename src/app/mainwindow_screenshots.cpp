@@ -3,6 +3,8 @@
 
 #include "app/mainwindow.h"
 
+#include "app/multiportsettingdlg.h"
+#include "app/newconnection.h"
 #include "session/serialportwidget.h"
 #include "tools/asciicode.h"
 #include "tools/toolbox.h"
@@ -56,7 +58,8 @@ QStringList MainWindow::screenshotSceneNames()
 
 QStringList MainWindow::screenshotDialogNames()
 {
-    return {QStringLiteral("toolbox"), QStringLiteral("ascii")};
+    return {QStringLiteral("toolbox"), QStringLiteral("ascii"), QStringLiteral("settings"),
+            QStringLiteral("quicksettings"), QStringLiteral("newconnection")};
 }
 
 bool MainWindow::runScreenshotScene(const QString &name)
@@ -93,6 +96,23 @@ QWidget *MainWindow::openScreenshotDialog(const QString &name)
     }
     if (name == QLatin1String("ascii")) {
         return openAsciiChart();
+    }
+    if (name == QLatin1String("settings") || name == QLatin1String("quicksettings")) {
+        auto *dialog = new MultiPortSettingDlg(name == QLatin1String("settings") ? 1 : 0, this);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        if (name == QLatin1String("settings")) {
+            dialog->setPortSettings(0, portWidgets[0]->settings());
+            dialog->setFormatSettings(0, portWidgets[0]->formatSettings());
+        }
+        dialog->setQuickSettingsGroups(quickSettings);
+        dialog->show();
+        return dialog;
+    }
+    if (name == QLatin1String("newconnection")) {
+        auto *dialog = new NewConnection(this);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        dialog->show();
+        return dialog;
     }
     return nullptr;
 }

@@ -1,4 +1,5 @@
 #include "app/mainwindow.h"
+#include "app/multiportsettingdlg.h"
 #include "session/serialportwidget.h"
 #include "tools/toolbox.h"
 
@@ -110,11 +111,18 @@ void TestMainWindow::lastPanelCannotBeRemoved()
     QVERIFY(window.portWidget(0));
     QCOMPARE(window.portWidget(0)->statusBar()->currentMessage(), QString("Port Number = 1"));
 
+    window.addConnectionHook = [](MultiPortSettingDlg &dialog) {
+        Settings settings = dialog.portSettings(0);
+        settings.connMode = ModeUdpServer;
+        dialog.setPortSettings(0, settings);
+        return true;
+    };
     window.on_acEditAdd_triggered();
     window.on_acEditAdd_triggered();
     QCOMPARE(window.portCount(), 3);
+    QCOMPARE(window.portWidget(2)->settings().connMode, ModeUdpServer);
     QCOMPARE(window.columnCount(), 3);
-    QCOMPARE(window.portWidget(2)->consolePortKey(), QString("ser-2"));
+    QCOMPARE(window.portWidget(2)->consolePortKey(), QString("udps-2"));
     window.on_acEditRemove_triggered();
     QCOMPARE(window.portCount(), 2);
     QVERIFY(!window.portWidget(2));
