@@ -39,9 +39,13 @@ ConnectionSettingsWidget::ConnectionSettingsWidget(QWidget *parent)
     baudCombo->setEditable(true);
     baudCombo->setToolTip(tr("Serial transfer speed"));
     dataBitsCombo = new QComboBox(this);
+    dataBitsCombo->setObjectName(QStringLiteral("dataBitsCombo"));
     parityCombo = new QComboBox(this);
+    parityCombo->setObjectName(QStringLiteral("parityCombo"));
     stopBitsCombo = new QComboBox(this);
+    stopBitsCombo->setObjectName(QStringLiteral("stopBitsCombo"));
     flowCombo = new QComboBox(this);
+    flowCombo->setObjectName(QStringLiteral("flowCombo"));
     hostCombo = new QComboBox(this);
     hostCombo->setObjectName(QStringLiteral("hostCombo"));
     hostCombo->setEditable(true);
@@ -67,6 +71,11 @@ ConnectionSettingsWidget::ConnectionSettingsWidget(QWidget *parent)
     form->addRow(tr("Local port"), udpLocalPortSpin);
     form->addRow(tr("Listen port"), udpServerPortSpin);
 
+    lineFields = {{QStringLiteral("baudRate"), baudCombo},
+                  {QStringLiteral("dataBits"), dataBitsCombo},
+                  {QStringLiteral("flowControl"), flowCombo},
+                  {QStringLiteral("stopBits"), stopBitsCombo},
+                  {QStringLiteral("parity"), parityCombo}};
     fillStaticItems();
     refreshPorts();
     syncVisibleRows();
@@ -147,17 +156,44 @@ void ConnectionSettingsWidget::syncVisibleRows()
 {
     const connectionMode mode = currentMode();
     const bool serial = mode == ModeSerial;
-    for (QWidget *field :
-         {static_cast<QWidget *>(portNameCombo), static_cast<QWidget *>(baudCombo),
-          static_cast<QWidget *>(dataBitsCombo), static_cast<QWidget *>(parityCombo),
-          static_cast<QWidget *>(stopBitsCombo), static_cast<QWidget *>(flowCombo)}) {
-        setRowVisible(field, serial);
+    setRowVisible(portNameCombo, serial);
+    for (auto it = lineFields.cbegin(); it != lineFields.cend(); ++it) {
+        setRowVisible(it.value(), serial && !hiddenLineFields.contains(it.key()));
     }
     const bool hasHost = mode == ModeTcpClient || mode == ModeUdpClient || mode == ModeRemoteSerial;
     setRowVisible(hostCombo, hasHost);
     setRowVisible(targetPortSpin, hasHost || mode == ModeTcpServer);
     setRowVisible(udpLocalPortSpin, mode == ModeUdpClient);
     setRowVisible(udpServerPortSpin, mode == ModeUdpServer);
+}
+
+void ConnectionSettingsWidget::applySerialFieldLayout(const QStringList &visibleFields)
+{
+    // The line parameter rows follow the port row in the order given; the others hide.
+    QStringList order;
+    for (const QString &id : visibleFields) {
+        if (lineFields.contains(id) && !order.contains(id)) {
+            order << id;
+        }
+    }
+    hiddenLineFields.clear();
+    for (auto it = lineFields.cbegin(); it != lineFields.cend(); ++it) {
+        if (!order.contains(it.key())) {
+            hiddenLineFields.insert(it.key());
+            order << it.key();
+        }
+    }
+    int row = -1;
+    form->getWidgetPosition(portNameCombo, &row, nullptr);
+    for (const QString &id : std::as_const(order)) {
+        QWidget *field = lineFields.value(id);
+        const QFormLayout::TakeRowResult taken = form->takeRow(field);
+        QWidget *label = taken.labelItem ? taken.labelItem->widget() : nullptr;
+        delete taken.labelItem;
+        delete taken.fieldItem;
+        form->insertRow(++row, label, field);
+    }
+    syncVisibleRows();
 }
 
 void ConnectionSettingsWidget::setRowVisible(QWidget *field, bool visible)

@@ -2,6 +2,8 @@
 
 #include "connection/settings.h"
 
+#include <QMap>
+#include <QSet>
 #include <QWidget>
 
 class QComboBox;
@@ -23,6 +25,10 @@ public:
     connectionMode currentMode() const;
     // Refills the serial port list, keeping the current choice even if it vanished.
     void refreshPorts();
+    // Shows the serial line rows ("baudRate", "dataBits", "flowControl", "stopBits",
+    // "parity") that are listed, in that order, and hides the rest. The mode and the
+    // mode's own fields always show.
+    void applySerialFieldLayout(const QStringList &visibleFields);
     // Whether the user changed a field since the last applySettings.
     bool hasUserEdits() const { return edited; }
 
@@ -49,6 +55,8 @@ private:
     QSpinBox *targetPortSpin = nullptr;
     QSpinBox *udpLocalPortSpin = nullptr;
     QSpinBox *udpServerPortSpin = nullptr;
+    QMap<QString, QWidget *> lineFields;
+    QSet<QString> hiddenLineFields;
     bool pushing = false;
     bool edited = false;
 };

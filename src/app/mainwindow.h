@@ -75,6 +75,8 @@ public:
     void on_actionNew_Connection_triggered();
     void on_acEditSettings_triggered();
     void on_acViewQuickSettingsFields_triggered();
+    void setQuickSettingsGroups(const QuickSettingsGroups &groups);
+    QuickSettingsGroups quickSettingsGroups() const { return quickSettings; }
     // Lets tests answer the Add Connection dialog instead of a user.
     std::function<bool(MultiPortSettingDlg &)> addConnectionHook;
     QAction *viewAction(const QString &name) const;

@@ -352,6 +352,12 @@ void MainWindow::on_acEditSettings_triggered()
     markModified();
 }
 
+void MainWindow::setQuickSettingsGroups(const QuickSettingsGroups &groups)
+{
+    quickSettings = groups;
+    updateGrid();
+}
+
 void MainWindow::on_acViewQuickSettingsFields_triggered()
 {
     MultiPortSettingDlg dialog(0, this);

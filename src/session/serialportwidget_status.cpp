@@ -316,6 +316,8 @@ void SerialPortWidget::setQuickSettingsGroups(const QuickSettingsGroups &groups)
         }
     }
     ui->applyGroupOrder(groups.groupOrder(), visible);
+    ui->connectionSettings->applySerialFieldLayout(
+        groups.visibleFields(QuickSettingsGroups::connectionGroup()));
     ui->applyFieldLayout(ui->receiveGroup,
                          groups.visibleFields(QuickSettingsGroups::receiveGroup()));
     ui->applyFieldLayout(ui->sendGroup, groups.visibleFields(QuickSettingsGroups::sendGroup()));

@@ -28,6 +28,7 @@ private slots:
     void noticeTimeoutsAndDismissal();
     void liveSyncSummarizes();
     void toolBoxFrameGoesToTheFocusedSendBox();
+    void hiddenFieldsLeaveEveryPaneAndKeepTheirValue();
     void projectRoundTripRestoresTheBench();
     void projectLimitsAreClamped_data();
     void projectLimitsAreClamped();
@@ -306,6 +307,34 @@ void TestMainWindow::projectLimitsAreClamped()
     if (mode5 >= 0) {
         QCOMPARE(int(window.portWidget(5)->settings().connMode), mode5);
     }
+}
+
+void TestMainWindow::hiddenFieldsLeaveEveryPaneAndKeepTheirValue()
+{
+    MainWindow window;
+    window.setPortCount(2);
+    Settings settings = window.portWidget(1)->settings();
+    settings.parity = 3;
+    settings.stringParity = "Odd";
+    window.portWidget(1)->applySettings(settings);
+    window.show();
+    QuickSettingsGroups groups = window.quickSettingsGroups();
+    groups.setFieldVisible(QuickSettingsGroups::connectionGroup(), "parity", false);
+    groups.setFieldVisible(QuickSettingsGroups::sendGroup(), "txChecksum", false);
+    groups.setGroupVisible(QuickSettingsGroups::receiveGroup(), false);
+    window.setQuickSettingsGroups(groups);
+    for (int i = 0; i < 2; ++i) {
+        SerialPortWidget *port = window.portWidget(i);
+        QVERIFY(!port->findChild<QWidget *>("parityCombo")->isVisible());
+        QVERIFY(port->findChild<QWidget *>("baudCombo")->isVisible());
+        QVERIFY(!port->findChild<QWidget *>("field_txChecksum")->isVisible());
+        QVERIFY(port->findChild<QWidget *>("field_txFormat")->isVisible());
+        QVERIFY(!port->findChild<QWidget *>("receiveGroup")->isVisible());
+    }
+    QCOMPARE(window.portWidget(1)->settings().parity, 3);
+    window.portWidget(1)->start(QString());
+    QCOMPARE(window.portWidget(1)->settings().parity, 3);
+    window.portWidget(1)->stop();
 }
 
 QTEST_MAIN(TestMainWindow)
