@@ -4,20 +4,21 @@
 
 QString LiveSyncSummary::text() const
 {
-    const auto tr = [](const char *text) {
-        return QCoreApplication::translate("LiveSyncStatus", text);
-    };
     switch (level) {
     case LiveSyncState::Nothing:
-        return tr("Live Sync");
+        break;
     case LiveSyncState::NotListening:
-        return tr("Not listening");
+        return QCoreApplication::translate("LiveSyncStatus", "Not listening");
     case LiveSyncState::Shared:
-        return activeCount > 1 ? tr("Shared ×%1").arg(activeCount) : tr("Shared");
+        return activeCount > 1
+                   ? QCoreApplication::translate("LiveSyncStatus", "Shared ×%1").arg(activeCount)
+                   : QCoreApplication::translate("LiveSyncStatus", "Shared");
     case LiveSyncState::InUse:
-        return activeCount > 1 ? tr("In use ×%1").arg(activeCount) : tr("In use");
+        return activeCount > 1
+                   ? QCoreApplication::translate("LiveSyncStatus", "In use ×%1").arg(activeCount)
+                   : QCoreApplication::translate("LiveSyncStatus", "In use");
     }
-    return tr("Live Sync");
+    return QCoreApplication::translate("LiveSyncStatus", "Live Sync");
 }
 
 LiveSyncSummary LiveSyncStatus::summarize(const QList<LiveSyncState> &states)

@@ -25,12 +25,7 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
-namespace {
-QString tr(const char *text)
-{
-    return QCoreApplication::translate("SerialPortWidget", text);
-}
-} // namespace
+namespace {} // namespace
 
 namespace {
 QComboBox *encodingCombo(QWidget *parent, const QString &name)
@@ -43,10 +38,11 @@ QComboBox *encodingCombo(QWidget *parent, const QString &name)
 
 QComboBox *lineEndingCombo(QWidget *parent, const QString &name, bool withNone)
 {
+
     auto *combo = new QComboBox(parent);
     combo->setObjectName(name);
     if (withNone) {
-        combo->addItem(tr("None"), 0);
+        combo->addItem(QCoreApplication::translate("SerialPortWidget", "None"), 0);
     }
     combo->addItem(QStringLiteral("CR"), 1);
     combo->addItem(QStringLiteral("LF"), 2);
@@ -55,11 +51,11 @@ QComboBox *lineEndingCombo(QWidget *parent, const QString &name, bool withNone)
     return combo;
 }
 
-QCheckBox *checkBox(QWidget *parent, const QString &name, const char *text, const char *tip)
+QCheckBox *checkBox(QWidget *parent, const QString &name, const QString &text, const QString &tip)
 {
-    auto *box = new QCheckBox(tr(text), parent);
+    auto *box = new QCheckBox(text, parent);
     box->setObjectName(name);
-    box->setToolTip(tr(tip));
+    box->setToolTip(tip);
     return box;
 }
 } // namespace
@@ -106,20 +102,20 @@ void Ui_SerialPortWidget::setupReceiveGroup(QWidget *parent)
              tr("Show received data as text or hex, and the encoding to read it with"),
              {textReceiveRadio, hexReceiveRadio, receiveEncodingCombo});
 
-    rxAutoFeedBox = checkBox(receiveGroup, QStringLiteral("rxAutoFeedBox"), "Auto Line Feed",
-                             "Start a new line after an idle interval");
+    rxAutoFeedBox = checkBox(receiveGroup, QStringLiteral("rxAutoFeedBox"), tr("Auto Line Feed"),
+                             tr("Start a new line after an idle interval"));
     autoFeedIntervalSpin = new QSpinBox(receiveGroup);
     autoFeedIntervalSpin->setObjectName(QStringLiteral("autoFeedIntervalSpin"));
     autoFeedIntervalSpin->setRange(1, 3600000);
     autoFeedIntervalSpin->setSuffix(tr(" ms"));
     fieldRow(receiveGroup, QStringLiteral("rxAutoFeed"), QString(),
              tr("Start a new line after an idle interval"), {rxAutoFeedBox, autoFeedIntervalSpin});
-    displayTimeBox = checkBox(receiveGroup, QStringLiteral("displayTimeBox"), "Display Time",
-                              "Prefix received data with a timestamp");
+    displayTimeBox = checkBox(receiveGroup, QStringLiteral("displayTimeBox"), tr("Display Time"),
+                              tr("Prefix received data with a timestamp"));
     fieldRow(receiveGroup, QStringLiteral("rxDisplayTime"), QString(),
              tr("Prefix received data with a timestamp"), {displayTimeBox});
-    logSaveBox = checkBox(receiveGroup, QStringLiteral("logSaveBox"), "Log to File",
-                          "Write what the port shows to a log file");
+    logSaveBox = checkBox(receiveGroup, QStringLiteral("logSaveBox"), tr("Log to File"),
+                          tr("Write what the port shows to a log file"));
     logPathButton = new QToolButton(receiveGroup);
     logPathButton->setObjectName(QStringLiteral("logPathButton"));
     logPathButton->setText(QStringLiteral("…"));
@@ -147,8 +143,8 @@ void Ui_SerialPortWidget::setupSendGroup(QWidget *parent)
              tr("Send the input as text or hex, and the encoding to send it with"),
              {textSendRadio, hexSendRadio, sendEncodingCombo});
 
-    autoSendBox = checkBox(sendGroup, QStringLiteral("autoSendBox"), "Loop Send",
-                           "Resend automatically at an interval");
+    autoSendBox = checkBox(sendGroup, QStringLiteral("autoSendBox"), tr("Loop Send"),
+                           tr("Resend automatically at an interval"));
     sendIntervelSB = new QSpinBox(sendGroup);
     sendIntervelSB->setObjectName(QStringLiteral("sendIntervelSB"));
     sendIntervelSB->setRange(1, 1000000);
@@ -171,22 +167,23 @@ void Ui_SerialPortWidget::setupSendGroup(QWidget *parent)
     fieldRow(sendGroup, QStringLiteral("txChecksum"), tr("Append Checksum"),
              tr("Checksum appended to each send"), {checksumCombo});
 
-    displaySendBox = checkBox(sendGroup, QStringLiteral("displaySendBox"), "Display Send",
-                              "Echo sent data in the display");
+    displaySendBox = checkBox(sendGroup, QStringLiteral("displaySendBox"), tr("Display Send"),
+                              tr("Echo sent data in the display"));
     fieldRow(sendGroup, QStringLiteral("txDisplaySend"), QString(),
              tr("Echo sent data in the display"), {displaySendBox});
-    localEchoBox = checkBox(sendGroup, QStringLiteral("localEchoBox"), "Local Echo",
-                            "Echo keys typed into the receive terminal");
+    localEchoBox = checkBox(sendGroup, QStringLiteral("localEchoBox"), tr("Local Echo"),
+                            tr("Echo keys typed into the receive terminal"));
     fieldRow(sendGroup, QStringLiteral("txLocalEcho"), QString(),
              tr("Echo keys typed into the receive terminal"), {localEchoBox});
-    cbLinebyLine = checkBox(sendGroup, QStringLiteral("cbLinebyLine"), "Line by Line",
-                            "Send multi-line input line by line");
+    cbLinebyLine = checkBox(sendGroup, QStringLiteral("cbLinebyLine"), tr("Line by Line"),
+                            tr("Send multi-line input line by line"));
     fieldRow(sendGroup, QStringLiteral("txLineByLine"), QString(),
              tr("Send multi-line input line by line"), {cbLinebyLine});
-    sendEscapesBox = checkBox(sendGroup, QStringLiteral("sendEscapesBox"), "Escapes",
-                              "Expand \\n, \\r, \\t, \\xHH and other backslash escapes in text");
-    formatSendBox = checkBox(sendGroup, QStringLiteral("formatSendBox"), "Format Hex",
-                             "Rewrite hex input as spaced upper-case pairs after sending");
+    sendEscapesBox =
+        checkBox(sendGroup, QStringLiteral("sendEscapesBox"), tr("Escapes"),
+                 tr("Expand \\n, \\r, \\t, \\xHH and other backslash escapes in text"));
+    formatSendBox = checkBox(sendGroup, QStringLiteral("formatSendBox"), tr("Format Hex"),
+                             tr("Rewrite hex input as spaced upper-case pairs after sending"));
     fieldRow(sendGroup, QStringLiteral("txEscapes"), QString(),
              tr("How text and hex input are read"), {sendEscapesBox, formatSendBox});
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoreApplication>
 #include <QHash>
 #include <QList>
 #include <QStringList>
@@ -23,6 +24,8 @@ class QSplitter;
 
 class Ui_SerialPortWidget
 {
+    Q_DECLARE_TR_FUNCTIONS(SerialPortWidget)
+
 public:
     QSplitter *splitter = nullptr;
     ConnectionSettingsWidget *connectionSettings = nullptr;
