@@ -3,6 +3,7 @@
 #include "app/logging.h"
 #include "app/mainwindow.h"
 #include "app/setconfigfilepathdialog.h"
+#include "app/startup.h"
 
 #include <QApplication>
 #include <QLocale>
@@ -116,17 +117,19 @@ int main(int argc, char *argv[])
 
     ScreenshotRequest screenshot;
     const bool documenting = parseScreenshot(QCoreApplication::arguments(), &screenshot);
-    if (settings.value(QStringLiteral("CONFIG_FILE_PATH")).toString().isEmpty()) {
-        // Documentation runs are unattended: they take the suggested place.
-        QString path = SetConfigFilePathDialog::defaultPath();
-        if (!documenting) {
+    // Documentation runs are unattended: they take the suggested place.
+    const bool configured = Startup::ensureConfigFilePath(
+        settings, documenting, SetConfigFilePathDialog::defaultPath(), [](QString *path) {
             SetConfigFilePathDialog dialog;
+            dialog.setPath(*path);
             if (dialog.exec() != QDialog::Accepted) {
-                return 0;
+                return false;
             }
-            path = dialog.path();
-        }
-        settings.setValue(QStringLiteral("CONFIG_FILE_PATH"), path);
+            *path = dialog.path();
+            return true;
+        });
+    if (!configured) {
+        return 0;
     }
 
     MainWindow window;
@@ -135,8 +138,7 @@ int main(int argc, char *argv[])
         settings.value(QStringLiteral("LAST_WINDOW_POSITION"), QPoint(200, 200)).toPoint();
     const QSize available = window.screen()->availableSize();
     // A position saved on a screen that is gone would put the window out of sight.
-    if (position.x() >= 0 && position.y() >= 0 && position.x() < available.width() &&
-        position.y() < available.height()) {
+    if (Startup::positionIsOnScreen(position, available)) {
         window.move(position);
         window.setGeometry(QRect(position, window.size()));
     }
