@@ -53,6 +53,13 @@ MainWindow::MainWindow(QWidget *parent)
 
 MainWindow::~MainWindow()
 {
+    // Panels leave the tab widget as they are deleted; its signals must not reach back
+    // into a window that is going away.
+    if (portTabs) {
+        portTabs->disconnect(this);
+    }
+    statusRefreshTimer->stop();
+    disconnect(qApp, &QApplication::focusChanged, this, nullptr);
     for (SerialPortWidget *&port : portWidgets) {
         if (!port) {
             continue;
