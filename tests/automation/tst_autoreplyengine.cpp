@@ -8,23 +8,23 @@ namespace {
 const QString Limit = QStringLiteral("(*LIMIT_MATCH=%1)").arg(AutoReplyEngine::MatchLimit);
 
 // "T:pattern => reply" with T, H, W or R for the kind; without " => " the reply is "ok".
-AutoReplyRule ruleFrom(const QString &spec)
+AutoReplyRule ruleFrom(const QString &line)
 {
     AutoReplyRule rule;
     const QString kinds = QStringLiteral("THWR");
-    rule.match = AutoReplyMatch(kinds.indexOf(spec.at(0)));
-    const QString rest = spec.mid(2);
+    rule.match = AutoReplyMatch(kinds.indexOf(line.at(0)));
+    const QString rest = line.mid(2);
     const qsizetype arrow = rest.indexOf(QStringLiteral(" => "));
     rule.pattern = arrow < 0 ? rest : rest.left(arrow);
     rule.reply = arrow < 0 ? QStringLiteral("ok") : rest.mid(arrow + 4);
     return rule;
 }
 
-AutoReplyConfig configFrom(const QStringList &specs)
+AutoReplyConfig configFrom(const QStringList &lines)
 {
     AutoReplyConfig config;
-    for (const QString &spec : specs) {
-        config.rules.append(ruleFrom(spec));
+    for (const QString &line : lines) {
+        config.rules.append(ruleFrom(line));
     }
     return config;
 }
