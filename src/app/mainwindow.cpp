@@ -27,6 +27,7 @@ MainWindow::MainWindow(QWidget *parent)
     grid->setContentsMargins(0, 0, 0, 0);
     setCentralWidget(central);
 
+    setupCommandPanel();
     createActions();
     createStatusBar();
 
@@ -96,6 +97,7 @@ SerialPortWidget *MainWindow::createPortWidget(int index)
     port->setAutoReconnect(autoReconnect);
     portWidgets[size_t(index)] = port;
     connect(port, &SerialPortWidget::settingsChanged, this, &MainWindow::markModified);
+    connectPortAutomation(port);
     connect(port, &SerialPortWidget::statusShown, this,
             [this, port](const QString &text, int timeoutMs) {
                 onPortStatusShown(port, text, timeoutMs);
@@ -221,6 +223,7 @@ void MainWindow::createActions()
     QAction *ascii = tools->addAction(tr("ASCII Code Chart..."));
     ascii->setObjectName(QStringLiteral("acToolsAscii"));
     connect(ascii, &QAction::triggered, this, [this] { openAsciiChart(); });
+    createAutomationActions(tools);
 }
 
 ToolBox *MainWindow::openToolBox()

@@ -3,6 +3,7 @@
 #include "app/livesyncstatus.h"
 #include "app/quicksettingsgroups.h"
 #include "app/settingsservice.h"
+#include "automation/commandlibrary.h"
 
 #include <QDateTime>
 #include <QList>
@@ -19,6 +20,9 @@ class QSplitter;
 class QTabWidget;
 class QTimer;
 class AsciiCode;
+class CommandPanel;
+class QDockWidget;
+class QSettings;
 class MultiPortSettingDlg;
 class SerialPortWidget;
 class ToolBox;
@@ -115,6 +119,15 @@ public:
     void openLastConnectionIfWanted();
     static constexpr int RecentFileLimit = 10;
 
+    // Automation.
+    void openAutoReplyDialog(SerialPortWidget *port);
+    void editCommandLibrary(int page);
+    void setCommandLibrary(const CommandLibrary &library);
+    CommandLibrary library() const { return commandLibrary; }
+    void importCommandLibrary();
+    void exportCommandLibrary();
+    void exportSequenceReport();
+
     // Tools.
     ToolBox *openToolBox();
     AsciiCode *openAsciiChart();
@@ -157,6 +170,12 @@ private:
     void updateRecentFilesMenu();
     void applyAutoReconnectToPorts();
     bool addConnectionAccepted(MultiPortSettingDlg &dialog);
+    void setupCommandPanel();
+    void connectPortAutomation(SerialPortWidget *port);
+    void refreshSequenceState();
+    void createAutomationActions(QMenu *tools);
+    void saveAutomation(QSettings &file) const;
+    void loadAutomation(QSettings &file);
 
     std::array<SerialPortWidget *, MaxPorts> portWidgets{};
     int portCountValue = 0;
@@ -182,6 +201,9 @@ private:
     SessionState lastState;
     bool wasOpenAtExit = false;
     QMenu *recentMenu = nullptr;
+    CommandLibrary commandLibrary;
+    CommandPanel *commandPanel = nullptr;
+    QDockWidget *commandDock = nullptr;
     QAction *acAutoReconnect = nullptr;
     QAction *acOpenLastConnection = nullptr;
 

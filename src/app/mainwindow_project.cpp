@@ -5,6 +5,8 @@
 #include "app/mainwindow.h"
 #include "app/projectcodec.h"
 #include "app/settingsservice.h"
+#include "automation/autoreplycodec.h"
+#include "automation/autoreplyengine.h"
 #include "session/serialportwidget.h"
 #include "session/wiretextcodecregistry.h"
 
@@ -50,6 +52,7 @@ bool MainWindow::writeSettingFile(const QString &path, bool showProgress)
             QCoreApplication::processEvents();
         }
     });
+    saveAutomation(file);
     file.sync();
     if (file.status() != QSettings::NoError) {
         qCWarning(lcApp) << "writeFile: Write FAILED!" << path;
@@ -65,7 +68,7 @@ bool MainWindow::readSettingFile(const QString &path)
         qCWarning(lcApp) << "readSettingFile: file not found:" << path;
         return false;
     }
-    const QSettings file(path, QSettings::IniFormat);
+    QSettings file(path, QSettings::IniFormat);
     if (file.status() != QSettings::NoError) {
         qCWarning(lcApp) << "readFile: read parameter FAILED!" << path;
         return false;
@@ -89,6 +92,7 @@ bool MainWindow::readSettingFile(const QString &path)
         port->setAutoReconnect(autoReconnect);
     }
     acViewQuickSettings->setChecked(project.quickView);
+    loadAutomation(file);
     return true;
 }
 
@@ -235,9 +239,11 @@ void MainWindow::readSettings()
 {
     const QString path = configFilePath();
     SessionState state = SettingsService::defaults();
+    AutoReplyConfig lastAutoReply;
     if (!path.isEmpty() && QFileInfo::exists(path)) {
-        const QSettings store(path, QSettings::IniFormat);
+        QSettings store(path, QSettings::IniFormat);
         state = SettingsService::load(store, &WireTextCodecRegistry::normalizeName);
+        lastAutoReply = AutoReplyCodec::load(store, AutoReplyCodec::lastUsedPrefix());
     }
     lastState = state;
     recentFiles = state.recentFiles;
@@ -252,6 +258,7 @@ void MainWindow::readSettings()
     port->applyFormatSetting(state.format);
     port->setSendHistory(state.sendList);
     port->setAutoReconnect(autoReconnect);
+    port->setAutoReplyConfig(lastAutoReply);
     setCurrentFile(state.lastFile);
     setWindowModified(false);
 }
@@ -278,6 +285,7 @@ void MainWindow::writeSettings()
     state.openLastConnection = acOpenLastConnection->isChecked();
     QSettings store(path, QSettings::IniFormat);
     SettingsService::save(store, state);
+    AutoReplyCodec::save(store, AutoReplyCodec::lastUsedPrefix(), port->autoReplyConfig());
 
     QSettings app;
     app.setValue(QStringLiteral("LAST_WINDOW_SIZE"), size());

@@ -3,6 +3,8 @@
 #include "app/connectionsettingswidget.h"
 #include "app/logging.h"
 #include "app/settingsservice.h"
+#include "automation/autoreplyrunner.h"
+#include "automation/sequencerunner.h"
 #include "connection/connectioncontroller.h"
 #include "connection/displayfont.h"
 #include "connection/serialportlist.h"
@@ -59,6 +61,7 @@ SerialPortWidget::SerialPortWidget(QWidget *parent)
     connectController();
     resetTextDecoders();
     initialPara();
+    setupAutomation();
     connectDirtyTrackers();
     updateDisplay();
     displayPortBuffer(DisplayBudgetPerTick);
@@ -325,6 +328,7 @@ void SerialPortWidget::applyFormatSetting(const FormatSetting &newFormat)
         displayPortBuffer();
     }
     format = newFormat;
+    autoReplyRunner->setEncodings(format.receiveEncoding, format.sendEncoding);
     sendTimer->setInterval(std::max(1, format.sendInterval));
     if (format.autoSend && state == Running) {
         sendTimer->start();
@@ -485,6 +489,8 @@ void SerialPortWidget::stop()
     saveTimer->stop();
     disarmReconnect();
     pausedBytes.clear();
+    autoReplyRunner->reset();
+    stopSequence(int(SequenceRunner::StopReason::ConnectionClosed));
 
     releaseBreak();
     controller->closeAll(portSettings.connMode, displayName());
@@ -864,6 +870,7 @@ void SerialPortWidget::onControllerError(const QString &text)
 void SerialPortWidget::onSerialPortLost()
 {
     noteSession(tr("Serial port lost"));
+    stopSequence(int(SequenceRunner::StopReason::ConnectionLost));
     breakReleaseTimer->stop();
     if (breakHeld) {
         controller->setSerialLine(ConnectionController::LineBreak, false);
@@ -888,6 +895,7 @@ void SerialPortWidget::onSerialPortLost()
 void SerialPortWidget::disconnectTcpClient()
 {
     noteSession(tr("Connection lost"));
+    stopSequence(int(SequenceRunner::StopReason::ConnectionLost));
     displayPortBuffer();
     if (state == Stopped) {
         return;

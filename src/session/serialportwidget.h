@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/quicksettingsgroups.h"
+#include "automation/sequencereportlog.h"
 #include "connection/settings.h"
 #include "session/ansiescapefilter.h"
 #include "session/rxdata.h"
@@ -13,9 +14,15 @@
 #include <QStringList>
 
 #include <array>
+#include <functional>
 #include <map>
 
+class AutoReplyEngine;
+class AutoReplyRunner;
 class ConnectionController;
+class SequenceRunner;
+struct AutoReplyConfig;
+struct Sequence;
 class LogWriter;
 class QKeyEvent;
 class ReceiveRenderer;
@@ -148,6 +155,23 @@ public:
     void setQuickSettingsGroups(const QuickSettingsGroups &groups);
     void setQuickSettingsVisible(bool visible);
 
+    // Automation: auto reply rules and sequences.
+    void setAutoReplyConfig(const AutoReplyConfig &config);
+    AutoReplyConfig autoReplyConfig() const;
+    const AutoReplyEngine &autoReplyEngine() const;
+    bool sendAutoReply(const QByteArray &bytes, const QString &peer);
+    bool sendSequenceBytes(const QByteArray &bytes);
+    bool startSequence(const Sequence &sequence, QString *error);
+    // Stops a running sequence; `reason` is a SequenceRunner::StopReason.
+    void stopSequence(int reason);
+    bool sequenceRunning() const;
+    SequenceRunner *sequences() const { return sequenceRunner; }
+    const SequenceReportLog &sequenceReportLog() const { return sequenceLog; }
+    void noteAutoReply(const QString &text);
+    void noteSequence(const QString &text);
+    // Whether a script runs on this port; a sequence may not start beside one.
+    std::function<bool()> scriptRunningHook;
+
     // The log file.
     bool enableLogging();
     void disableLogging();
@@ -190,6 +214,8 @@ signals:
 
 private:
     void initialPara();
+    void setupAutomation();
+    void refreshAutoReplyBadge();
     void connectController();
     void connectDirtyTrackers();
     void markSettingsDirty();
@@ -294,6 +320,9 @@ private:
     QHash<QString, QString> peerTranscripts;
 
     LogWriter *logWriter = nullptr;
+    AutoReplyRunner *autoReplyRunner = nullptr;
+    SequenceRunner *sequenceRunner = nullptr;
+    SequenceReportLog sequenceLog;
     bool logAtLineStart = true;
     bool logPendingFlag = false;
     QDateTime logLastTime;

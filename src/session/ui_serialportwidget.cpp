@@ -1,6 +1,7 @@
 #include "session/ui_serialportwidget.h"
 
 #include "app/connectionsettingswidget.h"
+#include "automation/sequencebar.h"
 #include "session/controllineledrow.h"
 #include "session/wiretextcodecregistry.h"
 #include "tools/crccatalog.h"
@@ -308,12 +309,22 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     peerRow->addWidget(peerLabel);
     peerRow->addWidget(peerCombo, 1);
     sendLayout->addLayout(peerRow);
+    autoReplyBadge = new QToolButton(sendArea);
+    autoReplyBadge->setObjectName(QStringLiteral("autoReplyBadge"));
+    autoReplyBadge->setAutoRaise(true);
+    autoReplyBadge->setStyleSheet(
+        QStringLiteral("QToolButton { color: #1565c0; font-weight: bold; }"));
+    autoReplyBadge->hide();
+    peerRow->addWidget(autoReplyBadge);
     sendBox = new QComboBox(sendArea);
     sendBox->setObjectName(QStringLiteral("sendBox"));
     sendBox->setToolTip(tr("Messages sent before, newest first"));
     sendBox->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     peerRow->addWidget(new QLabel(tr("History"), sendArea));
     peerRow->addWidget(sendBox, 2);
+    sequenceBar = new SequenceBar(sendArea);
+    sequenceBar->setObjectName(QStringLiteral("sequenceBar"));
+    sendLayout->addWidget(sequenceBar);
     auto *sendRow = new QHBoxLayout;
     sendTextEdit = new QPlainTextEdit(sendArea);
     sendTextEdit->setObjectName(QStringLiteral("sendTextEdit"));

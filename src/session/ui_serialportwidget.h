@@ -8,6 +8,7 @@
 // The widgets of a port panel, built in code.
 
 class ConnectionSettingsWidget;
+class SequenceBar;
 class ControlLineLedRow;
 class QCheckBox;
 class QComboBox;
@@ -66,6 +67,8 @@ public:
     QCheckBox *cbLinebyLine = nullptr;
 
     QComboBox *sendBox = nullptr; // the send history
+    QToolButton *autoReplyBadge = nullptr;
+    SequenceBar *sequenceBar = nullptr;
     QPlainTextEdit *sendTextEdit = nullptr;
     QPushButton *sendButton = nullptr;
     QLabel *statusLabel = nullptr;

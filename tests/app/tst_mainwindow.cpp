@@ -1,5 +1,6 @@
 #include "app/mainwindow.h"
 #include "app/multiportsettingdlg.h"
+#include "automation/autoreplyengine.h"
 #include "session/serialportwidget.h"
 #include "tools/toolbox.h"
 
@@ -255,7 +256,22 @@ void TestMainWindow::projectRoundTripRestoresTheBench()
             format.sendChecksum = 4;
             window.portWidget(i)->applyFormatSetting(format);
             window.portWidget(i)->setSendHistory({QStringLiteral("hello %1").arg(i), "AT"});
+            AutoReplyConfig rules;
+            AutoReplyRule rule;
+            rule.pattern = QStringLiteral("PING%1").arg(i);
+            rule.reply = "PONG";
+            rules.rules = {rule};
+            window.portWidget(i)->setAutoReplyConfig(rules);
         }
+        CommandLibrary library;
+        CommandGroup group;
+        group.name = "Sensors";
+        Command command;
+        command.name = "read";
+        command.text = "R?";
+        group.commands = {command};
+        library.groups = {group};
+        window.setCommandLibrary(library);
         QVERIFY(window.saveFile(path, false));
         QVERIFY(!window.isWindowModified());
         QCOMPARE(window.windowTitle(),
@@ -275,7 +291,11 @@ void TestMainWindow::projectRoundTripRestoresTheBench()
         QCOMPARE(port->formatSettings().sendEncoding, QString("GBK"));
         QCOMPARE(port->formatSettings().sendChecksum, 4);
         QCOMPARE(port->sendHistory(), QStringList({QStringLiteral("hello %1").arg(i), "AT"}));
+        QCOMPARE(port->autoReplyConfig().rules.size(), 1);
+        QCOMPARE(port->autoReplyConfig().rules.first().pattern, QStringLiteral("PING%1").arg(i));
     }
+    QCOMPARE(window.library().groups.size(), 1);
+    QCOMPARE(window.library().groups.first().commands.first().text, QString("R?"));
     QVERIFY(!window.loadFile(dir.filePath("missing.vlm")));
     QCOMPARE(window.portCount(), 4);
 }

@@ -1,0 +1,180 @@
+// Automation on a port panel: the auto reply runner that answers like a device, and
+// the sequence runner that sends, waits and checks.
+
+#include "session/serialportwidget.h"
+
+#include "automation/autoreplyengine.h"
+#include "automation/autoreplyrunner.h"
+#include "automation/sequencebar.h"
+#include "automation/sequencerunner.h"
+#include "connection/connectioncontroller.h"
+#include "session/receiverenderer.h"
+#include "session/ui_serialportwidget.h"
+
+#include <QToolButton>
+
+namespace {
+QColor noteColor()
+{
+    return QColor(0x80, 0x80, 0x80);
+}
+
+QString ruleTitle(const AutoReplyConfig &config, int rule)
+{
+    const QString name =
+        rule >= 0 && rule < config.rules.size() ? config.rules.at(rule).name : QString();
+    return name.isEmpty() ? SerialPortWidget::tr("rule %1").arg(rule + 1)
+                          : QStringLiteral("\"%1\"").arg(name);
+}
+} // namespace
+
+void SerialPortWidget::setupAutomation()
+{
+    autoReplyRunner = new AutoReplyRunner(this);
+    autoReplyRunner->setEncodings(format.receiveEncoding, format.sendEncoding);
+    autoReplyRunner->setSender([this](const QByteArray &bytes, const QString &peer) {
+        return sendAutoReply(bytes, peer);
+    });
+    connect(
+        autoReplyRunner, &AutoReplyRunner::replied, this,
+        [this](int rule, const QString &source, int bytes) {
+            if (!autoReplyRunner->config().showNotes) {
+                return;
+            }
+            const QString who = ruleTitle(autoReplyRunner->config(), rule);
+            noteAutoReply(
+                source.isEmpty()
+                    ? tr("Auto reply %1: %n byte(s) sent", nullptr, bytes).arg(who)
+                    : tr("Auto reply %1: %n byte(s) sent to %2", nullptr, bytes).arg(who, source));
+        });
+    connect(autoReplyRunner, &AutoReplyRunner::silent, this,
+            [this](int rule, AutoReplyOutcome outcome) {
+                if (autoReplyRunner->config().showNotes) {
+                    noteAutoReply(tr("Auto reply %1: matched, no reply (%2)")
+                                      .arg(ruleTitle(autoReplyRunner->config(), rule),
+                                           AutoReplyEngine::outcomeWord(outcome)));
+                }
+            });
+    connect(autoReplyRunner, &AutoReplyRunner::stateChanged, this,
+            &SerialPortWidget::refreshAutoReplyBadge);
+
+    sequenceRunner = new SequenceRunner(this);
+    sequenceRunner->setSender([this](const QByteArray &bytes) { return sendSequenceBytes(bytes); });
+    sequenceRunner->setBacklog(
+        [this] { return controller->pendingWriteBytes(portSettings.connMode); });
+    sequenceRunner->setStartGuard([this] {
+        if (scriptRunningHook && scriptRunningHook()) {
+            return SequenceRunner::scriptRunningMessage();
+        }
+        QString why;
+        return mayDisturbPort(TxActor::Sequence, DisturbData, &why) ? QString() : why;
+    });
+    sequenceRunner->setReportLog(
+        &sequenceLog, [this] { return consolePortKey(); }, [this] { return sessionPortInfo(); });
+    connect(sequenceRunner, &SequenceRunner::started, this,
+            [this] { noteSequence(sequenceRunner->startedNote()); });
+    connect(sequenceRunner, &SequenceRunner::finished, this,
+            [this] { noteSequence(sequenceRunner->finishedNote()); });
+    connect(sequenceRunner, &SequenceRunner::stateChanged, this,
+            &SerialPortWidget::sequenceStateChanged);
+    ui->sequenceBar->setRunner(sequenceRunner);
+    connect(ui->sequenceBar, &SequenceBar::stopRequested, this, [this] {
+        sequenceRunner->stop(SequenceRunner::stopReasonText(SequenceRunner::StopReason::User));
+    });
+    connect(ui->autoReplyBadge, &QToolButton::clicked, this,
+            &SerialPortWidget::autoReplyEditRequested);
+
+    // Consumers of received bytes, in the order they must see them.
+    connect(this, &SerialPortWidget::rxTapped, autoReplyRunner, &AutoReplyRunner::ingest);
+    connect(this, &SerialPortWidget::rxTapped, sequenceRunner, &SequenceRunner::ingest);
+    refreshAutoReplyBadge();
+}
+
+void SerialPortWidget::setAutoReplyConfig(const AutoReplyConfig &config)
+{
+    autoReplyRunner->setEncodings(format.receiveEncoding, format.sendEncoding);
+    autoReplyRunner->setConfig(config);
+    refreshAutoReplyBadge();
+}
+
+AutoReplyConfig SerialPortWidget::autoReplyConfig() const
+{
+    return autoReplyRunner->config();
+}
+
+const AutoReplyEngine &SerialPortWidget::autoReplyEngine() const
+{
+    return autoReplyRunner->engine();
+}
+
+void SerialPortWidget::refreshAutoReplyBadge()
+{
+    const int rules = autoReplyRunner->engine().enabledRuleCount();
+    const bool playDead = autoReplyRunner->config().playDead;
+    ui->autoReplyBadge->setVisible(rules > 0);
+    ui->autoReplyBadge->setText(playDead ? tr("Auto reply: playing dead")
+                                         : tr("Auto reply: %n rule(s)", nullptr, rules));
+    ui->autoReplyBadge->setToolTip(tr("%n reply(ies) sent. Click to edit the rules.", nullptr,
+                                      autoReplyRunner->repliesSent()));
+}
+
+bool SerialPortWidget::sendAutoReply(const QByteArray &bytes, const QString &peer)
+{
+    if (transferRunning() || !portIsOpen()) {
+        return false;
+    }
+    // The answer goes to the peer that asked.
+    const bool ok = writeRaw(
+        bytes, true, peer.isEmpty() ? UdpTargetMode::Default : UdpTargetMode::PeerKey, peer);
+    if (ok && format.displaySendMsg) {
+        pushByteArray(bytes, false, Sent, peer);
+    }
+    return ok;
+}
+
+bool SerialPortWidget::sendSequenceBytes(const QByteArray &bytes)
+{
+    if (transferRunning() || !portIsOpen()) {
+        return false;
+    }
+    const bool ok = sendMessage(bytes);
+    if (ok && format.displaySendMsg) {
+        pushByteArray(bytes, false, Sent, QString());
+    }
+    return ok;
+}
+
+bool SerialPortWidget::startSequence(const Sequence &sequence, QString *error)
+{
+    if (!ensurePortOpenForSend(error)) {
+        return false;
+    }
+    return sequenceRunner->start(sequence, format, error);
+}
+
+void SerialPortWidget::stopSequence(int reason)
+{
+    if (sequenceRunner->isRunning()) {
+        sequenceRunner->stop(
+            SequenceRunner::stopReasonText(static_cast<SequenceRunner::StopReason>(reason)));
+    }
+}
+
+bool SerialPortWidget::sequenceRunning() const
+{
+    return sequenceRunner->isRunning();
+}
+
+void SerialPortWidget::noteAutoReply(const QString &text)
+{
+    noteSession(text);
+    displayPortBuffer();
+    renderer->appendSystemLine(text, noteColor());
+}
+
+void SerialPortWidget::noteSequence(const QString &text)
+{
+    noteSession(text);
+    displayPortBuffer();
+    renderer->appendSystemLine(text, noteColor());
+}
