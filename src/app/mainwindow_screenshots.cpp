@@ -5,6 +5,9 @@
 
 #include "app/multiportsettingdlg.h"
 #include "app/newconnection.h"
+#include "automation/autoreplydialog.h"
+#include "automation/autoreplyengine.h"
+#include "automation/commandlibrarydialog.h"
 #include "session/serialportwidget.h"
 #include "tools/asciicode.h"
 #include "tools/toolbox.h"
@@ -58,8 +61,10 @@ QStringList MainWindow::screenshotSceneNames()
 
 QStringList MainWindow::screenshotDialogNames()
 {
-    return {QStringLiteral("toolbox"), QStringLiteral("ascii"), QStringLiteral("settings"),
-            QStringLiteral("quicksettings"), QStringLiteral("newconnection")};
+    return {QStringLiteral("toolbox"),       QStringLiteral("ascii"),
+            QStringLiteral("settings"),      QStringLiteral("quicksettings"),
+            QStringLiteral("newconnection"), QStringLiteral("autoreply"),
+            QStringLiteral("commands")};
 }
 
 bool MainWindow::runScreenshotScene(const QString &name)
@@ -105,6 +110,43 @@ QWidget *MainWindow::openScreenshotDialog(const QString &name)
             dialog->setFormatSettings(0, portWidgets[0]->formatSettings());
         }
         dialog->setQuickSettingsGroups(quickSettings);
+        dialog->show();
+        return dialog;
+    }
+    if (name == QLatin1String("autoreply") || name == QLatin1String("commands")) {
+        QDialog *dialog = nullptr;
+        if (name == QLatin1String("autoreply")) {
+            AutoReplyConfig config;
+            AutoReplyRule ping;
+            ping.name = QStringLiteral("ping");
+            ping.pattern = QStringLiteral("PING\\r\\n");
+            ping.reply = QStringLiteral("PONG\\r\\n");
+            AutoReplyRule modbus;
+            modbus.name = QStringLiteral("read registers");
+            modbus.match = AutoReplyMatch::Hex;
+            modbus.pattern = QStringLiteral("01 03 ?? ?? 00 02 ?? ??");
+            modbus.replyFormat = 1;
+            modbus.reply = QStringLiteral("01 03 04 00 2A 00 07");
+            modbus.checksum = 4;
+            modbus.delayMs = 20;
+            config.rules = {ping, modbus};
+            portWidgets[0]->setAutoReplyConfig(config);
+            dialog = new AutoReplyDialog(QStringLiteral("/dev/ttyUSB0"), config,
+                                         &portWidgets[0]->autoReplyEngine(), this);
+        } else {
+            CommandLibrary library;
+            CommandGroup group;
+            group.name = QStringLiteral("Modem");
+            for (const char *text : {"AT", "ATI", "AT+CSQ", "AT+CREG?"}) {
+                Command command;
+                command.name = QString::fromLatin1(text);
+                command.text = QString::fromLatin1(text);
+                group.commands.append(command);
+            }
+            library.groups = {group};
+            dialog = new CommandLibraryDialog(library, portWidgets[0]->formatSettings(), this);
+        }
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
         dialog->show();
         return dialog;
     }
