@@ -165,6 +165,727 @@
     </message>
 </context>
 <context>
+    <name>AutoReplyDialog</name>
+    <message>
+        <source>Auto Reply — %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Let this port play the device: when received data matches a rule, VLM sends the rule&apos;s reply. The first rule whose match ends earliest wins.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Play dead: keep matching and counting, but send nothing</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Note each match in the receive view</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Match</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Pattern</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Reply</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Delay</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Hits</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Add...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Edit...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Duplicate</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Remove</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Move Up</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Move Down</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Try it</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Paste what the host would send, e.g. AT+VER?\r\n</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Test</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Hex: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>(silent)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 ms</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Rule %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No enabled rule is valid.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No rule matches.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 replies after %2 ms: %3</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 replies: %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 matches and stays silent.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 matches; playing dead, nothing is sent.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 matches; it answers one match in %2, not this one.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>AutoReplyEngine</name>
+    <message>
+        <source>The pattern is empty.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Invalid regular expression: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The pattern matches empty input.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not whole bytes: use two hex digits per byte.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>?? (any byte) is only allowed in a pattern, not in a reply.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a hex byte.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Wildcard</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Regular expression</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Text</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>empty reply</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>playing dead</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>not the Nth match</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>dropped</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>AutoReplyRuleDialog</name>
+    <message>
+        <source>Auto Reply Rule</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>When this port receives</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Optional, e.g. Version query</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Name:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Match:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Pattern:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Reply with</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Text</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Format:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Leave empty to stay silent on a match</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Reply:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Append checksum:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source> ms</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Delay:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Simulate an unreliable device</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Every match</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>1 in </source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source> matches</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Reply to:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>3 = stay silent twice, answer the third time; tests a host&apos;s retries.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source> %</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Drop replies at random:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No limit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source> match(es)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Stop after:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>After this many matches the rule stops matching, and the rules below it take over.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Bytes in hex, e.g. 01 03 ?? ?? 00 02. ?? matches any byte.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Text where * matches any run of bytes and ? exactly one. Use \x2A for a literal *.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A Perl-compatible regular expression, run over the received bytes.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Exact text. \r \n \t and \xHH stand for the bytes they name.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Valid.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Matches the bytes %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Nothing is sent: a match is swallowed, and the rules below it do not see those bytes.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Sends %n byte(s): %1</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>CommandEditDialog</name>
+    <message>
+        <source>Command</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>CommandEditor</name>
+    <message>
+        <source>Shown on the button, e.g. Version</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Name:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Text</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Format:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Sends:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>As the port&apos;s send settings</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>CR (\r)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>LF (\n)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>CR LF (\r\n)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>LF CR (\n\r)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Line ending:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Append checksum:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Sends the command to the focused port from anywhere in the window, e.g. Ctrl+1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Clear</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Shortcut:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Optional, shown as the tool tip</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Note:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Bytes in hex, two digits each, e.g. 01 03 00 00 00 01.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Text. \r \n \t and \xHH stand for the bytes they name; each new line gets the line ending below.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>On the focused port this sends %n byte(s): %1</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>CommandLibraryCodec</name>
+    <message>
+        <source>The existing file could not be replaced.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The file could not be written.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The file does not exist.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The file could not be read.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>This is not an VLM command file.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>CommandLibraryDialog</name>
+    <message>
+        <source>Hex: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Command Library</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Commands</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Sequences</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Import...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Add the commands and sequences of a .vlmcmd file to this library</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Save this library as a .vlmcmd file to hand to a colleague or a customer</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Groups:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Add</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Rename</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Remove</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Move Up</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Move Down</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Commands in this group:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Sends</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Shortcut</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Add...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Edit...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Duplicate</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Sequences:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Steps:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Add Step</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Send a Command...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Expect a Reply...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Wait...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Label...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Repeat...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Add steps with Add Step.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Ready to run, %n step(s).</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Group</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Remove the group &quot;%1&quot; and its %n command(s)?</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Sequence %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Remove the sequence &quot;%1&quot;?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>VLM command files (*.vlmcmd)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 could not be imported: %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 has no commands or sequences to add.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Added %n group(s) and sequence(s) from %1. Names already in use got a number.</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 could not be written: %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>CommandLibraryText</name>
+    <message>
+        <source>(empty)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Send %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Wait %1 ms</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Expect &quot;%1&quot; within %2 ms</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Expect &quot;%1&quot; (no time limit)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the start</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Repeat from %1, %n time(s) in all</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Repeat from %1 until stopped</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Label &quot;%1&quot;</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The command is empty.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>CommandPanel</name>
+    <message>
+        <source>Shortcut: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Edit Library...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>More</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Import...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Learn More</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No commands yet. Add some with Edit Library, or import a .vlmcmd file.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Sequences</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Run</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n step(s)</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Send</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>ConnectionController</name>
     <message>
         <source>Serial Port %1 OPEN FAILED! ERROR: </source>
@@ -697,6 +1418,38 @@ Do you want to save your changes?</source>
         <source>Clear Message History</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>Commands</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Running</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Import Commands</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export Commands</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Commands exported to %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Auto Reply...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Command Library...</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export Sequence Report...</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>MessageCodec</name>
@@ -801,6 +1554,512 @@ Do you want to save your changes?</source>
     </message>
     <message>
         <source>Live Relay is not available in this build.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ScriptEngine</name>
+    <message>
+        <source>This port also has Auto Reply rules switched on: the device may get two answers to one request.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A script is already running.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The script is larger than %1 KB.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Too much output; lines left out: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Names are case-sensitive: did you mean %1?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Perhaps a typo: did you mean %1?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Lua writes elif as elseif.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>This line has the full-width character &quot;%1&quot;, typed with a Chinese input method. Switch to the English input method and type it again.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>This line has a full-width character (a Chinese comma, quote, bracket or space). Switch to the English input method and type it again.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Lua&apos;s booleans are lower case, true and false, and &apos;no value&apos; is nil.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>It has no value yet. Check the spelling (names are case-sensitive), or declare it at the top of the script with %1 = nil, or use local.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>sleep() and timeouts take whole milliseconds: write 1500, not 1.5.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A function is called that does not exist: check the spelling of its name, and that it is defined above this line.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Text is joined with .., not +: &quot;a&quot; .. &quot;b&quot;.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A value is nil. The usual causes are a tryExpect or read that timed out, or a misspelt variable name.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A backslash in a string must start an escape such as \r, \n or \x0D. Write regular expressions as long strings, [[like this]], so their backslashes are left alone.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Lua comments start with --, not #.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Lua writes &quot;not equal&quot; as ~=, not !=.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The items of a table are separated by commas: {1, 2, 3}.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>An if, for, while or function is missing its end.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Lua read a name where it expected a statement: check the spelling, and that a function call has its parentheses.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Lua has no +=, -= or ++: write x = x + 1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ScriptEngine::Impl</name>
+    <message>
+        <source>onReceive fell behind; bytes dropped: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>called from line %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 ran for more than %L2 instructions without returning</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>onStop: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>(%1 ms)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>(no time limit)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>sending</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>sleep %1 ms</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>read(%1)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>readLine %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>idle, answering with onReceive</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>idle</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 %2 %3</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>SequenceBar</name>
+    <message>
+        <source>%1 s</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Hide the result</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Sequence</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 · step %2/%3: %4 · %5</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n failed</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 passed in %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 failed at step %2 (%3): %4</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 stopped at step %2: %3</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>SequenceEngine</name>
+    <message>
+        <source>The sequence has no steps.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Step %1 (%2): %3</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The command is empty.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>there is no label &quot;%1&quot; above this step.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the steps it repeats neither send, wait nor expect anything.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>no match within %1 ms</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>matched after %1 ms</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n byte(s) sent</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>the port did not accept the data</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n expectation(s) not met</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>SequenceReport</name>
+    <message>
+        <source>Sequence report: &quot;%1&quot;</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Port:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Started:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Duration:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>RUNNING</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>PASSED</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>FAILED at step %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>STOPPED at step %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Result:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Checks:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>pass</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>failed</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Step</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Took</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Result</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Detail</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>FAIL</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>(%n more step execution(s) not listed)</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>SequenceReportExport</name>
+    <message>
+        <source>Text files (*.txt)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>JSON files (*.json)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Could not save %1: %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Saved %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The focused port has not run a sequence this session.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export Sequence Report</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>SequenceRunner</name>
+    <message>
+        <source>A script is running on this port; stop it first.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>stopped by the user</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the connection was lost</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the connection was closed</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>a file transfer took the port over</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A sequence is already running on this port.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Sequence &quot;%1&quot; started, %n step(s)</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Sequence &quot;%1&quot; passed in %2 s</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Sequence &quot;%1&quot; failed at step %2 after %3 s: %4</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Sequence &quot;%1&quot; stopped at step %2 after %3 s: %4</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>SequenceStepDialog</name>
+    <message>
+        <source>Sequence Step</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Send a command</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Wait</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Expect a reply</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Repeat</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Label</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Step:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>(type it below)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 / %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Copy from library:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Copies a library command into this step. The step keeps its own copy, so the sequence still works when it is handed over.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source> ms</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Pause for:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Match:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Pattern:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No limit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Within:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>If nothing matches in time, record the failure and go on</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Looks at what the port received since the last Send step. A match uses up the bytes it covers.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The start of the sequence</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Label &quot;%1&quot;</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Go back to:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Until stopped</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source> times in all</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Run the steps:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>e.g. retry</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Name:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A place a Repeat step further down can go back to.</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
@@ -1197,6 +2456,42 @@ Do you want to save your changes?</source>
     <message>
         <source>None</source>
         <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>rule %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Auto reply %1: %n byte(s) sent</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Auto reply %1: %n byte(s) sent to %2</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Auto reply %1: matched, no reply (%2)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Auto reply: playing dead</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>Auto reply: %n rule(s)</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n reply(ies) sent. Click to edit the rules.</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
     </message>
 </context>
 <context>
