@@ -136,19 +136,7 @@ void ConnectionSettingsWidget::fillStaticItems()
 void ConnectionSettingsWidget::refreshPorts()
 {
     const bool wasPushing = std::exchange(pushing, true);
-    const QString current = portNameCombo->currentText();
-    const QSignalBlocker blocker(portNameCombo);
-    portNameCombo->clear();
-    for (const QSerialPortInfo &info : listUsableSerialPorts()) {
-        portNameCombo->addItem(info.portName(), info.portName());
-        portNameCombo->setItemData(portNameCombo->count() - 1,
-                                   info.description().isEmpty()
-                                       ? info.systemLocation()
-                                       : info.systemLocation() + QStringLiteral(" — ") +
-                                             info.description(),
-                                   Qt::ToolTipRole);
-    }
-    portNameCombo->setEditText(current);
+    fillSerialPortCombo(portNameCombo);
     pushing = wasPushing;
 }
 

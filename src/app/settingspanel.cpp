@@ -486,18 +486,7 @@ void SettingsPanel::fillConnectionModeParameters()
 void SettingsPanel::fillPortsInfo()
 {
     const bool wasPushing = std::exchange(pushing, true);
-    const QString current = portNameCombo->currentText();
-    portNameCombo->clear();
-    for (const QSerialPortInfo &info : listUsableSerialPorts()) {
-        portNameCombo->addItem(info.portName(), info.portName());
-        portNameCombo->setItemData(portNameCombo->count() - 1,
-                                   info.description().isEmpty()
-                                       ? info.systemLocation()
-                                       : info.systemLocation() + QStringLiteral(" — ") +
-                                             info.description(),
-                                   Qt::ToolTipRole);
-    }
-    portNameCombo->setEditText(current);
+    fillSerialPortCombo(portNameCombo);
     pushing = wasPushing;
 }
 

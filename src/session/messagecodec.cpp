@@ -10,21 +10,6 @@ constexpr QChar LineFeed = u'\n';
 constexpr QChar CarriageReturn = u'\r';
 const QString CommentMark = QStringLiteral("//");
 
-int hexNibble(QChar c)
-{
-    const char16_t u = c.unicode();
-    if (u >= u'0' && u <= u'9') {
-        return u - u'0';
-    }
-    if (u >= u'a' && u <= u'f') {
-        return u - u'a' + 10;
-    }
-    if (u >= u'A' && u <= u'F') {
-        return u - u'A' + 10;
-    }
-    return -1;
-}
-
 // The single byte an escape letter stands for, or -1.
 int escapedByte(QChar letter)
 {
@@ -234,8 +219,8 @@ EncodeSendResult MessageCodec::encodeSend(const QString &text, bool isHex,
             }
             const QChar letter = body.at(++i);
             if (letter == u'x') {
-                const int high = i + 1 < size ? hexNibble(body.at(i + 1)) : -1;
-                const int low = i + 2 < size ? hexNibble(body.at(i + 2)) : -1;
+                const int high = i + 1 < size ? MessageCodec::hexDigitValue(body.at(i + 1)) : -1;
+                const int low = i + 2 < size ? MessageCodec::hexDigitValue(body.at(i + 2)) : -1;
                 if (high < 0 || low < 0) {
                     result.error = tr("\\x must be followed by two hex digits, as in \\x1B.");
                     return result;
@@ -266,6 +251,21 @@ EncodeSendResult MessageCodec::encodeSend(const QString &text, bool isHex,
     return result;
 }
 
+int MessageCodec::hexDigitValue(QChar c)
+{
+    const char16_t u = c.unicode();
+    if (u >= u'0' && u <= u'9') {
+        return u - u'0';
+    }
+    if (u >= u'a' && u <= u'f') {
+        return u - u'a' + 10;
+    }
+    if (u >= u'A' && u <= u'F') {
+        return u - u'A' + 10;
+    }
+    return -1;
+}
+
 QByteArray MessageCodec::GetHexValue(const QString &text)
 {
     QByteArray bytes;
@@ -280,8 +280,8 @@ QByteArray MessageCodec::GetHexValue(const QString &text)
         if (i + 1 >= size) {
             break; // a lone last digit
         }
-        const int high = qMax(hexNibble(text.at(i)), 0);
-        const int low = qMax(hexNibble(text.at(i + 1)), 0);
+        const int high = qMax(MessageCodec::hexDigitValue(text.at(i)), 0);
+        const int low = qMax(MessageCodec::hexDigitValue(text.at(i + 1)), 0);
         bytes.append(char(high << 4 | low));
         i += 2;
     }

@@ -37,6 +37,8 @@ public:
     // skipped, anything that is not a hex digit read as 0, a lone last digit dropped.
     // Never fails.
     static QByteArray GetHexValue(const QString &text);
+    // The value of a hex digit in either case, or -1 for any other character.
+    static int hexDigitValue(QChar c);
     // The bytes of a hex send box: what stands before the first "//", through
     // GetHexValue.
     static QByteArray fromHexString(const QString &text);
