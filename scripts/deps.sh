@@ -10,7 +10,7 @@ build_packages=(
     qt6-base-dev qt6-base-dev-tools qt6-serialport-dev qt6-websockets-dev qt6-5compat-dev
     qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools libgl-dev
     liblua5.4-dev libbenchmark-dev zlib1g-dev clang libclang-rt-14-dev
-    fonts-dejavu-core
+    fonts-dejavu-core fonts-noto-cjk
 )
 test_packages=(
     socat python3-crccheck

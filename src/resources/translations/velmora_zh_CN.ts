@@ -5,493 +5,493 @@
     <name>AsciiCode</name>
     <message>
         <source>\0 Null character</source>
-        <translation type="unfinished"></translation>
+        <translation>\0 空字符</translation>
     </message>
     <message>
         <source>Start of Header</source>
-        <translation type="unfinished"></translation>
+        <translation>标题开始</translation>
     </message>
     <message>
         <source>Start of Text</source>
-        <translation type="unfinished"></translation>
+        <translation>正文开始</translation>
     </message>
     <message>
         <source>End of Text</source>
-        <translation type="unfinished"></translation>
+        <translation>正文结束</translation>
     </message>
     <message>
         <source>End of Transmission</source>
-        <translation type="unfinished"></translation>
+        <translation>传输结束</translation>
     </message>
     <message>
         <source>Enquiry</source>
-        <translation type="unfinished"></translation>
+        <translation>询问</translation>
     </message>
     <message>
         <source>Acknowledgment</source>
-        <translation type="unfinished"></translation>
+        <translation>确认</translation>
     </message>
     <message>
         <source>\a Bell</source>
-        <translation type="unfinished"></translation>
+        <translation>\a 响铃</translation>
     </message>
     <message>
         <source>\b Backspace</source>
-        <translation type="unfinished"></translation>
+        <translation>\b 退格</translation>
     </message>
     <message>
         <source>\t Horizontal Tab</source>
-        <translation type="unfinished"></translation>
+        <translation>\t 水平制表符</translation>
     </message>
     <message>
         <source>\n Line feed</source>
-        <translation type="unfinished"></translation>
+        <translation>\n 换行</translation>
     </message>
     <message>
         <source>\v Vertical Tab</source>
-        <translation type="unfinished"></translation>
+        <translation>\v 垂直制表符</translation>
     </message>
     <message>
         <source>\f Form feed</source>
-        <translation type="unfinished"></translation>
+        <translation>\f 换页</translation>
     </message>
     <message>
         <source>\r Carriage return</source>
-        <translation type="unfinished"></translation>
+        <translation>\r 回车</translation>
     </message>
     <message>
         <source>Shift Out</source>
-        <translation type="unfinished"></translation>
+        <translation>移出</translation>
     </message>
     <message>
         <source>Shift In</source>
-        <translation type="unfinished"></translation>
+        <translation>移入</translation>
     </message>
     <message>
         <source>Data Link Escape</source>
-        <translation type="unfinished"></translation>
+        <translation>数据链路转义</translation>
     </message>
     <message>
         <source>Device Control 1 (oft. XON)</source>
-        <translation type="unfinished"></translation>
+        <translation>设备控制 1（常用作 XON）</translation>
     </message>
     <message>
         <source>Device Control 2</source>
-        <translation type="unfinished"></translation>
+        <translation>设备控制 2</translation>
     </message>
     <message>
         <source>Device Control 3 (oft. XOFF)</source>
-        <translation type="unfinished"></translation>
+        <translation>设备控制 3（常用作 XOFF）</translation>
     </message>
     <message>
         <source>Device Control 4</source>
-        <translation type="unfinished"></translation>
+        <translation>设备控制 4</translation>
     </message>
     <message>
         <source>Negative Acknowledgement</source>
-        <translation type="unfinished"></translation>
+        <translation>否定应答</translation>
     </message>
     <message>
         <source>Synchronous idle</source>
-        <translation type="unfinished"></translation>
+        <translation>同步空闲</translation>
     </message>
     <message>
         <source>End of Transmission Block</source>
-        <translation type="unfinished"></translation>
+        <translation>传输块结束</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished"></translation>
+        <translation>取消</translation>
     </message>
     <message>
         <source>End of Medium</source>
-        <translation type="unfinished"></translation>
+        <translation>介质结束</translation>
     </message>
     <message>
         <source>Substitute</source>
-        <translation type="unfinished"></translation>
+        <translation>替换</translation>
     </message>
     <message>
         <source>\e Escape</source>
-        <translation type="unfinished"></translation>
+        <translation>\e 转义</translation>
     </message>
     <message>
         <source>File Separator</source>
-        <translation type="unfinished"></translation>
+        <translation>文件分隔符</translation>
     </message>
     <message>
         <source>Group Separator</source>
-        <translation type="unfinished"></translation>
+        <translation>组分隔符</translation>
     </message>
     <message>
         <source>Record Separator</source>
-        <translation type="unfinished"></translation>
+        <translation>记录分隔符</translation>
     </message>
     <message>
         <source>Unit Separator</source>
-        <translation type="unfinished"></translation>
+        <translation>单元分隔符</translation>
     </message>
     <message>
         <source>ASCII Code Chart</source>
-        <translation type="unfinished"></translation>
+        <translation>ASCII 码表</translation>
     </message>
     <message>
         <source>Binary</source>
-        <translation type="unfinished"></translation>
+        <translation>二进制</translation>
     </message>
     <message>
         <source>Decimal</source>
-        <translation type="unfinished"></translation>
+        <translation>十进制</translation>
     </message>
     <message>
         <source>Hex</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制</translation>
     </message>
     <message>
         <source>Abbr/Glyph</source>
-        <translation type="unfinished"></translation>
+        <translation>缩写/字符</translation>
     </message>
     <message>
         <source>Description</source>
-        <translation type="unfinished"></translation>
+        <translation>说明</translation>
     </message>
     <message>
         <source>Delete</source>
-        <translation type="unfinished"></translation>
+        <translation>删除</translation>
     </message>
     <message>
         <source>Space</source>
-        <translation type="unfinished"></translation>
+        <translation>空格</translation>
     </message>
 </context>
 <context>
     <name>AutoReplyDialog</name>
     <message>
         <source>Auto Reply — %1</source>
-        <translation type="unfinished"></translation>
+        <translation>自动应答 — %1</translation>
     </message>
     <message>
         <source>Let this port play the device: when received data matches a rule, VLM sends the rule&apos;s reply. The first rule whose match ends earliest wins.</source>
-        <translation type="unfinished"></translation>
+        <translation>让此端口扮演设备：收到的数据与某条规则匹配时，VLM 发送该规则的应答。若有多条规则匹配，匹配结束位置最早的规则生效。</translation>
     </message>
     <message>
         <source>Play dead: keep matching and counting, but send nothing</source>
-        <translation type="unfinished"></translation>
+        <translation>假死：继续匹配和计数，但不发送任何内容</translation>
     </message>
     <message>
         <source>Note each match in the receive view</source>
-        <translation type="unfinished"></translation>
+        <translation>在接收区中标注每次匹配</translation>
     </message>
     <message>
         <source>Name</source>
-        <translation type="unfinished"></translation>
+        <translation>名称</translation>
     </message>
     <message>
         <source>Match</source>
-        <translation type="unfinished"></translation>
+        <translation>匹配方式</translation>
     </message>
     <message>
         <source>Pattern</source>
-        <translation type="unfinished"></translation>
+        <translation>匹配内容</translation>
     </message>
     <message>
         <source>Reply</source>
-        <translation type="unfinished"></translation>
+        <translation>应答</translation>
     </message>
     <message>
         <source>Delay</source>
-        <translation type="unfinished"></translation>
+        <translation>延时</translation>
     </message>
     <message>
         <source>Hits</source>
-        <translation type="unfinished"></translation>
+        <translation>命中</translation>
     </message>
     <message>
         <source>Add...</source>
-        <translation type="unfinished"></translation>
+        <translation>添加...</translation>
     </message>
     <message>
         <source>Edit...</source>
-        <translation type="unfinished"></translation>
+        <translation>编辑...</translation>
     </message>
     <message>
         <source>Duplicate</source>
-        <translation type="unfinished"></translation>
+        <translation>复制</translation>
     </message>
     <message>
         <source>Remove</source>
-        <translation type="unfinished"></translation>
+        <translation>删除</translation>
     </message>
     <message>
         <source>Move Up</source>
-        <translation type="unfinished"></translation>
+        <translation>上移</translation>
     </message>
     <message>
         <source>Move Down</source>
-        <translation type="unfinished"></translation>
+        <translation>下移</translation>
     </message>
     <message>
         <source>Try it</source>
-        <translation type="unfinished"></translation>
+        <translation>试一试</translation>
     </message>
     <message>
         <source>Paste what the host would send, e.g. AT+VER?\r\n</source>
-        <translation type="unfinished"></translation>
+        <translation>粘贴主机将要发送的内容，例如 AT+VER?\r\n</translation>
     </message>
     <message>
         <source>Hex</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制</translation>
     </message>
     <message>
         <source>Test</source>
-        <translation type="unfinished"></translation>
+        <translation>测试</translation>
     </message>
     <message>
         <source>Hex: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制：%1</translation>
     </message>
     <message>
         <source>(silent)</source>
-        <translation type="unfinished"></translation>
+        <translation>（不应答）</translation>
     </message>
     <message>
         <source>%1 ms</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 ms</translation>
     </message>
     <message>
         <source>Rule %1</source>
-        <translation type="unfinished"></translation>
+        <translation>规则 %1</translation>
     </message>
     <message>
         <source>No enabled rule is valid.</source>
-        <translation type="unfinished"></translation>
+        <translation>没有有效的已启用规则。</translation>
     </message>
     <message>
         <source>No rule matches.</source>
-        <translation type="unfinished"></translation>
+        <translation>没有匹配的规则。</translation>
     </message>
     <message>
         <source>%1 replies after %2 ms: %3</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 在 %2 ms 后应答：%3</translation>
     </message>
     <message>
         <source>%1 replies: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 应答：%2</translation>
     </message>
     <message>
         <source>%1 matches and stays silent.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 匹配，但不应答。</translation>
     </message>
     <message>
         <source>%1 matches; playing dead, nothing is sent.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 匹配；处于假死状态，不发送任何内容。</translation>
     </message>
     <message>
         <source>%1 matches; it answers one match in %2, not this one.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 匹配；它每 %2 次匹配才应答一次，本次不应答。</translation>
     </message>
 </context>
 <context>
     <name>AutoReplyEngine</name>
     <message>
         <source>The pattern is empty.</source>
-        <translation type="unfinished"></translation>
+        <translation>匹配内容为空。</translation>
     </message>
     <message>
         <source>Invalid regular expression: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>无效的正则表达式：%1</translation>
     </message>
     <message>
         <source>The pattern matches empty input.</source>
-        <translation type="unfinished"></translation>
+        <translation>该匹配内容会匹配空输入。</translation>
     </message>
     <message>
         <source>&quot;%1&quot; is not whole bytes: use two hex digits per byte.</source>
-        <translation type="unfinished"></translation>
+        <translation>"%1" 不是完整的字节：每个字节请用两位十六进制数字。</translation>
     </message>
     <message>
         <source>?? (any byte) is only allowed in a pattern, not in a reply.</source>
-        <translation type="unfinished"></translation>
+        <translation>?? (任意字节) 只能用于匹配内容，不能用于应答。</translation>
     </message>
     <message>
         <source>&quot;%1&quot; is not a hex byte.</source>
-        <translation type="unfinished"></translation>
+        <translation>"%1" 不是十六进制字节。</translation>
     </message>
     <message>
         <source>Hex</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制</translation>
     </message>
     <message>
         <source>Wildcard</source>
-        <translation type="unfinished"></translation>
+        <translation>通配符</translation>
     </message>
     <message>
         <source>Regular expression</source>
-        <translation type="unfinished"></translation>
+        <translation>正则表达式</translation>
     </message>
     <message>
         <source>Text</source>
-        <translation type="unfinished"></translation>
+        <translation>文本</translation>
     </message>
     <message>
         <source>empty reply</source>
-        <translation type="unfinished"></translation>
+        <translation>应答为空</translation>
     </message>
     <message>
         <source>playing dead</source>
-        <translation type="unfinished"></translation>
+        <translation>假死</translation>
     </message>
     <message>
         <source>not the Nth match</source>
-        <translation type="unfinished"></translation>
+        <translation>非第 N 次匹配</translation>
     </message>
     <message>
         <source>dropped</source>
-        <translation type="unfinished"></translation>
+        <translation>已丢弃</translation>
     </message>
 </context>
 <context>
     <name>AutoReplyRuleDialog</name>
     <message>
         <source>Auto Reply Rule</source>
-        <translation type="unfinished"></translation>
+        <translation>自动应答规则</translation>
     </message>
     <message>
         <source>When this port receives</source>
-        <translation type="unfinished"></translation>
+        <translation>当此端口收到</translation>
     </message>
     <message>
         <source>Optional, e.g. Version query</source>
-        <translation type="unfinished"></translation>
+        <translation>可选，例如：版本查询</translation>
     </message>
     <message>
         <source>Name:</source>
-        <translation type="unfinished"></translation>
+        <translation>名称：</translation>
     </message>
     <message>
         <source>Match:</source>
-        <translation type="unfinished"></translation>
+        <translation>匹配方式：</translation>
     </message>
     <message>
         <source>Pattern:</source>
-        <translation type="unfinished"></translation>
+        <translation>匹配内容：</translation>
     </message>
     <message>
         <source>Reply with</source>
-        <translation type="unfinished"></translation>
+        <translation>应答</translation>
     </message>
     <message>
         <source>Text</source>
-        <translation type="unfinished"></translation>
+        <translation>文本</translation>
     </message>
     <message>
         <source>Hex</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制</translation>
     </message>
     <message>
         <source>Format:</source>
-        <translation type="unfinished"></translation>
+        <translation>格式：</translation>
     </message>
     <message>
         <source>Leave empty to stay silent on a match</source>
-        <translation type="unfinished"></translation>
+        <translation>留空则匹配时不应答</translation>
     </message>
     <message>
         <source>Reply:</source>
-        <translation type="unfinished"></translation>
+        <translation>应答：</translation>
     </message>
     <message>
         <source>Append checksum:</source>
-        <translation type="unfinished"></translation>
+        <translation>附加校验：</translation>
     </message>
     <message>
         <source> ms</source>
-        <translation type="unfinished"></translation>
+        <translation> ms</translation>
     </message>
     <message>
         <source>Delay:</source>
-        <translation type="unfinished"></translation>
+        <translation>延时：</translation>
     </message>
     <message>
         <source>Simulate an unreliable device</source>
-        <translation type="unfinished"></translation>
+        <translation>模拟不可靠的设备</translation>
     </message>
     <message>
         <source>Every match</source>
-        <translation type="unfinished"></translation>
+        <translation>每次匹配都应答</translation>
     </message>
     <message>
         <source>1 in </source>
-        <translation type="unfinished"></translation>
+        <translation>每 </translation>
     </message>
     <message>
         <source> matches</source>
-        <translation type="unfinished"></translation>
+        <translation> 次匹配应答一次</translation>
     </message>
     <message>
         <source>Reply to:</source>
-        <translation type="unfinished"></translation>
+        <translation>应答频率：</translation>
     </message>
     <message>
         <source>3 = stay silent twice, answer the third time; tests a host&apos;s retries.</source>
-        <translation type="unfinished"></translation>
+        <translation>3 = 前两次不应答，第三次才应答；用于测试主机的重试机制。</translation>
     </message>
     <message>
         <source> %</source>
-        <translation type="unfinished"></translation>
+        <translation> %</translation>
     </message>
     <message>
         <source>Drop replies at random:</source>
-        <translation type="unfinished"></translation>
+        <translation>随机丢弃应答：</translation>
     </message>
     <message>
         <source>No limit</source>
-        <translation type="unfinished"></translation>
+        <translation>不限</translation>
     </message>
     <message>
         <source> match(es)</source>
-        <translation type="unfinished"></translation>
+        <translation> 次</translation>
     </message>
     <message>
         <source>Stop after:</source>
-        <translation type="unfinished"></translation>
+        <translation>最多匹配：</translation>
     </message>
     <message>
         <source>After this many matches the rule stops matching, and the rules below it take over.</source>
-        <translation type="unfinished"></translation>
+        <translation>匹配达到此次数后，该规则不再匹配，由其下方的规则接管。</translation>
     </message>
     <message>
         <source>Bytes in hex, e.g. 01 03 ?? ?? 00 02. ?? matches any byte.</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制字节，例如 01 03 ?? ?? 00 02。?? 匹配任意一个字节。</translation>
     </message>
     <message>
         <source>Text where * matches any run of bytes and ? exactly one. Use \x2A for a literal *.</source>
-        <translation type="unfinished"></translation>
+        <translation>文本，其中 * 匹配任意长度的字节串，? 恰好匹配一个字节。字面的 * 请写作 \x2A。</translation>
     </message>
     <message>
         <source>A Perl-compatible regular expression, run over the received bytes.</source>
-        <translation type="unfinished"></translation>
+        <translation>Perl 兼容的正则表达式，对收到的字节进行匹配。</translation>
     </message>
     <message>
         <source>Exact text. \r \n \t and \xHH stand for the bytes they name.</source>
-        <translation type="unfinished"></translation>
+        <translation>精确文本。\r \n \t 和 \xHH 表示其对应的字节。</translation>
     </message>
     <message>
         <source>Valid.</source>
-        <translation type="unfinished"></translation>
+        <translation>有效。</translation>
     </message>
     <message>
         <source>Matches the bytes %1</source>
-        <translation type="unfinished"></translation>
+        <translation>匹配字节 %1</translation>
     </message>
     <message>
         <source>Nothing is sent: a match is swallowed, and the rules below it do not see those bytes.</source>
-        <translation type="unfinished"></translation>
+        <translation>不发送任何内容：匹配到的数据被吞掉，其下方的规则不会看到这些字节。</translation>
     </message>
     <message numerus="yes">
         <source>Sends %n byte(s): %1</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>发送 %n 个字节：%1</numerusform>
         </translation>
     </message>
 </context>
@@ -499,99 +499,99 @@
     <name>CommandEditDialog</name>
     <message>
         <source>Command</source>
-        <translation type="unfinished"></translation>
+        <translation>命令</translation>
     </message>
 </context>
 <context>
     <name>CommandEditor</name>
     <message>
         <source>Shown on the button, e.g. Version</source>
-        <translation type="unfinished"></translation>
+        <translation>显示在按钮上，例如：版本</translation>
     </message>
     <message>
         <source>Name:</source>
-        <translation type="unfinished"></translation>
+        <translation>名称：</translation>
     </message>
     <message>
         <source>Text</source>
-        <translation type="unfinished"></translation>
+        <translation>文本</translation>
     </message>
     <message>
         <source>Hex</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制</translation>
     </message>
     <message>
         <source>Format:</source>
-        <translation type="unfinished"></translation>
+        <translation>格式：</translation>
     </message>
     <message>
         <source>Sends:</source>
-        <translation type="unfinished"></translation>
+        <translation>发送内容：</translation>
     </message>
     <message>
         <source>As the port&apos;s send settings</source>
-        <translation type="unfinished"></translation>
+        <translation>与端口的发送设置相同</translation>
     </message>
     <message>
         <source>None</source>
-        <translation type="unfinished"></translation>
+        <translation>无</translation>
     </message>
     <message>
         <source>CR (\r)</source>
-        <translation type="unfinished"></translation>
+        <translation>CR (\r)</translation>
     </message>
     <message>
         <source>LF (\n)</source>
-        <translation type="unfinished"></translation>
+        <translation>LF (\n)</translation>
     </message>
     <message>
         <source>CR LF (\r\n)</source>
-        <translation type="unfinished"></translation>
+        <translation>CR LF (\r\n)</translation>
     </message>
     <message>
         <source>LF CR (\n\r)</source>
-        <translation type="unfinished"></translation>
+        <translation>LF CR (\n\r)</translation>
     </message>
     <message>
         <source>Line ending:</source>
-        <translation type="unfinished"></translation>
+        <translation>换行符：</translation>
     </message>
     <message>
         <source>Append checksum:</source>
-        <translation type="unfinished"></translation>
+        <translation>附加校验：</translation>
     </message>
     <message>
         <source>Sends the command to the focused port from anywhere in the window, e.g. Ctrl+1.</source>
-        <translation type="unfinished"></translation>
+        <translation>在窗口任意位置按下即可向当前端口发送该命令，例如 Ctrl+1。</translation>
     </message>
     <message>
         <source>Clear</source>
-        <translation type="unfinished"></translation>
+        <translation>清除</translation>
     </message>
     <message>
         <source>Shortcut:</source>
-        <translation type="unfinished"></translation>
+        <translation>快捷键：</translation>
     </message>
     <message>
         <source>Optional, shown as the tool tip</source>
-        <translation type="unfinished"></translation>
+        <translation>可选，显示为工具提示</translation>
     </message>
     <message>
         <source>Note:</source>
-        <translation type="unfinished"></translation>
+        <translation>备注：</translation>
     </message>
     <message>
         <source>Bytes in hex, two digits each, e.g. 01 03 00 00 00 01.</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制字节，每个字节两位，例如 01 03 00 00 00 01。</translation>
     </message>
     <message>
         <source>Text. \r \n \t and \xHH stand for the bytes they name; each new line gets the line ending below.</source>
-        <translation type="unfinished"></translation>
+        <translation>文本。\r \n \t 和 \xHH 表示其对应的字节；每个新行都会附加下方设置的换行符。</translation>
     </message>
     <message numerus="yes">
         <source>On the focused port this sends %n byte(s): %1</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>在当前端口上将发送 %n 个字节：%1</numerusform>
         </translation>
     </message>
 </context>
@@ -599,1195 +599,1196 @@
     <name>CommandLibraryCodec</name>
     <message>
         <source>The existing file could not be replaced.</source>
-        <translation type="unfinished"></translation>
+        <translation>无法替换已有文件。</translation>
     </message>
     <message>
         <source>The file could not be written.</source>
-        <translation type="unfinished"></translation>
+        <translation>无法写入文件。</translation>
     </message>
     <message>
         <source>The file does not exist.</source>
-        <translation type="unfinished"></translation>
+        <translation>文件不存在。</translation>
     </message>
     <message>
         <source>The file could not be read.</source>
-        <translation type="unfinished"></translation>
+        <translation>无法读取文件。</translation>
     </message>
     <message>
         <source>This is not an VLM command file.</source>
-        <translation type="unfinished"></translation>
+        <translation>这不是 VLM 命令文件。</translation>
     </message>
 </context>
 <context>
     <name>CommandLibraryDialog</name>
     <message>
         <source>Hex: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制：%1</translation>
     </message>
     <message>
         <source>Command Library</source>
-        <translation type="unfinished"></translation>
+        <translation>命令库</translation>
     </message>
     <message>
         <source>Commands</source>
-        <translation type="unfinished"></translation>
+        <translation>命令</translation>
     </message>
     <message>
         <source>Sequences</source>
-        <translation type="unfinished"></translation>
+        <translation>序列</translation>
     </message>
     <message>
         <source>Import...</source>
-        <translation type="unfinished"></translation>
+        <translation>导入...</translation>
     </message>
     <message>
         <source>Add the commands and sequences of a .vlmcmd file to this library</source>
-        <translation type="unfinished"></translation>
+        <translation>将 .vlmcmd 文件中的命令和序列添加到此命令库</translation>
     </message>
     <message>
         <source>Export...</source>
-        <translation type="unfinished"></translation>
+        <translation>导出...</translation>
     </message>
     <message>
         <source>Save this library as a .vlmcmd file to hand to a colleague or a customer</source>
-        <translation type="unfinished"></translation>
+        <translation>将此命令库保存为 .vlmcmd 文件，以便交给同事或客户</translation>
     </message>
     <message>
         <source>Groups:</source>
-        <translation type="unfinished"></translation>
+        <translation>分组：</translation>
     </message>
     <message>
         <source>Add</source>
-        <translation type="unfinished"></translation>
+        <translation>添加</translation>
     </message>
     <message>
         <source>Rename</source>
-        <translation type="unfinished"></translation>
+        <translation>重命名</translation>
     </message>
     <message>
         <source>Remove</source>
-        <translation type="unfinished"></translation>
+        <translation>删除</translation>
     </message>
     <message>
         <source>Move Up</source>
-        <translation type="unfinished"></translation>
+        <translation>上移</translation>
     </message>
     <message>
         <source>Move Down</source>
-        <translation type="unfinished"></translation>
+        <translation>下移</translation>
     </message>
     <message>
         <source>Commands in this group:</source>
-        <translation type="unfinished"></translation>
+        <translation>本组命令：</translation>
     </message>
     <message>
         <source>Name</source>
-        <translation type="unfinished"></translation>
+        <translation>名称</translation>
     </message>
     <message>
         <source>Sends</source>
-        <translation type="unfinished"></translation>
+        <translation>发送内容</translation>
     </message>
     <message>
         <source>Shortcut</source>
-        <translation type="unfinished"></translation>
+        <translation>快捷键</translation>
     </message>
     <message>
         <source>Add...</source>
-        <translation type="unfinished"></translation>
+        <translation>添加...</translation>
     </message>
     <message>
         <source>Edit...</source>
-        <translation type="unfinished"></translation>
+        <translation>编辑...</translation>
     </message>
     <message>
         <source>Duplicate</source>
-        <translation type="unfinished"></translation>
+        <translation>复制</translation>
     </message>
     <message>
         <source>Sequences:</source>
-        <translation type="unfinished"></translation>
+        <translation>序列：</translation>
     </message>
     <message>
         <source>Steps:</source>
-        <translation type="unfinished"></translation>
+        <translation>步骤：</translation>
     </message>
     <message>
         <source>Add Step</source>
-        <translation type="unfinished"></translation>
+        <translation>添加步骤</translation>
     </message>
     <message>
         <source>Send a Command...</source>
-        <translation type="unfinished"></translation>
+        <translation>发送命令...</translation>
     </message>
     <message>
         <source>Expect a Reply...</source>
-        <translation type="unfinished"></translation>
+        <translation>期望应答...</translation>
     </message>
     <message>
         <source>Wait...</source>
-        <translation type="unfinished"></translation>
+        <translation>等待...</translation>
     </message>
     <message>
         <source>Label...</source>
-        <translation type="unfinished"></translation>
+        <translation>标签...</translation>
     </message>
     <message>
         <source>Repeat...</source>
-        <translation type="unfinished"></translation>
+        <translation>重复...</translation>
     </message>
     <message>
         <source>Add steps with Add Step.</source>
-        <translation type="unfinished"></translation>
+        <translation>请通过“添加步骤”添加步骤。</translation>
     </message>
     <message numerus="yes">
         <source>Ready to run, %n step(s).</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>可以运行，共 %n 个步骤。</numerusform>
         </translation>
     </message>
     <message>
         <source>Group</source>
-        <translation type="unfinished"></translation>
+        <translation>分组</translation>
     </message>
     <message numerus="yes">
         <source>Remove the group &quot;%1&quot; and its %n command(s)?</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>删除分组 "%1" 及其中的 %n 条命令？</numerusform>
         </translation>
     </message>
     <message>
         <source>Sequence %1</source>
-        <translation type="unfinished"></translation>
+        <translation>序列 %1</translation>
     </message>
     <message>
         <source>Remove the sequence &quot;%1&quot;?</source>
-        <translation type="unfinished"></translation>
+        <translation>删除序列 "%1"？</translation>
     </message>
     <message>
         <source>VLM command files (*.vlmcmd)</source>
-        <translation type="unfinished"></translation>
+        <translation>VLM 命令文件 (*.vlmcmd)</translation>
     </message>
     <message>
         <source>%1 could not be imported: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>无法导入 %1：%2</translation>
     </message>
     <message>
         <source>%1 has no commands or sequences to add.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 中没有可添加的命令或序列。</translation>
     </message>
     <message numerus="yes">
         <source>Added %n group(s) and sequence(s) from %1. Names already in use got a number.</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>已从 %1 添加 %n 个分组和序列。与现有名称重复的已加上编号。</numerusform>
         </translation>
     </message>
     <message>
         <source>%1 could not be written: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>无法写入 %1：%2</translation>
     </message>
 </context>
 <context>
     <name>CommandLibraryText</name>
     <message>
         <source>(empty)</source>
-        <translation type="unfinished"></translation>
+        <translation>（空）</translation>
     </message>
     <message>
         <source>Send %1</source>
-        <translation type="unfinished"></translation>
+        <translation>发送 %1</translation>
     </message>
     <message>
         <source>Wait %1 ms</source>
-        <translation type="unfinished"></translation>
+        <translation>等待 %1 ms</translation>
     </message>
     <message>
         <source>Expect &quot;%1&quot; within %2 ms</source>
-        <translation type="unfinished"></translation>
+        <translation>期望 %2 ms 内收到 "%1"</translation>
     </message>
     <message>
         <source>Expect &quot;%1&quot; (no time limit)</source>
-        <translation type="unfinished"></translation>
+        <translation>期望收到 "%1"（不限时）</translation>
     </message>
     <message>
         <source>the start</source>
-        <translation type="unfinished"></translation>
+        <translation>开头</translation>
     </message>
     <message numerus="yes">
         <source>Repeat from %1, %n time(s) in all</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>从 %1 重复执行，共 %n 次</numerusform>
         </translation>
     </message>
     <message>
         <source>Repeat from %1 until stopped</source>
-        <translation type="unfinished"></translation>
+        <translation>从 %1 重复执行，直到停止</translation>
     </message>
     <message>
         <source>Label &quot;%1&quot;</source>
-        <translation type="unfinished"></translation>
+        <translation>标签 "%1"</translation>
     </message>
     <message>
         <source>The command is empty.</source>
-        <translation type="unfinished"></translation>
+        <translation>命令为空。</translation>
     </message>
 </context>
 <context>
     <name>CommandPanel</name>
     <message>
         <source>Shortcut: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>快捷键：%1</translation>
     </message>
     <message>
         <source>Edit Library...</source>
-        <translation type="unfinished"></translation>
+        <translation>编辑命令库...</translation>
     </message>
     <message>
         <source>More</source>
-        <translation type="unfinished"></translation>
+        <translation>更多</translation>
     </message>
     <message>
         <source>Import...</source>
-        <translation type="unfinished"></translation>
+        <translation>导入...</translation>
     </message>
     <message>
         <source>Export...</source>
-        <translation type="unfinished"></translation>
+        <translation>导出...</translation>
     </message>
     <message>
         <source>Learn More</source>
-        <translation type="unfinished"></translation>
+        <translation>了解更多</translation>
     </message>
     <message>
         <source>No commands yet. Add some with Edit Library, or import a .vlmcmd file.</source>
-        <translation type="unfinished"></translation>
+        <translation>还没有命令。请通过“编辑命令库”添加，或导入 .vlmcmd 文件。</translation>
     </message>
     <message>
         <source>Sequences</source>
-        <translation type="unfinished"></translation>
+        <translation>序列</translation>
     </message>
     <message>
         <source>Stop</source>
-        <translation type="unfinished"></translation>
+        <translation>停止</translation>
     </message>
     <message>
         <source>Run</source>
-        <translation type="unfinished"></translation>
+        <translation>运行</translation>
     </message>
     <message numerus="yes">
         <source>%n step(s)</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%n 步</numerusform>
         </translation>
     </message>
     <message>
         <source>Send</source>
-        <translation type="unfinished"></translation>
+        <translation>发送</translation>
     </message>
 </context>
 <context>
     <name>ConnectionController</name>
     <message>
         <source>Serial Port %1 OPEN FAILED! ERROR: </source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1 打开失败！错误：</translation>
     </message>
     <message>
         <source>Serial Port %1 OPEN SUCCESS</source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1 打开成功</translation>
     </message>
     <message>
         <source>the port is not open</source>
-        <translation type="unfinished"></translation>
+        <translation>端口未打开</translation>
     </message>
     <message>
         <source>baud rate %1</source>
-        <translation type="unfinished"></translation>
+        <translation>波特率 %1</translation>
     </message>
     <message>
         <source>%1 data bits</source>
-        <translation type="unfinished"></translation>
+        <translation>数据位 %1</translation>
     </message>
     <message>
         <source>parity</source>
-        <translation type="unfinished"></translation>
+        <translation>校验位</translation>
     </message>
     <message>
         <source>stop bits</source>
-        <translation type="unfinished"></translation>
+        <translation>停止位</translation>
     </message>
     <message>
         <source>flow control</source>
-        <translation type="unfinished"></translation>
+        <translation>流控</translation>
     </message>
     <message>
         <source>%1 was refused by the driver: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>驱动程序拒绝设置 %1：%2</translation>
     </message>
     <message>
         <source>Open the serial port before sending Break</source>
-        <translation type="unfinished"></translation>
+        <translation>请先打开串口，再发送 Break 信号</translation>
     </message>
     <message>
         <source>Failed to set %1: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>设置 %1 失败：%2</translation>
     </message>
     <message>
         <source>RTS is managed automatically by RTS/CTS flow control</source>
-        <translation type="unfinished"></translation>
+        <translation>RTS 由 RTS/CTS 流控自动管理</translation>
     </message>
     <message>
         <source>Serial Port %1 DISCONNECTED</source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1 已断开</translation>
     </message>
     <message>
         <source>TCP connection error: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>TCP 连接错误：%1</translation>
     </message>
     <message>
         <source>TCP connect FAILED: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>TCP 连接失败：%1</translation>
     </message>
     <message>
         <source>Refused %1: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>已拒绝 %1：%2</translation>
     </message>
     <message>
         <source>TCP server listen on port %1 FAILED: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>TCP 服务器监听端口 %1 失败：%2</translation>
     </message>
     <message>
         <source>UDP bind to port %1 FAILED: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>UDP 绑定端口 %1 失败：%2</translation>
     </message>
     <message>
         <source>UDP host %1 could not be resolved: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>无法解析 UDP 主机 %1：%2</translation>
     </message>
     <message>
         <source>it has no IPv4 address</source>
-        <translation type="unfinished"></translation>
+        <translation>该主机没有 IPv4 地址</translation>
     </message>
     <message>
         <source>No UDP peer to reply to yet</source>
-        <translation type="unfinished"></translation>
+        <translation>尚无可回复的 UDP 对端</translation>
     </message>
     <message>
         <source>Serial Port %1 CLOSE FAILED</source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1 关闭失败</translation>
     </message>
     <message>
         <source>Serial Port %1 CLOSE SUCCESS</source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1 关闭成功</translation>
     </message>
 </context>
 <context>
     <name>ConnectionSettingsWidget</name>
     <message>
         <source>A port from the list, or any device path such as /dev/serial/by-id/... or a pseudo-terminal</source>
-        <translation type="unfinished"></translation>
+        <translation>从列表中选择端口，或输入任意设备路径，例如 /dev/serial/by-id/... 或伪终端</translation>
     </message>
     <message>
         <source>Serial transfer speed</source>
-        <translation type="unfinished"></translation>
+        <translation>串口传输速率</translation>
     </message>
     <message>
         <source>Mode</source>
-        <translation type="unfinished"></translation>
+        <translation>模式</translation>
     </message>
     <message>
         <source>Port</source>
-        <translation type="unfinished"></translation>
+        <translation>端口</translation>
     </message>
     <message>
         <source>Baudrate</source>
-        <translation type="unfinished"></translation>
+        <translation>波特率</translation>
     </message>
     <message>
         <source>Data Bits</source>
-        <translation type="unfinished"></translation>
+        <translation>数据位</translation>
     </message>
     <message>
         <source>Parity</source>
-        <translation type="unfinished"></translation>
+        <translation>校验位</translation>
     </message>
     <message>
         <source>Stop Bits</source>
-        <translation type="unfinished"></translation>
+        <translation>停止位</translation>
     </message>
     <message>
         <source>Flow Type</source>
-        <translation type="unfinished"></translation>
+        <translation>流控</translation>
     </message>
     <message>
         <source>Host</source>
-        <translation type="unfinished"></translation>
+        <translation>主机</translation>
     </message>
     <message>
         <source>Port number</source>
-        <translation type="unfinished"></translation>
+        <translation>端口号</translation>
     </message>
     <message>
         <source>Local port</source>
-        <translation type="unfinished"></translation>
+        <translation>本地端口</translation>
     </message>
     <message>
         <source>Listen port</source>
-        <translation type="unfinished"></translation>
+        <translation>监听端口</translation>
     </message>
     <message>
         <source>Serial</source>
-        <translation type="unfinished"></translation>
+        <translation>串口</translation>
     </message>
     <message>
         <source>TCP Server</source>
-        <translation type="unfinished"></translation>
+        <translation>TCP 服务器</translation>
     </message>
     <message>
         <source>TCP Client</source>
-        <translation type="unfinished"></translation>
+        <translation>TCP 客户端</translation>
     </message>
     <message>
         <source>UDP Server</source>
-        <translation type="unfinished"></translation>
+        <translation>UDP 服务器</translation>
     </message>
     <message>
         <source>UDP Client</source>
-        <translation type="unfinished"></translation>
+        <translation>UDP 客户端</translation>
     </message>
     <message>
         <source>Remote Serial (RFC 2217)</source>
-        <translation type="unfinished"></translation>
+        <translation>远程串口 (RFC 2217)</translation>
     </message>
     <message>
         <source>Live Relay</source>
-        <translation type="unfinished"></translation>
+        <translation>Live Relay</translation>
     </message>
     <message>
         <source>None</source>
-        <translation type="unfinished"></translation>
+        <translation>无</translation>
     </message>
     <message>
         <source>Even</source>
-        <translation type="unfinished"></translation>
+        <translation>偶校验</translation>
     </message>
     <message>
         <source>Odd</source>
-        <translation type="unfinished"></translation>
+        <translation>奇校验</translation>
     </message>
     <message>
         <source>Mark</source>
-        <translation type="unfinished"></translation>
+        <translation>标记校验</translation>
     </message>
     <message>
         <source>Space</source>
-        <translation type="unfinished"></translation>
+        <translation>空格校验</translation>
     </message>
     <message>
         <source>RTS/CTS</source>
-        <translation type="unfinished"></translation>
+        <translation>RTS/CTS</translation>
     </message>
     <message>
         <source>XON/XOFF</source>
-        <translation type="unfinished"></translation>
+        <translation>XON/XOFF</translation>
     </message>
     <message>
         <source>Enter a rate from 1 to 100000000 bits per second</source>
-        <translation type="unfinished"></translation>
+        <translation>请输入 1 到 100000000 之间的速率（单位 bit/s）</translation>
     </message>
 </context>
 <context>
     <name>ControlLineLedRow</name>
     <message>
         <source>Click to switch RTS</source>
-        <translation type="unfinished"></translation>
+        <translation>单击切换 RTS</translation>
     </message>
     <message>
         <source>Click to switch DTR</source>
-        <translation type="unfinished"></translation>
+        <translation>单击切换 DTR</translation>
     </message>
     <message>
         <source>Break</source>
-        <translation type="unfinished"></translation>
+        <translation>Break</translation>
     </message>
     <message>
         <source>Hold to send a break (at least 300 ms)</source>
-        <translation type="unfinished"></translation>
+        <translation>按住以发送 Break 信号（至少 300 ms）</translation>
     </message>
     <message>
         <source>BRK</source>
-        <translation type="unfinished"></translation>
+        <translation>BRK</translation>
     </message>
 </context>
 <context>
     <name>CrcCatalog</name>
     <message>
         <source>None</source>
-        <translation type="unfinished"></translation>
+        <translation>无</translation>
     </message>
     <message>
         <source>Checksum-8 (SUM)</source>
-        <translation type="unfinished"></translation>
+        <translation>校验和-8 (SUM)</translation>
     </message>
     <message>
         <source>XOR (BCC)</source>
-        <translation type="unfinished"></translation>
+        <translation>异或 (BCC)</translation>
     </message>
 </context>
 <context>
     <name>LiveSyncStatus</name>
     <message>
         <source>Not listening</source>
-        <translation type="unfinished"></translation>
+        <translation>未监听</translation>
     </message>
     <message>
         <source>Shared ×%1</source>
-        <translation type="unfinished"></translation>
+        <translation>共享 ×%1</translation>
     </message>
     <message>
         <source>Shared</source>
-        <translation type="unfinished"></translation>
+        <translation>已共享</translation>
     </message>
     <message>
         <source>In use ×%1</source>
-        <translation type="unfinished"></translation>
+        <translation>使用中 ×%1</translation>
     </message>
     <message>
         <source>In use</source>
-        <translation type="unfinished"></translation>
+        <translation>使用中</translation>
     </message>
     <message>
         <source>Live Sync</source>
-        <translation type="unfinished"></translation>
+        <translation>Live Sync</translation>
     </message>
 </context>
 <context>
     <name>LogWriter</name>
     <message>
         <source>Please input correct log file name!</source>
-        <translation type="unfinished"></translation>
+        <translation>请输入正确的日志文件名！</translation>
     </message>
     <message>
         <source>Could not rotate log file &apos;%1&apos;: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>无法轮转日志文件 '%1'：%2</translation>
     </message>
     <message>
         <source>every archive name is taken</source>
-        <translation type="unfinished"></translation>
+        <translation>所有归档文件名均已被占用</translation>
     </message>
     <message>
         <source>Log path is a directory, not a file: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>日志路径是目录而不是文件：%1</translation>
     </message>
     <message>
         <source>Could not create log directory &apos;%1&apos;</source>
-        <translation type="unfinished"></translation>
+        <translation>无法创建日志目录 '%1'</translation>
     </message>
     <message>
         <source>Could not open log file &apos;%1&apos;: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>无法打开日志文件 '%1'：%2</translation>
     </message>
     <message>
         <source>Could not write log file &apos;%1&apos;: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>无法写入日志文件 '%1'：%2</translation>
     </message>
 </context>
 <context>
     <name>MainWindow</name>
     <message>
         <source>Velmora</source>
-        <translation type="unfinished"></translation>
+        <translation>Velmora</translation>
     </message>
     <message>
         <source>Serial Port %1 OPEN FAILED</source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1 打开失败</translation>
     </message>
     <message>
         <source>&amp;File</source>
-        <translation type="unfinished"></translation>
+        <translation>文件(&amp;F)</translation>
     </message>
     <message>
         <source>&amp;New</source>
-        <translation type="unfinished"></translation>
+        <translation>新建(&amp;N)</translation>
     </message>
     <message>
         <source>&amp;Open...</source>
-        <translation type="unfinished"></translation>
+        <translation>打开(&amp;O)...</translation>
     </message>
     <message>
         <source>Recent Files</source>
-        <translation type="unfinished"></translation>
+        <translation>最近文件</translation>
     </message>
     <message>
         <source>&amp;Save</source>
-        <translation type="unfinished"></translation>
+        <translation>保存(&amp;S)</translation>
     </message>
     <message>
         <source>Save &amp;As...</source>
-        <translation type="unfinished"></translation>
+        <translation>另存为(&amp;A)...</translation>
     </message>
     <message>
         <source>Reconnect Automatically</source>
-        <translation type="unfinished"></translation>
+        <translation>自动重连</translation>
     </message>
     <message>
         <source>Open Last Connection at Start</source>
-        <translation type="unfinished"></translation>
+        <translation>启动时打开上次的连接</translation>
     </message>
     <message>
         <source>E&amp;xit</source>
-        <translation type="unfinished"></translation>
+        <translation>退出(&amp;X)</translation>
     </message>
     <message>
         <source>&amp;Edit</source>
-        <translation type="unfinished"></translation>
+        <translation>编辑(&amp;E)</translation>
     </message>
     <message>
         <source>Add Connection</source>
-        <translation type="unfinished"></translation>
+        <translation>添加连接</translation>
     </message>
     <message>
         <source>Remove Last Connection</source>
-        <translation type="unfinished"></translation>
+        <translation>移除最后一个连接</translation>
     </message>
     <message>
         <source>Settings...</source>
-        <translation type="unfinished"></translation>
+        <translation>设置...</translation>
     </message>
     <message>
         <source>New Connection...</source>
-        <translation type="unfinished"></translation>
+        <translation>新建连接...</translation>
     </message>
     <message>
         <source>&amp;View</source>
-        <translation type="unfinished"></translation>
+        <translation>视图(&amp;V)</translation>
     </message>
     <message>
         <source>Quick Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>快捷设置</translation>
     </message>
     <message>
         <source>Quick Settings Fields...</source>
-        <translation type="unfinished"></translation>
+        <translation>快捷设置字段...</translation>
     </message>
     <message>
         <source>Appearance</source>
-        <translation type="unfinished"></translation>
+        <translation>外观</translation>
     </message>
     <message>
         <source>Light</source>
-        <translation type="unfinished"></translation>
+        <translation>浅色</translation>
     </message>
     <message>
         <source>Dark</source>
-        <translation type="unfinished"></translation>
+        <translation>深色</translation>
     </message>
     <message>
         <source>&amp;Tools</source>
-        <translation type="unfinished"></translation>
+        <translation>工具(&amp;T)</translation>
     </message>
     <message>
         <source>CRC/Converter...</source>
-        <translation type="unfinished"></translation>
+        <translation>CRC/转换工具...</translation>
     </message>
     <message>
         <source>ASCII Code Chart...</source>
-        <translation type="unfinished"></translation>
+        <translation>ASCII 码表...</translation>
     </message>
     <message>
         <source>%1: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: %2</translation>
     </message>
     <message>
         <source>Connection</source>
-        <translation type="unfinished"></translation>
+        <translation>连接</translation>
     </message>
     <message>
         <source>Set Port Number Per Column</source>
-        <translation type="unfinished"></translation>
+        <translation>设置每列端口数</translation>
     </message>
     <message>
         <source>Port Number Per Column:</source>
-        <translation type="unfinished"></translation>
+        <translation>每列端口数：</translation>
     </message>
     <message>
         <source>A window holds at most %1 connections.</source>
-        <translation type="unfinished"></translation>
+        <translation>一个窗口最多容纳 %1 个连接。</translation>
     </message>
     <message>
         <source>Port Number = %1</source>
-        <translation type="unfinished"></translation>
+        <translation>端口数 = %1</translation>
     </message>
     <message>
         <source>Bridges between ports are not available in this build yet.</source>
-        <translation type="unfinished"></translation>
+        <translation>此版本暂不支持端口间桥接。</translation>
     </message>
     <message>
         <source>Saving...</source>
-        <translation type="unfinished"></translation>
+        <translation>正在保存...</translation>
     </message>
     <message>
         <source>Could not open %1</source>
-        <translation type="unfinished"></translation>
+        <translation>无法打开 %1</translation>
     </message>
     <message>
         <source>Saving FAILED</source>
-        <translation type="unfinished"></translation>
+        <translation>保存失败</translation>
     </message>
     <message>
         <source>File saved</source>
-        <translation type="unfinished"></translation>
+        <translation>文件已保存</translation>
     </message>
     <message>
         <source>Save Velmora</source>
-        <translation type="unfinished"></translation>
+        <translation>保存 Velmora 项目</translation>
     </message>
     <message>
         <source>Velmora files (*.vlm)</source>
-        <translation type="unfinished"></translation>
+        <translation>Velmora 文件 (*.vlm)</translation>
     </message>
     <message>
         <source>The project has been modified.
 Do you want to save your changes?</source>
-        <translation type="unfinished"></translation>
+        <translation>项目已修改。
+是否保存更改？</translation>
     </message>
     <message>
         <source>Open Velmora</source>
-        <translation type="unfinished"></translation>
+        <translation>打开 Velmora 项目</translation>
     </message>
     <message>
         <source>Rx: %L1 Bytes</source>
-        <translation type="unfinished"></translation>
+        <translation>接收：%L1 字节</translation>
     </message>
     <message>
         <source>Tx: %L1 Bytes</source>
-        <translation type="unfinished"></translation>
+        <translation>发送：%L1 字节</translation>
     </message>
     <message>
         <source>Live Sync — nothing shared right now</source>
-        <translation type="unfinished"></translation>
+        <translation>Live Sync — 当前未共享任何端口</translation>
     </message>
     <message>
         <source>Click to share this machine&apos;s ports</source>
-        <translation type="unfinished"></translation>
+        <translation>单击以共享本机的端口</translation>
     </message>
     <message>
         <source>Live Sync — %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Live Sync — %1</translation>
     </message>
     <message>
         <source>Live Sync</source>
-        <translation type="unfinished"></translation>
+        <translation>Live Sync</translation>
     </message>
     <message>
         <source>Not listening</source>
-        <translation type="unfinished"></translation>
+        <translation>未监听</translation>
     </message>
     <message>
         <source>Shared ×%1</source>
-        <translation type="unfinished"></translation>
+        <translation>共享 ×%1</translation>
     </message>
     <message>
         <source>In use ×%1</source>
-        <translation type="unfinished"></translation>
+        <translation>使用中 ×%1</translation>
     </message>
     <message>
         <source>RFC 2217 Server...</source>
-        <translation type="unfinished"></translation>
+        <translation>RFC 2217 服务器...</translation>
     </message>
     <message>
         <source>Live Share...</source>
-        <translation type="unfinished"></translation>
+        <translation>Live Share...</translation>
     </message>
     <message>
         <source>Not signed in</source>
-        <translation type="unfinished"></translation>
+        <translation>未登录</translation>
     </message>
     <message>
         <source>Click for recent messages</source>
-        <translation type="unfinished"></translation>
+        <translation>单击查看最近消息</translation>
     </message>
     <message>
         <source>Recent messages</source>
-        <translation type="unfinished"></translation>
+        <translation>最近消息</translation>
     </message>
     <message>
         <source>No messages yet</source>
-        <translation type="unfinished"></translation>
+        <translation>暂无消息</translation>
     </message>
     <message>
         <source>Clear Message History</source>
-        <translation type="unfinished"></translation>
+        <translation>清除消息记录</translation>
     </message>
     <message>
         <source>Commands</source>
-        <translation type="unfinished"></translation>
+        <translation>命令</translation>
     </message>
     <message>
         <source>Running</source>
-        <translation type="unfinished"></translation>
+        <translation>运行中</translation>
     </message>
     <message>
         <source>Import Commands</source>
-        <translation type="unfinished"></translation>
+        <translation>导入命令</translation>
     </message>
     <message>
         <source>Export Commands</source>
-        <translation type="unfinished"></translation>
+        <translation>导出命令</translation>
     </message>
     <message>
         <source>Commands exported to %1</source>
-        <translation type="unfinished"></translation>
+        <translation>命令已导出到 %1</translation>
     </message>
     <message>
         <source>Auto Reply...</source>
-        <translation type="unfinished"></translation>
+        <translation>自动应答...</translation>
     </message>
     <message>
         <source>Command Library...</source>
-        <translation type="unfinished"></translation>
+        <translation>命令库...</translation>
     </message>
     <message>
         <source>Export Sequence Report...</source>
-        <translation type="unfinished"></translation>
+        <translation>导出序列报告...</translation>
     </message>
 </context>
 <context>
     <name>MessageCodec</name>
     <message>
         <source>The message ends with a lone backslash. Write \\ to send one.</source>
-        <translation type="unfinished"></translation>
+        <translation>消息以单个反斜杠结尾。要发送一个反斜杠，请写作 \\。</translation>
     </message>
     <message>
         <source>\x must be followed by two hex digits, as in \x1B.</source>
-        <translation type="unfinished"></translation>
+        <translation>\x 后面必须跟两位十六进制数字，例如 \x1B。</translation>
     </message>
     <message>
         <source>Unknown escape sequence \%1. Write \\ to send a backslash.</source>
-        <translation type="unfinished"></translation>
+        <translation>未知的转义序列 \%1。要发送反斜杠，请写作 \\。</translation>
     </message>
 </context>
 <context>
     <name>MultiClientServer</name>
     <message>
         <source>not on the address allowlist</source>
-        <translation type="unfinished"></translation>
+        <translation>不在地址白名单中</translation>
     </message>
     <message>
         <source>the port already has a client (exclusive mode)</source>
-        <translation type="unfinished"></translation>
+        <translation>该端口已有客户端连接（独占模式）</translation>
     </message>
 </context>
 <context>
     <name>MultiPortSettingDlg</name>
     <message>
         <source>Connection Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>连接设置</translation>
     </message>
     <message>
         <source>Quick Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>快捷设置</translation>
     </message>
     <message>
         <source>Connection %1</source>
-        <translation type="unfinished"></translation>
+        <translation>连接 %1</translation>
     </message>
     <message>
         <source>Warning</source>
-        <translation type="unfinished"></translation>
+        <translation>警告</translation>
     </message>
     <message>
         <source>Select at least one quick settings group to show.</source>
-        <translation type="unfinished"></translation>
+        <translation>请至少选择一个要显示的快捷设置分组。</translation>
     </message>
     <message>
         <source>Restore Default Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>恢复默认设置</translation>
     </message>
     <message>
         <source>Replace the settings shown in this dialog with their defaults?</source>
-        <translation type="unfinished"></translation>
+        <translation>将此对话框中的设置恢复为默认值？</translation>
     </message>
 </context>
 <context>
     <name>NewConnection</name>
     <message>
         <source>New Connection</source>
-        <translation type="unfinished"></translation>
+        <translation>新建连接</translation>
     </message>
     <message>
         <source>Serial Port</source>
-        <translation type="unfinished"></translation>
+        <translation>串口</translation>
     </message>
     <message>
         <source>TCP/IP</source>
-        <translation type="unfinished"></translation>
+        <translation>TCP/IP</translation>
     </message>
     <message>
         <source>Bridge (network to serial)</source>
-        <translation type="unfinished"></translation>
+        <translation>桥接（网络转串口）</translation>
     </message>
     <message>
         <source>Connection type</source>
-        <translation type="unfinished"></translation>
+        <translation>连接类型</translation>
     </message>
 </context>
 <context>
     <name>QuickSettingsEditor</name>
     <message>
         <source>Choose the groups and fields to show, and arrange their order.</source>
-        <translation type="unfinished"></translation>
+        <translation>选择要显示的分组和字段，并调整其顺序。</translation>
     </message>
     <message>
         <source>Move Up</source>
-        <translation type="unfinished"></translation>
+        <translation>上移</translation>
     </message>
     <message>
         <source>Move Down</source>
-        <translation type="unfinished"></translation>
+        <translation>下移</translation>
     </message>
 </context>
 <context>
     <name>RelaySocket</name>
     <message>
         <source>Missing relay address or ticket.</source>
-        <translation type="unfinished"></translation>
+        <translation>缺少中继地址或票据。</translation>
     </message>
     <message>
         <source>Live Relay is not available in this build.</source>
-        <translation type="unfinished"></translation>
+        <translation>此版本不支持 Live Relay。</translation>
     </message>
 </context>
 <context>
     <name>ScriptEngine</name>
     <message>
         <source>This port also has Auto Reply rules switched on: the device may get two answers to one request.</source>
-        <translation type="unfinished"></translation>
+        <translation>此端口同时启用了自动应答规则：设备的一次请求可能会收到两个应答。</translation>
     </message>
     <message>
         <source>A script is already running.</source>
-        <translation type="unfinished"></translation>
+        <translation>已有脚本正在运行。</translation>
     </message>
     <message>
         <source>The script is larger than %1 KB.</source>
-        <translation type="unfinished"></translation>
+        <translation>脚本大小超过 %1 KB。</translation>
     </message>
     <message>
         <source>Too much output; lines left out: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>输出过多，省略的行数：%1</translation>
     </message>
     <message>
         <source>Names are case-sensitive: did you mean %1?</source>
-        <translation type="unfinished"></translation>
+        <translation>名称区分大小写：你是不是想写 %1？</translation>
     </message>
     <message>
         <source>Perhaps a typo: did you mean %1?</source>
-        <translation type="unfinished"></translation>
+        <translation>可能是拼写错误：你是不是想写 %1？</translation>
     </message>
     <message>
         <source>Lua writes elif as elseif.</source>
-        <translation type="unfinished"></translation>
+        <translation>Lua 中的 elif 要写作 elseif。</translation>
     </message>
     <message>
         <source>This line has the full-width character &quot;%1&quot;, typed with a Chinese input method. Switch to the English input method and type it again.</source>
-        <translation type="unfinished"></translation>
+        <translation>此行含有全角字符 "%1"，这是用中文输入法输入的。请切换到英文输入法后重新输入。</translation>
     </message>
     <message>
         <source>This line has a full-width character (a Chinese comma, quote, bracket or space). Switch to the English input method and type it again.</source>
-        <translation type="unfinished"></translation>
+        <translation>此行含有全角字符（中文逗号、引号、括号或空格）。请切换到英文输入法后重新输入。</translation>
     </message>
     <message>
         <source>Lua&apos;s booleans are lower case, true and false, and &apos;no value&apos; is nil.</source>
-        <translation type="unfinished"></translation>
+        <translation>Lua 的布尔值是小写的 true 和 false，“无值”写作 nil。</translation>
     </message>
     <message>
         <source>It has no value yet. Check the spelling (names are case-sensitive), or declare it at the top of the script with %1 = nil, or use local.</source>
-        <translation type="unfinished"></translation>
+        <translation>它还没有值。请检查拼写（名称区分大小写），或在脚本开头用 %1 = nil 声明它，或者使用 local。</translation>
     </message>
     <message>
         <source>sleep() and timeouts take whole milliseconds: write 1500, not 1.5.</source>
-        <translation type="unfinished"></translation>
+        <translation>sleep() 和超时参数须为整数毫秒：应写 1500，而不是 1.5。</translation>
     </message>
     <message>
         <source>A function is called that does not exist: check the spelling of its name, and that it is defined above this line.</source>
-        <translation type="unfinished"></translation>
+        <translation>调用了一个不存在的函数：请检查函数名的拼写，并确认它已在此行之前定义。</translation>
     </message>
     <message>
         <source>Text is joined with .., not +: &quot;a&quot; .. &quot;b&quot;.</source>
-        <translation type="unfinished"></translation>
+        <translation>文本用 .. 连接，而不是 +："a" .. "b"。</translation>
     </message>
     <message>
         <source>A value is nil. The usual causes are a tryExpect or read that timed out, or a misspelt variable name.</source>
-        <translation type="unfinished"></translation>
+        <translation>某个值为 nil。常见原因是 tryExpect 或 read 超时，或者变量名拼写错误。</translation>
     </message>
     <message>
         <source>A backslash in a string must start an escape such as \r, \n or \x0D. Write regular expressions as long strings, [[like this]], so their backslashes are left alone.</source>
-        <translation type="unfinished"></translation>
+        <translation>字符串中的反斜杠必须构成转义序列，如 \r、\n 或 \x0D。正则表达式请写成长字符串，如 [[像这样]]，这样其中的反斜杠会原样保留。</translation>
     </message>
     <message>
         <source>Lua comments start with --, not #.</source>
-        <translation type="unfinished"></translation>
+        <translation>Lua 注释以 -- 开头，而不是 #。</translation>
     </message>
     <message>
         <source>Lua writes &quot;not equal&quot; as ~=, not !=.</source>
-        <translation type="unfinished"></translation>
+        <translation>Lua 中“不等于”写作 ~=，而不是 !=。</translation>
     </message>
     <message>
         <source>The items of a table are separated by commas: {1, 2, 3}.</source>
-        <translation type="unfinished"></translation>
+        <translation>表的元素之间用英文逗号分隔：{1, 2, 3}。</translation>
     </message>
     <message>
         <source>An if, for, while or function is missing its end.</source>
-        <translation type="unfinished"></translation>
+        <translation>某个 if、for、while 或 function 缺少对应的 end。</translation>
     </message>
     <message>
         <source>Lua read a name where it expected a statement: check the spelling, and that a function call has its parentheses.</source>
-        <translation type="unfinished"></translation>
+        <translation>Lua 在应为语句的位置读到了一个名称：请检查拼写，并确认函数调用带有括号。</translation>
     </message>
     <message>
         <source>Lua has no +=, -= or ++: write x = x + 1.</source>
-        <translation type="unfinished"></translation>
+        <translation>Lua 没有 +=、-= 或 ++：请写成 x = x + 1。</translation>
     </message>
 </context>
 <context>
     <name>ScriptEngine::Impl</name>
     <message>
         <source>onReceive fell behind; bytes dropped: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>onReceive 处理不及，已丢弃字节数：%1</translation>
     </message>
     <message>
         <source>called from line %1</source>
-        <translation type="unfinished"></translation>
+        <translation>调用自第 %1 行</translation>
     </message>
     <message>
         <source>%1 ran for more than %L2 instructions without returning</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 执行超过 %L2 条指令仍未返回</translation>
     </message>
     <message>
         <source>onStop: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>onStop: %1</translation>
     </message>
     <message>
         <source>(%1 ms)</source>
-        <translation type="unfinished"></translation>
+        <translation>(%1 ms)</translation>
     </message>
     <message>
         <source>(no time limit)</source>
-        <translation type="unfinished"></translation>
+        <translation>(不限时)</translation>
     </message>
     <message>
         <source>sending</source>
-        <translation type="unfinished"></translation>
+        <translation>发送中</translation>
     </message>
     <message>
         <source>sleep %1 ms</source>
-        <translation type="unfinished"></translation>
+        <translation>sleep %1 ms</translation>
     </message>
     <message>
         <source>read(%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>read(%1)</translation>
     </message>
     <message>
         <source>readLine %1</source>
-        <translation type="unfinished"></translation>
+        <translation>readLine %1</translation>
     </message>
     <message>
         <source>idle, answering with onReceive</source>
-        <translation type="unfinished"></translation>
+        <translation>空闲，由 onReceive 应答</translation>
     </message>
     <message>
         <source>idle</source>
-        <translation type="unfinished"></translation>
+        <translation>空闲</translation>
     </message>
     <message>
         <source>%1 %2 %3</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 %2 %3</translation>
     </message>
 </context>
 <context>
     <name>SequenceBar</name>
     <message>
         <source>%1 s</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 秒</translation>
     </message>
     <message>
         <source>Stop</source>
-        <translation type="unfinished"></translation>
+        <translation>停止</translation>
     </message>
     <message>
         <source>Hide the result</source>
-        <translation type="unfinished"></translation>
+        <translation>隐藏结果</translation>
     </message>
     <message>
         <source>Sequence</source>
-        <translation type="unfinished"></translation>
+        <translation>序列</translation>
     </message>
     <message>
         <source>%1 · step %2/%3: %4 · %5</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 · 第 %2/%3 步：%4 · %5</translation>
     </message>
     <message numerus="yes">
         <source>%n failed</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%n 项失败</numerusform>
         </translation>
     </message>
     <message>
         <source>%1 passed in %2</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 通过，用时 %2</translation>
     </message>
     <message>
         <source>%1 failed at step %2 (%3): %4</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 在第 %2 步 (%3) 失败：%4</translation>
     </message>
     <message>
         <source>%1 stopped at step %2: %3</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 在第 %2 步停止：%3</translation>
     </message>
 </context>
 <context>
     <name>SequenceEngine</name>
     <message>
         <source>The sequence has no steps.</source>
-        <translation type="unfinished"></translation>
+        <translation>序列没有任何步骤。</translation>
     </message>
     <message>
         <source>Step %1 (%2): %3</source>
-        <translation type="unfinished"></translation>
+        <translation>第 %1 步 (%2)：%3</translation>
     </message>
     <message>
         <source>The command is empty.</source>
-        <translation type="unfinished"></translation>
+        <translation>命令为空。</translation>
     </message>
     <message>
         <source>there is no label &quot;%1&quot; above this step.</source>
-        <translation type="unfinished"></translation>
+        <translation>此步骤之前没有标签 "%1"。</translation>
     </message>
     <message>
         <source>the steps it repeats neither send, wait nor expect anything.</source>
-        <translation type="unfinished"></translation>
+        <translation>它所重复的步骤既不发送、不等待，也不期望任何应答。</translation>
     </message>
     <message>
         <source>no match within %1 ms</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 ms 内无匹配</translation>
     </message>
     <message>
         <source>matched after %1 ms</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 ms 后匹配成功</translation>
     </message>
     <message numerus="yes">
         <source>%n byte(s) sent</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>已发送 %n 个字节</numerusform>
         </translation>
     </message>
     <message>
         <source>the port did not accept the data</source>
-        <translation type="unfinished"></translation>
+        <translation>端口未接受数据</translation>
     </message>
     <message numerus="yes">
         <source>%n expectation(s) not met</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%n 项期望未满足</numerusform>
         </translation>
     </message>
 </context>
@@ -1795,84 +1796,84 @@ Do you want to save your changes?</source>
     <name>SequenceReport</name>
     <message>
         <source>Sequence report: &quot;%1&quot;</source>
-        <translation type="unfinished"></translation>
+        <translation>序列报告："%1"</translation>
     </message>
     <message>
         <source>Port:</source>
-        <translation type="unfinished"></translation>
+        <translation>端口：</translation>
     </message>
     <message>
         <source>Started:</source>
-        <translation type="unfinished"></translation>
+        <translation>开始时间：</translation>
     </message>
     <message>
         <source>Duration:</source>
-        <translation type="unfinished"></translation>
+        <translation>耗时：</translation>
     </message>
     <message>
         <source>%1 s</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 秒</translation>
     </message>
     <message>
         <source>RUNNING</source>
-        <translation type="unfinished"></translation>
+        <translation>运行中</translation>
     </message>
     <message>
         <source>PASSED</source>
-        <translation type="unfinished"></translation>
+        <translation>通过</translation>
     </message>
     <message>
         <source>FAILED at step %1</source>
-        <translation type="unfinished"></translation>
+        <translation>在第 %1 步失败</translation>
     </message>
     <message>
         <source>STOPPED at step %1</source>
-        <translation type="unfinished"></translation>
+        <translation>在第 %1 步停止</translation>
     </message>
     <message>
         <source>Result:</source>
-        <translation type="unfinished"></translation>
+        <translation>结果：</translation>
     </message>
     <message>
         <source>Checks:</source>
-        <translation type="unfinished"></translation>
+        <translation>检查：</translation>
     </message>
     <message>
         <source>pass</source>
-        <translation type="unfinished"></translation>
+        <translation>通过</translation>
     </message>
     <message>
         <source>failed</source>
-        <translation type="unfinished"></translation>
+        <translation>失败</translation>
     </message>
     <message>
         <source>Step</source>
-        <translation type="unfinished"></translation>
+        <translation>步骤</translation>
     </message>
     <message>
         <source>Start</source>
-        <translation type="unfinished"></translation>
+        <translation>开始</translation>
     </message>
     <message>
         <source>Took</source>
-        <translation type="unfinished"></translation>
+        <translation>耗时</translation>
     </message>
     <message>
         <source>Result</source>
-        <translation type="unfinished"></translation>
+        <translation>结果</translation>
     </message>
     <message>
         <source>Detail</source>
-        <translation type="unfinished"></translation>
+        <translation>详情</translation>
     </message>
     <message>
         <source>FAIL</source>
-        <translation type="unfinished"></translation>
+        <translation>失败</translation>
     </message>
     <message numerus="yes">
         <source>(%n more step execution(s) not listed)</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>（另有 %n 次步骤执行未列出）</numerusform>
         </translation>
     </message>
 </context>
@@ -1880,617 +1881,617 @@ Do you want to save your changes?</source>
     <name>SequenceReportExport</name>
     <message>
         <source>Text files (*.txt)</source>
-        <translation type="unfinished"></translation>
+        <translation>文本文件 (*.txt)</translation>
     </message>
     <message>
         <source>JSON files (*.json)</source>
-        <translation type="unfinished"></translation>
+        <translation>JSON 文件 (*.json)</translation>
     </message>
     <message>
         <source>Could not save %1: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>无法保存 %1：%2</translation>
     </message>
     <message>
         <source>Saved %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>已保存 %1。</translation>
     </message>
     <message>
         <source>The focused port has not run a sequence this session.</source>
-        <translation type="unfinished"></translation>
+        <translation>当前端口在本次会话中尚未运行过序列。</translation>
     </message>
     <message>
         <source>Export Sequence Report</source>
-        <translation type="unfinished"></translation>
+        <translation>导出序列报告</translation>
     </message>
 </context>
 <context>
     <name>SequenceRunner</name>
     <message>
         <source>A script is running on this port; stop it first.</source>
-        <translation type="unfinished"></translation>
+        <translation>此端口正在运行脚本，请先停止脚本。</translation>
     </message>
     <message>
         <source>stopped by the user</source>
-        <translation type="unfinished"></translation>
+        <translation>被用户停止</translation>
     </message>
     <message>
         <source>the connection was lost</source>
-        <translation type="unfinished"></translation>
+        <translation>连接丢失</translation>
     </message>
     <message>
         <source>the connection was closed</source>
-        <translation type="unfinished"></translation>
+        <translation>连接已关闭</translation>
     </message>
     <message>
         <source>a file transfer took the port over</source>
-        <translation type="unfinished"></translation>
+        <translation>文件传输占用了该端口</translation>
     </message>
     <message>
         <source>A sequence is already running on this port.</source>
-        <translation type="unfinished"></translation>
+        <translation>此端口已有序列正在运行。</translation>
     </message>
     <message numerus="yes">
         <source>Sequence &quot;%1&quot; started, %n step(s)</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>序列 "%1" 已开始，共 %n 个步骤</numerusform>
         </translation>
     </message>
     <message>
         <source>Sequence &quot;%1&quot; passed in %2 s</source>
-        <translation type="unfinished"></translation>
+        <translation>序列 "%1" 通过，用时 %2 秒</translation>
     </message>
     <message>
         <source>Sequence &quot;%1&quot; failed at step %2 after %3 s: %4</source>
-        <translation type="unfinished"></translation>
+        <translation>序列 "%1" 在第 %2 步失败，用时 %3 秒：%4</translation>
     </message>
     <message>
         <source>Sequence &quot;%1&quot; stopped at step %2 after %3 s: %4</source>
-        <translation type="unfinished"></translation>
+        <translation>序列 "%1" 在第 %2 步停止，用时 %3 秒：%4</translation>
     </message>
 </context>
 <context>
     <name>SequenceStepDialog</name>
     <message>
         <source>Sequence Step</source>
-        <translation type="unfinished"></translation>
+        <translation>序列步骤</translation>
     </message>
     <message>
         <source>Send a command</source>
-        <translation type="unfinished"></translation>
+        <translation>发送命令</translation>
     </message>
     <message>
         <source>Wait</source>
-        <translation type="unfinished"></translation>
+        <translation>等待</translation>
     </message>
     <message>
         <source>Expect a reply</source>
-        <translation type="unfinished"></translation>
+        <translation>期望应答</translation>
     </message>
     <message>
         <source>Repeat</source>
-        <translation type="unfinished"></translation>
+        <translation>重复</translation>
     </message>
     <message>
         <source>Label</source>
-        <translation type="unfinished"></translation>
+        <translation>标签</translation>
     </message>
     <message>
         <source>Step:</source>
-        <translation type="unfinished"></translation>
+        <translation>步骤：</translation>
     </message>
     <message>
         <source>(type it below)</source>
-        <translation type="unfinished"></translation>
+        <translation>（在下方输入）</translation>
     </message>
     <message>
         <source>%1 / %2</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 / %2</translation>
     </message>
     <message>
         <source>Copy from library:</source>
-        <translation type="unfinished"></translation>
+        <translation>从命令库复制：</translation>
     </message>
     <message>
         <source>Copies a library command into this step. The step keeps its own copy, so the sequence still works when it is handed over.</source>
-        <translation type="unfinished"></translation>
+        <translation>将命令库中的命令复制到此步骤。步骤会保留自己的副本，因此序列交给他人后仍可正常使用。</translation>
     </message>
     <message>
         <source> ms</source>
-        <translation type="unfinished"></translation>
+        <translation> ms</translation>
     </message>
     <message>
         <source>Pause for:</source>
-        <translation type="unfinished"></translation>
+        <translation>暂停时长：</translation>
     </message>
     <message>
         <source>Match:</source>
-        <translation type="unfinished"></translation>
+        <translation>匹配方式：</translation>
     </message>
     <message>
         <source>Pattern:</source>
-        <translation type="unfinished"></translation>
+        <translation>匹配内容：</translation>
     </message>
     <message>
         <source>No limit</source>
-        <translation type="unfinished"></translation>
+        <translation>不限</translation>
     </message>
     <message>
         <source>Within:</source>
-        <translation type="unfinished"></translation>
+        <translation>时限：</translation>
     </message>
     <message>
         <source>If nothing matches in time, record the failure and go on</source>
-        <translation type="unfinished"></translation>
+        <translation>若超时未匹配，记录失败并继续执行</translation>
     </message>
     <message>
         <source>Looks at what the port received since the last Send step. A match uses up the bytes it covers.</source>
-        <translation type="unfinished"></translation>
+        <translation>检查自上一个发送步骤以来端口收到的数据。匹配成功后，被匹配的字节即被消耗。</translation>
     </message>
     <message>
         <source>The start of the sequence</source>
-        <translation type="unfinished"></translation>
+        <translation>序列开头</translation>
     </message>
     <message>
         <source>Label &quot;%1&quot;</source>
-        <translation type="unfinished"></translation>
+        <translation>标签 "%1"</translation>
     </message>
     <message>
         <source>Go back to:</source>
-        <translation type="unfinished"></translation>
+        <translation>跳回到：</translation>
     </message>
     <message>
         <source>Until stopped</source>
-        <translation type="unfinished"></translation>
+        <translation>直到停止</translation>
     </message>
     <message>
         <source> times in all</source>
-        <translation type="unfinished"></translation>
+        <translation> 次</translation>
     </message>
     <message>
         <source>Run the steps:</source>
-        <translation type="unfinished"></translation>
+        <translation>共执行：</translation>
     </message>
     <message>
         <source>e.g. retry</source>
-        <translation type="unfinished"></translation>
+        <translation>例如 retry</translation>
     </message>
     <message>
         <source>Name:</source>
-        <translation type="unfinished"></translation>
+        <translation>名称：</translation>
     </message>
     <message>
         <source>A place a Repeat step further down can go back to.</source>
-        <translation type="unfinished"></translation>
+        <translation>供后面的重复步骤跳回的位置。</translation>
     </message>
 </context>
 <context>
     <name>SerialPortWidget</name>
     <message>
         <source>Enter the host to connect to.</source>
-        <translation type="unfinished"></translation>
+        <translation>请输入要连接的主机。</translation>
     </message>
     <message>
         <source>Port %1 cannot be connected to: use 1 to 65535.</source>
-        <translation type="unfinished"></translation>
+        <translation>无法连接端口 %1：请使用 1 到 65535 之间的端口号。</translation>
     </message>
     <message>
         <source>Port %1 cannot be listened on: use 0 to 65535.</source>
-        <translation type="unfinished"></translation>
+        <translation>无法监听端口 %1：请使用 0 到 65535 之间的端口号。</translation>
     </message>
     <message>
         <source>This connection type is not supported. Choose another one.</source>
-        <translation type="unfinished"></translation>
+        <translation>不支持此连接类型，请选择其他类型。</translation>
     </message>
     <message>
         <source>Opened %1</source>
-        <translation type="unfinished"></translation>
+        <translation>已打开 %1</translation>
     </message>
     <message>
         <source>Opened %1 (%2)</source>
-        <translation type="unfinished"></translation>
+        <translation>已打开 %1 (%2)</translation>
     </message>
     <message>
         <source>Choose a serial port or type its path.</source>
-        <translation type="unfinished"></translation>
+        <translation>请选择串口或输入其路径。</translation>
     </message>
     <message>
         <source>Live Relay needs the cloud client, which this build does not include yet.</source>
-        <translation type="unfinished"></translation>
+        <translation>Live Relay 需要云客户端，此版本尚未包含。</translation>
     </message>
     <message>
         <source>Closed %1</source>
-        <translation type="unfinished"></translation>
+        <translation>已关闭 %1</translation>
     </message>
     <message>
         <source>[%L1 bytes not shown: the view could not keep up with the data rate]</source>
-        <translation type="unfinished"></translation>
+        <translation>[%L1 字节未显示：显示速度跟不上数据速率]</translation>
     </message>
     <message>
         <source>Error (as shown in the UI): %1</source>
-        <translation type="unfinished"></translation>
+        <translation>错误（界面显示）：%1</translation>
     </message>
     <message>
         <source>Serial port lost</source>
-        <translation type="unfinished"></translation>
+        <translation>串口已丢失</translation>
     </message>
     <message>
         <source>Serial Port %1 lost, waiting for it to come back...</source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1 已丢失，等待其重新出现...</translation>
     </message>
     <message>
         <source>Connection lost</source>
-        <translation type="unfinished"></translation>
+        <translation>连接已断开</translation>
     </message>
     <message>
         <source>Connection lost, reconnecting...</source>
-        <translation type="unfinished"></translation>
+        <translation>连接已断开，正在重连...</translation>
     </message>
     <message>
         <source>Live Relay ended (as shown in the UI): %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Live Relay 已结束（界面显示）：%1</translation>
     </message>
     <message>
         <source>Live Relay ended: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Live Relay 已结束：%1</translation>
     </message>
     <message>
         <source>Reconnecting to %1:%2 ...</source>
-        <translation type="unfinished"></translation>
+        <translation>正在重连 %1:%2 ...</translation>
     </message>
     <message>
         <source>TCP connection RESTORED</source>
-        <translation type="unfinished"></translation>
+        <translation>TCP 连接已恢复</translation>
     </message>
     <message>
         <source>Reconnected %1</source>
-        <translation type="unfinished"></translation>
+        <translation>已重连 %1</translation>
     </message>
     <message>
         <source>Serial Port %1 RECONNECTED</source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1 已重连</translation>
     </message>
     <message>
         <source>Break on a remote serial port needs RFC 2217 com-port control, which this build does not include yet.</source>
-        <translation type="unfinished"></translation>
+        <translation>在远程串口上发送 Break 信号需要 RFC 2217 串口控制功能，此版本尚未包含。</translation>
     </message>
     <message>
         <source>RTS is driven by RTS/CTS flow control and cannot be set by hand.</source>
-        <translation type="unfinished"></translation>
+        <translation>RTS 由 RTS/CTS 流控驱动，无法手动设置。</translation>
     </message>
     <message>
         <source>The remote port is left under its own configuration. Clear &quot;Keep the remote port&apos;s own config&quot; to drive RTS, DTR and Break from here.</source>
-        <translation type="unfinished"></translation>
+        <translation>远程端口保持其自身配置。取消勾选“保留远程端口自身配置”后，才能在此控制 RTS、DTR 和 Break。</translation>
     </message>
     <message>
         <source>Control lines belong to a serial port. This connection does not have one.</source>
-        <translation type="unfinished"></translation>
+        <translation>控制线属于串口，而此连接没有串口。</translation>
     </message>
     <message>
         <source>No TCP client is connected yet.</source>
-        <translation type="unfinished"></translation>
+        <translation>尚无 TCP 客户端连接。</translation>
     </message>
     <message>
         <source>The port is not open.</source>
-        <translation type="unfinished"></translation>
+        <translation>端口未打开。</translation>
     </message>
     <message>
         <source>A file transfer is running.</source>
-        <translation type="unfinished"></translation>
+        <translation>正在进行文件传输。</translation>
     </message>
     <message>
         <source>A file transfer is using this port. Sending data now would corrupt it.</source>
-        <translation type="unfinished"></translation>
+        <translation>文件传输正在使用此端口，此时发送数据会破坏传输。</translation>
     </message>
     <message>
         <source>A file transfer is using this port. Changing the port settings would interrupt it.</source>
-        <translation type="unfinished"></translation>
+        <translation>文件传输正在使用此端口，更改端口设置会中断传输。</translation>
     </message>
     <message>
         <source>A file transfer is using this port. Changing the control lines would interrupt it.</source>
-        <translation type="unfinished"></translation>
+        <translation>文件传输正在使用此端口，更改控制线会中断传输。</translation>
     </message>
     <message>
         <source>Serial Port %1 DISCONNECTED</source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1 已断开</translation>
     </message>
     <message>
         <source>Send</source>
-        <translation type="unfinished"></translation>
+        <translation>发送</translation>
     </message>
     <message>
         <source>Open</source>
-        <translation type="unfinished"></translation>
+        <translation>打开</translation>
     </message>
     <message>
         <source>Close</source>
-        <translation type="unfinished"></translation>
+        <translation>关闭</translation>
     </message>
     <message>
         <source>Resume</source>
-        <translation type="unfinished"></translation>
+        <translation>继续</translation>
     </message>
     <message>
         <source>Pause</source>
-        <translation type="unfinished"></translation>
+        <translation>暂停</translation>
     </message>
     <message>
         <source>&lt;font color = green&gt; %1 OPENED, %2, %3, %4, %5, %6 &lt;/font&gt;</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;font color = green&gt; %1 已打开, %2, %3, %4, %5, %6 &lt;/font&gt;</translation>
     </message>
     <message>
         <source>&lt;font color = red&gt; %1 CLOSED &lt;/font&gt;</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;font color = red&gt; %1 已关闭 &lt;/font&gt;</translation>
     </message>
     <message numerus="yes">
         <source>&lt;font color = green&gt; TCP server %1 LISTENING, %n client(s) &lt;/font&gt;</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>&lt;font color = green&gt; TCP 服务器 %1 监听中，%n 个客户端 &lt;/font&gt;</numerusform>
         </translation>
     </message>
     <message>
         <source>&lt;font color = red&gt; TCP server :%1 CLOSED &lt;/font&gt;</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;font color = red&gt; TCP 服务器 :%1 已关闭 &lt;/font&gt;</translation>
     </message>
     <message>
         <source>&lt;font color = green&gt; TCP %1 CONNECTED &lt;/font&gt;</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;font color = green&gt; TCP %1 已连接 &lt;/font&gt;</translation>
     </message>
     <message>
         <source>&lt;font color = orange&gt; TCP %1 CONNECTING &lt;/font&gt;</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;font color = orange&gt; TCP %1 连接中 &lt;/font&gt;</translation>
     </message>
     <message>
         <source>&lt;font color = orange&gt; TCP %1 RECONNECTING &lt;/font&gt;</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;font color = orange&gt; TCP %1 重连中 &lt;/font&gt;</translation>
     </message>
     <message>
         <source>&lt;font color = red&gt; TCP %1 CLOSED &lt;/font&gt;</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;font color = red&gt; TCP %1 已关闭 &lt;/font&gt;</translation>
     </message>
     <message numerus="yes">
         <source>&lt;font color = green&gt; UDP bound to port %1, %n peer(s) &lt;/font&gt;</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>&lt;font color = green&gt; UDP 已绑定端口 %1，%n 个对端 &lt;/font&gt;</numerusform>
         </translation>
     </message>
     <message>
         <source>&lt;font color = red&gt; UDP CLOSED &lt;/font&gt;</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;font color = red&gt; UDP 已关闭 &lt;/font&gt;</translation>
     </message>
     <message>
         <source>&lt;font color = green&gt; Live Relay %1 CONNECTED &lt;/font&gt;</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;font color = green&gt; Live Relay %1 已连接 &lt;/font&gt;</translation>
     </message>
     <message>
         <source>&lt;font color = red&gt; Live Relay CLOSED &lt;/font&gt;</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;font color = red&gt; Live Relay 已关闭 &lt;/font&gt;</translation>
     </message>
     <message>
         <source>Rx: %L1 Bytes</source>
-        <translation type="unfinished"></translation>
+        <translation>接收：%L1 字节</translation>
     </message>
     <message>
         <source>Tx: %L1 Bytes</source>
-        <translation type="unfinished"></translation>
+        <translation>发送：%L1 字节</translation>
     </message>
     <message>
         <source>Select Log File</source>
-        <translation type="unfinished"></translation>
+        <translation>选择日志文件</translation>
     </message>
     <message>
         <source>Log files (*.log);;All files (*.*);;Text files (*.txt)</source>
-        <translation type="unfinished"></translation>
+        <translation>日志文件 (*.log);;所有文件 (*.*);;文本文件 (*.txt)</translation>
     </message>
     <message>
         <source>Receive Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>接收设置</translation>
     </message>
     <message>
         <source>How received data is shown</source>
-        <translation type="unfinished"></translation>
+        <translation>接收数据的显示方式</translation>
     </message>
     <message>
         <source>Text</source>
-        <translation type="unfinished"></translation>
+        <translation>文本</translation>
     </message>
     <message>
         <source>Hex</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制</translation>
     </message>
     <message>
         <source>Format</source>
-        <translation type="unfinished"></translation>
+        <translation>格式</translation>
     </message>
     <message>
         <source>Show received data as text or hex, and the encoding to read it with</source>
-        <translation type="unfinished"></translation>
+        <translation>以文本或十六进制显示接收数据，以及解码所用的编码</translation>
     </message>
     <message>
         <source>Auto Line Feed</source>
-        <translation type="unfinished"></translation>
+        <translation>自动换行</translation>
     </message>
     <message>
         <source>Start a new line after an idle interval</source>
-        <translation type="unfinished"></translation>
+        <translation>空闲超过设定时间后另起一行</translation>
     </message>
     <message>
         <source> ms</source>
-        <translation type="unfinished"></translation>
+        <translation> ms</translation>
     </message>
     <message>
         <source>Display Time</source>
-        <translation type="unfinished"></translation>
+        <translation>显示时间</translation>
     </message>
     <message>
         <source>Prefix received data with a timestamp</source>
-        <translation type="unfinished"></translation>
+        <translation>在接收数据前加上时间戳</translation>
     </message>
     <message>
         <source>Log to File</source>
-        <translation type="unfinished"></translation>
+        <translation>保存日志</translation>
     </message>
     <message>
         <source>Write what the port shows to a log file</source>
-        <translation type="unfinished"></translation>
+        <translation>将端口显示的内容写入日志文件</translation>
     </message>
     <message>
         <source>Choose the log file</source>
-        <translation type="unfinished"></translation>
+        <translation>选择日志文件</translation>
     </message>
     <message>
         <source>Send Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>发送设置</translation>
     </message>
     <message>
         <source>How data is sent</source>
-        <translation type="unfinished"></translation>
+        <translation>数据的发送方式</translation>
     </message>
     <message>
         <source>Send the input as text or hex, and the encoding to send it with</source>
-        <translation type="unfinished"></translation>
+        <translation>以文本或十六进制发送输入内容，以及发送所用的编码</translation>
     </message>
     <message>
         <source>Loop Send</source>
-        <translation type="unfinished"></translation>
+        <translation>循环发送</translation>
     </message>
     <message>
         <source>Resend automatically at an interval</source>
-        <translation type="unfinished"></translation>
+        <translation>按设定间隔自动重复发送</translation>
     </message>
     <message>
         <source>Append Line Ending</source>
-        <translation type="unfinished"></translation>
+        <translation>追加换行</translation>
     </message>
     <message>
         <source>Ending appended to each send</source>
-        <translation type="unfinished"></translation>
+        <translation>每次发送时追加的换行符</translation>
     </message>
     <message>
         <source>Enter Sends</source>
-        <translation type="unfinished"></translation>
+        <translation>回车发送</translation>
     </message>
     <message>
         <source>Bytes sent when Enter is pressed in the receive terminal</source>
-        <translation type="unfinished"></translation>
+        <translation>在接收终端中按回车键时发送的字节</translation>
     </message>
     <message>
         <source>Append Checksum</source>
-        <translation type="unfinished"></translation>
+        <translation>追加校验</translation>
     </message>
     <message>
         <source>Checksum appended to each send</source>
-        <translation type="unfinished"></translation>
+        <translation>每次发送时追加的校验值</translation>
     </message>
     <message>
         <source>Display Send</source>
-        <translation type="unfinished"></translation>
+        <translation>显示发送</translation>
     </message>
     <message>
         <source>Echo sent data in the display</source>
-        <translation type="unfinished"></translation>
+        <translation>在显示区回显已发送的数据</translation>
     </message>
     <message>
         <source>Local Echo</source>
-        <translation type="unfinished"></translation>
+        <translation>本地回显</translation>
     </message>
     <message>
         <source>Echo keys typed into the receive terminal</source>
-        <translation type="unfinished"></translation>
+        <translation>回显在接收终端中键入的按键</translation>
     </message>
     <message>
         <source>Line by Line</source>
-        <translation type="unfinished"></translation>
+        <translation>逐行发送</translation>
     </message>
     <message>
         <source>Send multi-line input line by line</source>
-        <translation type="unfinished"></translation>
+        <translation>将多行输入逐行发送</translation>
     </message>
     <message>
         <source>Escapes</source>
-        <translation type="unfinished"></translation>
+        <translation>转义</translation>
     </message>
     <message>
         <source>Expand \n, \r, \t, \xHH and other backslash escapes in text</source>
-        <translation type="unfinished"></translation>
+        <translation>展开文本中的 \n、\r、\t、\xHH 等反斜杠转义序列</translation>
     </message>
     <message>
         <source>Format Hex</source>
-        <translation type="unfinished"></translation>
+        <translation>规整十六进制</translation>
     </message>
     <message>
         <source>Rewrite hex input as spaced upper-case pairs after sending</source>
-        <translation type="unfinished"></translation>
+        <translation>发送后将十六进制输入整理为以空格分隔的大写字节</translation>
     </message>
     <message>
         <source>How text and hex input are read</source>
-        <translation type="unfinished"></translation>
+        <translation>文本和十六进制输入的解析方式</translation>
     </message>
     <message>
         <source>Clear</source>
-        <translation type="unfinished"></translation>
+        <translation>清空</translation>
     </message>
     <message>
         <source>Connection Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>连接设置</translation>
     </message>
     <message>
         <source>Port and connection parameters</source>
-        <translation type="unfinished"></translation>
+        <translation>端口和连接参数</translation>
     </message>
     <message>
         <source>Send to</source>
-        <translation type="unfinished"></translation>
+        <translation>发送到</translation>
     </message>
     <message>
         <source>Messages sent before, newest first</source>
-        <translation type="unfinished"></translation>
+        <translation>之前发送过的消息，最新的在前</translation>
     </message>
     <message>
         <source>History</source>
-        <translation type="unfinished"></translation>
+        <translation>历史记录</translation>
     </message>
     <message>
         <source>Text to send</source>
-        <translation type="unfinished"></translation>
+        <translation>待发送的文本</translation>
     </message>
     <message>
         <source>None</source>
-        <translation type="unfinished"></translation>
+        <translation>无</translation>
     </message>
     <message>
         <source>rule %1</source>
-        <translation type="unfinished"></translation>
+        <translation>规则 %1</translation>
     </message>
     <message numerus="yes">
         <source>Auto reply %1: %n byte(s) sent</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>自动应答 %1：已发送 %n 个字节</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>Auto reply %1: %n byte(s) sent to %2</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>自动应答 %1：已向 %2 发送 %n 个字节</numerusform>
         </translation>
     </message>
     <message>
         <source>Auto reply %1: matched, no reply (%2)</source>
-        <translation type="unfinished"></translation>
+        <translation>自动应答 %1：已匹配，未应答（%2）</translation>
     </message>
     <message>
         <source>Auto reply: playing dead</source>
-        <translation type="unfinished"></translation>
+        <translation>自动应答：假死中</translation>
     </message>
     <message numerus="yes">
         <source>Auto reply: %n rule(s)</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>自动应答：%n 条规则</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>%n reply(ies) sent. Click to edit the rules.</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>已发送 %n 次应答。单击可编辑规则。</numerusform>
         </translation>
     </message>
 </context>
@@ -2498,759 +2499,759 @@ Do you want to save your changes?</source>
     <name>SetConfigFilePathDialog</name>
     <message>
         <source>Velmora</source>
-        <translation type="unfinished"></translation>
+        <translation>Velmora</translation>
     </message>
     <message>
         <source>Choose the file in which Velmora keeps the settings of your last session. You can keep the suggested place.</source>
-        <translation type="unfinished"></translation>
+        <translation>选择 Velmora 保存上次会话设置的文件。可以保留建议的位置。</translation>
     </message>
     <message>
         <source>Browse...</source>
-        <translation type="unfinished"></translation>
+        <translation>浏览...</translation>
     </message>
     <message>
         <source>Settings File</source>
-        <translation type="unfinished"></translation>
+        <translation>设置文件</translation>
     </message>
     <message>
         <source>Settings files (*.ini)</source>
-        <translation type="unfinished"></translation>
+        <translation>设置文件 (*.ini)</translation>
     </message>
 </context>
 <context>
     <name>SettingsCodec</name>
     <message>
         <source>Fixed font</source>
-        <translation type="unfinished"></translation>
+        <translation>等宽字体</translation>
     </message>
     <message>
         <source>%1, %2 pt</source>
-        <translation type="unfinished"></translation>
+        <translation>%1, %2 pt</translation>
     </message>
 </context>
 <context>
     <name>SettingsPanel</name>
     <message>
         <source>Connection</source>
-        <translation type="unfinished"></translation>
+        <translation>连接</translation>
     </message>
     <message>
         <source>Port and connection parameters</source>
-        <translation type="unfinished"></translation>
+        <translation>端口和连接参数</translation>
     </message>
     <message>
         <source>A port from the list, or any device path such as /dev/serial/by-id/... or a pseudo-terminal</source>
-        <translation type="unfinished"></translation>
+        <translation>从列表中选择端口，或输入任意设备路径，例如 /dev/serial/by-id/... 或伪终端</translation>
     </message>
     <message>
         <source>Serial transfer speed</source>
-        <translation type="unfinished"></translation>
+        <translation>串口传输速率</translation>
     </message>
     <message>
         <source>Data bits per frame</source>
-        <translation type="unfinished"></translation>
+        <translation>每帧数据位数</translation>
     </message>
     <message>
         <source>Parity check mode</source>
-        <translation type="unfinished"></translation>
+        <translation>校验方式</translation>
     </message>
     <message>
         <source>Stop bits per frame</source>
-        <translation type="unfinished"></translation>
+        <translation>每帧停止位数</translation>
     </message>
     <message>
         <source>Flow control method</source>
-        <translation type="unfinished"></translation>
+        <translation>流控方式</translation>
     </message>
     <message>
         <source>DTR on</source>
-        <translation type="unfinished"></translation>
+        <translation>DTR 有效</translation>
     </message>
     <message>
         <source>Raise DTR when the port opens</source>
-        <translation type="unfinished"></translation>
+        <translation>打开端口时置 DTR 有效</translation>
     </message>
     <message>
         <source>RTS on</source>
-        <translation type="unfinished"></translation>
+        <translation>RTS 有效</translation>
     </message>
     <message>
         <source>Raise RTS when the port opens; RTS/CTS flow control drives RTS itself</source>
-        <translation type="unfinished"></translation>
+        <translation>打开端口时置 RTS 有效；使用 RTS/CTS 流控时由流控自行驱动 RTS</translation>
     </message>
     <message>
         <source>Host name or address of the peer; recently used hosts are listed</source>
-        <translation type="unfinished"></translation>
+        <translation>对端的主机名或地址；列表中为最近使用过的主机</translation>
     </message>
     <message>
         <source>The local port the UDP client binds</source>
-        <translation type="unfinished"></translation>
+        <translation>UDP 客户端绑定的本地端口</translation>
     </message>
     <message>
         <source>The local port the UDP server binds</source>
-        <translation type="unfinished"></translation>
+        <translation>UDP 服务器绑定的本地端口</translation>
     </message>
     <message>
         <source>Keep the remote port&apos;s own config</source>
-        <translation type="unfinished"></translation>
+        <translation>保留远程端口自身配置</translation>
     </message>
     <message>
         <source>Leave the remote port&apos;s line parameters as they are instead of sending these</source>
-        <translation type="unfinished"></translation>
+        <translation>保持远程端口的线路参数不变，不发送此处的参数</translation>
     </message>
     <message>
         <source>Mode</source>
-        <translation type="unfinished"></translation>
+        <translation>模式</translation>
     </message>
     <message>
         <source>Port</source>
-        <translation type="unfinished"></translation>
+        <translation>端口</translation>
     </message>
     <message>
         <source>Baudrate</source>
-        <translation type="unfinished"></translation>
+        <translation>波特率</translation>
     </message>
     <message>
         <source>Data Bits</source>
-        <translation type="unfinished"></translation>
+        <translation>数据位</translation>
     </message>
     <message>
         <source>Parity</source>
-        <translation type="unfinished"></translation>
+        <translation>校验位</translation>
     </message>
     <message>
         <source>Stop Bits</source>
-        <translation type="unfinished"></translation>
+        <translation>停止位</translation>
     </message>
     <message>
         <source>Flow Type</source>
-        <translation type="unfinished"></translation>
+        <translation>流控</translation>
     </message>
     <message>
         <source>At open</source>
-        <translation type="unfinished"></translation>
+        <translation>打开时</translation>
     </message>
     <message>
         <source>Host</source>
-        <translation type="unfinished"></translation>
+        <translation>主机</translation>
     </message>
     <message>
         <source>Remote port</source>
-        <translation type="unfinished"></translation>
+        <translation>远程端口</translation>
     </message>
     <message>
         <source>Local port</source>
-        <translation type="unfinished"></translation>
+        <translation>本地端口</translation>
     </message>
     <message>
         <source>Listen port</source>
-        <translation type="unfinished"></translation>
+        <translation>监听端口</translation>
     </message>
     <message>
         <source>Remote computer</source>
-        <translation type="unfinished"></translation>
+        <translation>远程计算机</translation>
     </message>
     <message>
         <source>Receive</source>
-        <translation type="unfinished"></translation>
+        <translation>接收</translation>
     </message>
     <message>
         <source>How received data is shown</source>
-        <translation type="unfinished"></translation>
+        <translation>接收数据的显示方式</translation>
     </message>
     <message>
         <source>Show received data as text or hex, and the encoding to read it with</source>
-        <translation type="unfinished"></translation>
+        <translation>以文本或十六进制显示接收数据，以及解码所用的编码</translation>
     </message>
     <message>
         <source>Format</source>
-        <translation type="unfinished"></translation>
+        <translation>格式</translation>
     </message>
     <message>
         <source>Auto Line Feed</source>
-        <translation type="unfinished"></translation>
+        <translation>自动换行</translation>
     </message>
     <message>
         <source>Start a new line after an idle interval</source>
-        <translation type="unfinished"></translation>
+        <translation>空闲超过设定时间后另起一行</translation>
     </message>
     <message>
         <source> ms</source>
-        <translation type="unfinished"></translation>
+        <translation> ms</translation>
     </message>
     <message>
         <source>The idle interval that starts a new line</source>
-        <translation type="unfinished"></translation>
+        <translation>触发换行的空闲间隔</translation>
     </message>
     <message>
         <source>The line ending of received text</source>
-        <translation type="unfinished"></translation>
+        <translation>接收文本的换行符</translation>
     </message>
     <message>
         <source>Line Ending</source>
-        <translation type="unfinished"></translation>
+        <translation>换行符</translation>
     </message>
     <message>
         <source>Display Time</source>
-        <translation type="unfinished"></translation>
+        <translation>显示时间</translation>
     </message>
     <message>
         <source>Prefix received data with a timestamp</source>
-        <translation type="unfinished"></translation>
+        <translation>在接收数据前加上时间戳</translation>
     </message>
     <message>
         <source>A time format such as hh:mm:ss.zzz; other text is shown as it is</source>
-        <translation type="unfinished"></translation>
+        <translation>时间格式，如 hh:mm:ss.zzz；其他文字按原样显示</translation>
     </message>
     <message>
         <source>Received stamp</source>
-        <translation type="unfinished"></translation>
+        <translation>接收时间戳</translation>
     </message>
     <message>
         <source>Sent stamp</source>
-        <translation type="unfinished"></translation>
+        <translation>发送时间戳</translation>
     </message>
     <message>
         <source> MiB</source>
-        <translation type="unfinished"></translation>
+        <translation> MiB</translation>
     </message>
     <message>
         <source>Received data kept for the display and while paused</source>
-        <translation type="unfinished"></translation>
+        <translation>为显示及暂停期间保留的接收数据量</translation>
     </message>
     <message>
         <source>Display buffer</source>
-        <translation type="unfinished"></translation>
+        <translation>显示缓冲区</translation>
     </message>
     <message>
         <source>Choose...</source>
-        <translation type="unfinished"></translation>
+        <translation>选择...</translation>
     </message>
     <message>
         <source>Font</source>
-        <translation type="unfinished"></translation>
+        <translation>字体</translation>
     </message>
     <message>
         <source>Colour text</source>
-        <translation type="unfinished"></translation>
+        <translation>彩色文本</translation>
     </message>
     <message>
         <source>Show received and sent text in the colours chosen here</source>
-        <translation type="unfinished"></translation>
+        <translation>使用此处所选的颜色显示接收和发送的文本</translation>
     </message>
     <message>
         <source>Colour of sent text</source>
-        <translation type="unfinished"></translation>
+        <translation>发送文本的颜色</translation>
     </message>
     <message>
         <source>Colour of received text</source>
-        <translation type="unfinished"></translation>
+        <translation>接收文本的颜色</translation>
     </message>
     <message>
         <source>Show control line indicators</source>
-        <translation type="unfinished"></translation>
+        <translation>显示控制线指示灯</translation>
     </message>
     <message>
         <source>Show the row of TX/RX and control line lights</source>
-        <translation type="unfinished"></translation>
+        <translation>显示 TX/RX 和控制线指示灯一栏</translation>
     </message>
     <message>
         <source>Sent Text Colour</source>
-        <translation type="unfinished"></translation>
+        <translation>发送文本颜色</translation>
     </message>
     <message>
         <source>Received Text Colour</source>
-        <translation type="unfinished"></translation>
+        <translation>接收文本颜色</translation>
     </message>
     <message>
         <source>Send</source>
-        <translation type="unfinished"></translation>
+        <translation>发送</translation>
     </message>
     <message>
         <source>How data is sent</source>
-        <translation type="unfinished"></translation>
+        <translation>数据的发送方式</translation>
     </message>
     <message>
         <source>Send the input as text or hex, and the encoding to send it with</source>
-        <translation type="unfinished"></translation>
+        <translation>以文本或十六进制发送输入内容，以及发送所用的编码</translation>
     </message>
     <message>
         <source>Ending appended to each send</source>
-        <translation type="unfinished"></translation>
+        <translation>每次发送时追加的换行符</translation>
     </message>
     <message>
         <source>Append Line Ending</source>
-        <translation type="unfinished"></translation>
+        <translation>追加换行</translation>
     </message>
     <message>
         <source>Bytes sent when Enter is pressed in the receive terminal</source>
-        <translation type="unfinished"></translation>
+        <translation>在接收终端中按回车键时发送的字节</translation>
     </message>
     <message>
         <source>Enter Sends</source>
-        <translation type="unfinished"></translation>
+        <translation>回车发送</translation>
     </message>
     <message>
         <source>Checksum appended to each send</source>
-        <translation type="unfinished"></translation>
+        <translation>每次发送时追加的校验值</translation>
     </message>
     <message>
         <source>Append Checksum</source>
-        <translation type="unfinished"></translation>
+        <translation>追加校验</translation>
     </message>
     <message>
         <source>Escapes</source>
-        <translation type="unfinished"></translation>
+        <translation>转义</translation>
     </message>
     <message>
         <source>Expand \n, \r, \t, \xHH and other backslash escapes in text</source>
-        <translation type="unfinished"></translation>
+        <translation>展开文本中的 \n、\r、\t、\xHH 等反斜杠转义序列</translation>
     </message>
     <message>
         <source>Format Hex</source>
-        <translation type="unfinished"></translation>
+        <translation>规整十六进制</translation>
     </message>
     <message>
         <source>Rewrite hex input as spaced upper-case pairs after sending</source>
-        <translation type="unfinished"></translation>
+        <translation>发送后将十六进制输入整理为以空格分隔的大写字节</translation>
     </message>
     <message>
         <source>Comments</source>
-        <translation type="unfinished"></translation>
+        <translation>注释</translation>
     </message>
     <message>
         <source>Allow comments in the send input</source>
-        <translation type="unfinished"></translation>
+        <translation>允许在发送输入中使用注释</translation>
     </message>
     <message>
         <source>Display Send</source>
-        <translation type="unfinished"></translation>
+        <translation>显示发送</translation>
     </message>
     <message>
         <source>Echo sent data in the display</source>
-        <translation type="unfinished"></translation>
+        <translation>在显示区回显已发送的数据</translation>
     </message>
     <message>
         <source>Local Echo</source>
-        <translation type="unfinished"></translation>
+        <translation>本地回显</translation>
     </message>
     <message>
         <source>Echo keys typed into the receive terminal</source>
-        <translation type="unfinished"></translation>
+        <translation>回显在接收终端中键入的按键</translation>
     </message>
     <message>
         <source>Line by Line</source>
-        <translation type="unfinished"></translation>
+        <translation>逐行发送</translation>
     </message>
     <message>
         <source>Send multi-line input line by line</source>
-        <translation type="unfinished"></translation>
+        <translation>将多行输入逐行发送</translation>
     </message>
     <message>
         <source>Loop Send</source>
-        <translation type="unfinished"></translation>
+        <translation>循环发送</translation>
     </message>
     <message>
         <source>Resend automatically at an interval</source>
-        <translation type="unfinished"></translation>
+        <translation>按设定间隔自动重复发送</translation>
     </message>
     <message>
         <source>The interval between sends, in the unit beside it</source>
-        <translation type="unfinished"></translation>
+        <translation>两次发送之间的间隔，单位见旁边的选项</translation>
     </message>
     <message>
         <source>Log</source>
-        <translation type="unfinished"></translation>
+        <translation>日志</translation>
     </message>
     <message>
         <source>How the port writes what it shows to a file</source>
-        <translation type="unfinished"></translation>
+        <translation>端口将显示内容写入文件的方式</translation>
     </message>
     <message>
         <source>Log to File</source>
-        <translation type="unfinished"></translation>
+        <translation>保存日志</translation>
     </message>
     <message>
         <source>Write what the port shows to a log file</source>
-        <translation type="unfinished"></translation>
+        <translation>将端口显示的内容写入日志文件</translation>
     </message>
     <message>
         <source>Append</source>
-        <translation type="unfinished"></translation>
+        <translation>追加</translation>
     </message>
     <message>
         <source>Add to an existing file instead of starting it afresh</source>
-        <translation type="unfinished"></translation>
+        <translation>追加到已有文件，而不是重新开始写入</translation>
     </message>
     <message>
         <source>Ask for Name</source>
-        <translation type="unfinished"></translation>
+        <translation>询问文件名</translation>
     </message>
     <message>
         <source>Ask for the file name each time logging starts</source>
-        <translation type="unfinished"></translation>
+        <translation>每次开始记录日志时询问文件名</translation>
     </message>
     <message>
         <source>Start on Connect</source>
-        <translation type="unfinished"></translation>
+        <translation>连接时开始</translation>
     </message>
     <message>
         <source>Start logging by itself when the port opens</source>
-        <translation type="unfinished"></translation>
+        <translation>端口打开时自动开始记录日志</translation>
     </message>
     <message>
         <source>The log file. %S is replaced by the port name; %Y, %y, %M, %D, %h, %m, %s and %z by the year, two-digit year, month, day, hour, minute, second and millisecond</source>
-        <translation type="unfinished"></translation>
+        <translation>日志文件。%S 替换为端口名；%Y、%y、%M、%D、%h、%m、%s 和 %z 分别替换为年、两位年份、月、日、时、分、秒和毫秒</translation>
     </message>
     <message>
         <source>Browse...</source>
-        <translation type="unfinished"></translation>
+        <translation>浏览...</translation>
     </message>
     <message>
         <source>File</source>
-        <translation type="unfinished"></translation>
+        <translation>文件</translation>
     </message>
     <message>
         <source>Time Stamp</source>
-        <translation type="unfinished"></translation>
+        <translation>时间戳</translation>
     </message>
     <message>
         <source>Begin each logged line with a time stamp</source>
-        <translation type="unfinished"></translation>
+        <translation>每行日志以时间戳开头</translation>
     </message>
     <message>
         <source>%h, %m, %s and %z stand for the hour, minute, second and millisecond</source>
-        <translation type="unfinished"></translation>
+        <translation>%h、%m、%s 和 %z 分别表示时、分、秒和毫秒</translation>
     </message>
     <message>
         <source>Rotate above</source>
-        <translation type="unfinished"></translation>
+        <translation>按大小轮转</translation>
     </message>
     <message>
         <source>Start a new file when the log grows past this size</source>
-        <translation type="unfinished"></translation>
+        <translation>日志超过此大小时新建文件</translation>
     </message>
     <message>
         <source>Rotate daily at</source>
-        <translation type="unfinished"></translation>
+        <translation>每天轮转于</translation>
     </message>
     <message>
         <source>Start a new file every day at this time</source>
-        <translation type="unfinished"></translation>
+        <translation>每天在此时间新建文件</translation>
     </message>
     <message>
         <source>Hour in file name</source>
-        <translation type="unfinished"></translation>
+        <translation>文件名含小时</translation>
     </message>
     <message>
         <source>Rotated file names carry the hour</source>
-        <translation type="unfinished"></translation>
+        <translation>轮转后的文件名包含小时</translation>
     </message>
     <message>
         <source>Serial</source>
-        <translation type="unfinished"></translation>
+        <translation>串口</translation>
     </message>
     <message>
         <source>TCP Server</source>
-        <translation type="unfinished"></translation>
+        <translation>TCP 服务器</translation>
     </message>
     <message>
         <source>TCP Client</source>
-        <translation type="unfinished"></translation>
+        <translation>TCP 客户端</translation>
     </message>
     <message>
         <source>UDP Server</source>
-        <translation type="unfinished"></translation>
+        <translation>UDP 服务器</translation>
     </message>
     <message>
         <source>UDP Client</source>
-        <translation type="unfinished"></translation>
+        <translation>UDP 客户端</translation>
     </message>
     <message>
         <source>Remote Serial (RFC 2217)</source>
-        <translation type="unfinished"></translation>
+        <translation>远程串口 (RFC 2217)</translation>
     </message>
     <message>
         <source>Live Relay</source>
-        <translation type="unfinished"></translation>
+        <translation>Live Relay</translation>
     </message>
     <message>
         <source>Custom</source>
-        <translation type="unfinished"></translation>
+        <translation>自定义</translation>
     </message>
     <message>
         <source>None</source>
-        <translation type="unfinished"></translation>
+        <translation>无</translation>
     </message>
     <message>
         <source>Even</source>
-        <translation type="unfinished"></translation>
+        <translation>偶校验</translation>
     </message>
     <message>
         <source>Odd</source>
-        <translation type="unfinished"></translation>
+        <translation>奇校验</translation>
     </message>
     <message>
         <source>Mark</source>
-        <translation type="unfinished"></translation>
+        <translation>标记校验</translation>
     </message>
     <message>
         <source>Space</source>
-        <translation type="unfinished"></translation>
+        <translation>空格校验</translation>
     </message>
     <message>
         <source>RTS/CTS</source>
-        <translation type="unfinished"></translation>
+        <translation>RTS/CTS</translation>
     </message>
     <message>
         <source>XON/XOFF</source>
-        <translation type="unfinished"></translation>
+        <translation>XON/XOFF</translation>
     </message>
     <message>
         <source>Text</source>
-        <translation type="unfinished"></translation>
+        <translation>文本</translation>
     </message>
     <message>
         <source>Hex</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制</translation>
     </message>
     <message>
         <source>ms</source>
-        <translation type="unfinished"></translation>
+        <translation>ms</translation>
     </message>
     <message>
         <source>s</source>
-        <translation type="unfinished"></translation>
+        <translation>秒</translation>
     </message>
     <message>
         <source>min</source>
-        <translation type="unfinished"></translation>
+        <translation>分钟</translation>
     </message>
     <message>
         <source>UDP Group</source>
-        <translation type="unfinished"></translation>
+        <translation>UDP 组播</translation>
     </message>
     <message>
         <source>Unused</source>
-        <translation type="unfinished"></translation>
+        <translation>未使用</translation>
     </message>
     <message>
         <source>%1 on %2</source>
-        <translation type="unfinished"></translation>
+        <translation>%2 上的 %1</translation>
     </message>
     <message>
         <source>None chosen</source>
-        <translation type="unfinished"></translation>
+        <translation>未选择</translation>
     </message>
     <message>
         <source>× %1 ms</source>
-        <translation type="unfinished"></translation>
+        <translation>× %1 ms</translation>
     </message>
     <message>
         <source>Please input correct log file name!</source>
-        <translation type="unfinished"></translation>
+        <translation>请输入正确的日志文件名！</translation>
     </message>
     <message>
         <source>Select Log File</source>
-        <translation type="unfinished"></translation>
+        <translation>选择日志文件</translation>
     </message>
     <message>
         <source>Log files (*.log);;All files (*.*);;Text files (*.txt)</source>
-        <translation type="unfinished"></translation>
+        <translation>日志文件 (*.log);;所有文件 (*.*);;文本文件 (*.txt)</translation>
     </message>
     <message>
         <source>Bits per second</source>
-        <translation type="unfinished"></translation>
+        <translation>每秒比特数</translation>
     </message>
     <message>
         <source>Enter a rate from 0 to 100000000 bits per second</source>
-        <translation type="unfinished"></translation>
+        <translation>请输入 0 到 100000000 之间的速率（单位 bit/s）</translation>
     </message>
     <message>
         <source>Received %1</source>
-        <translation type="unfinished"></translation>
+        <translation>接收 %1</translation>
     </message>
     <message>
         <source>Sent %1</source>
-        <translation type="unfinished"></translation>
+        <translation>发送 %1</translation>
     </message>
     <message>
         <source>Display Font</source>
-        <translation type="unfinished"></translation>
+        <translation>显示字体</translation>
     </message>
 </context>
 <context>
     <name>ToolBox</name>
     <message>
         <source>Toolbox</source>
-        <translation type="unfinished"></translation>
+        <translation>工具箱</translation>
     </message>
     <message>
         <source>Converter</source>
-        <translation type="unfinished"></translation>
+        <translation>转换</translation>
     </message>
     <message>
         <source>CRC Calculator</source>
-        <translation type="unfinished"></translation>
+        <translation>CRC 计算</translation>
     </message>
     <message>
         <source>Hex to Text</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制转文本</translation>
     </message>
     <message>
         <source>Text to Hex</source>
-        <translation type="unfinished"></translation>
+        <translation>文本转十六进制</translation>
     </message>
     <message>
         <source>Copy Output</source>
-        <translation type="unfinished"></translation>
+        <translation>复制输出</translation>
     </message>
     <message>
         <source>Always UTF-8. This tool is independent of the encoding a port is configured with.</source>
-        <translation type="unfinished"></translation>
+        <translation>始终使用 UTF-8。本工具与端口所配置的编码无关。</translation>
     </message>
     <message>
         <source>Output</source>
-        <translation type="unfinished"></translation>
+        <translation>输出</translation>
     </message>
     <message>
         <source>Input</source>
-        <translation type="unfinished"></translation>
+        <translation>输入</translation>
     </message>
     <message>
         <source>Text (UTF-8)</source>
-        <translation type="unfinished"></translation>
+        <translation>文本 (UTF-8)</translation>
     </message>
     <message>
         <source>Hex</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制</translation>
     </message>
     <message>
         <source>Custom</source>
-        <translation type="unfinished"></translation>
+        <translation>自定义</translation>
     </message>
     <message>
         <source>Reflect input</source>
-        <translation type="unfinished"></translation>
+        <translation>输入反转</translation>
     </message>
     <message>
         <source>Reflect output</source>
-        <translation type="unfinished"></translation>
+        <translation>输出反转</translation>
     </message>
     <message>
         <source>Calculate</source>
-        <translation type="unfinished"></translation>
+        <translation>计算</translation>
     </message>
     <message>
         <source>Dec</source>
-        <translation type="unfinished"></translation>
+        <translation>十进制</translation>
     </message>
     <message>
         <source>Oct</source>
-        <translation type="unfinished"></translation>
+        <translation>八进制</translation>
     </message>
     <message>
         <source>Bin</source>
-        <translation type="unfinished"></translation>
+        <translation>二进制</translation>
     </message>
     <message>
         <source>Copy Value</source>
-        <translation type="unfinished"></translation>
+        <translation>复制数值</translation>
     </message>
     <message>
         <source>Big-endian</source>
-        <translation type="unfinished"></translation>
+        <translation>大端</translation>
     </message>
     <message>
         <source>Little-endian</source>
-        <translation type="unfinished"></translation>
+        <translation>小端</translation>
     </message>
     <message>
         <source>Copy Bytes</source>
-        <translation type="unfinished"></translation>
+        <translation>复制字节</translation>
     </message>
     <message>
         <source>Insert Frame into Send</source>
-        <translation type="unfinished"></translation>
+        <translation>插入发送框</translation>
     </message>
     <message>
         <source>Input format</source>
-        <translation type="unfinished"></translation>
+        <translation>输入格式</translation>
     </message>
     <message>
         <source>Algorithm</source>
-        <translation type="unfinished"></translation>
+        <translation>算法</translation>
     </message>
     <message>
         <source>Width</source>
-        <translation type="unfinished"></translation>
+        <translation>位宽</translation>
     </message>
     <message>
         <source>Polynomial (hex)</source>
-        <translation type="unfinished"></translation>
+        <translation>多项式 (十六进制)</translation>
     </message>
     <message>
         <source>Initial value (hex)</source>
-        <translation type="unfinished"></translation>
+        <translation>初始值 (十六进制)</translation>
     </message>
     <message>
         <source>Final XOR (hex)</source>
-        <translation type="unfinished"></translation>
+        <translation>结果异或值 (十六进制)</translation>
     </message>
     <message>
         <source>Base</source>
-        <translation type="unfinished"></translation>
+        <translation>进制</translation>
     </message>
     <message>
         <source>Wire bytes</source>
-        <translation type="unfinished"></translation>
+        <translation>传输字节</translation>
     </message>
     <message>
         <source>Byte order</source>
-        <translation type="unfinished"></translation>
+        <translation>字节序</translation>
     </message>
     <message>
         <source>Invalid hex character at position %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>位置 %1 处有无效的十六进制字符。</translation>
     </message>
     <message>
         <source>Hex input must contain complete bytes.</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制输入必须是完整的字节。</translation>
     </message>
     <message>
         <source>Width must be between 1 and 64.</source>
-        <translation type="unfinished"></translation>
+        <translation>位宽必须在 1 到 64 之间。</translation>
     </message>
     <message>
         <source>%1 must be a hexadecimal value that fits the width.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 必须是符合位宽的十六进制值。</translation>
     </message>
     <message>
         <source>Polynomial</source>
-        <translation type="unfinished"></translation>
+        <translation>多项式</translation>
     </message>
     <message>
         <source>Polynomial must not be zero.</source>
-        <translation type="unfinished"></translation>
+        <translation>多项式不能为零。</translation>
     </message>
     <message>
         <source>Initial value</source>
-        <translation type="unfinished"></translation>
+        <translation>初始值</translation>
     </message>
     <message>
         <source>Final XOR</source>
-        <translation type="unfinished"></translation>
+        <translation>结果异或值</translation>
     </message>
 </context>
 <context>
     <name>WireTextCodecRegistry</name>
     <message>
         <source>The character &apos;%1&apos; cannot be encoded as %2. Change the encoding or edit the message.</source>
-        <translation type="unfinished"></translation>
+        <translation>字符 '%1' 无法用 %2 编码。请更改编码或修改消息。</translation>
     </message>
     <message>
         <source>This message cannot be encoded as %1. Change the encoding or edit the message.</source>
-        <translation type="unfinished"></translation>
+        <translation>此消息无法用 %1 编码。请更改编码或修改消息。</translation>
     </message>
 </context>
 </TS>
