@@ -186,9 +186,12 @@ void BM_ReceiveFlood(benchmark::State &state)
         probe.stop();
 
         qint64 takenIn = 0;
+        qint64 backlog = 0;
         for (SerialPortWidget *panel : widgets) {
             takenIn += panel->rxByteCount();
+            backlog += panel->pendingDisplayBytes();
         }
+        const double rssAtEnd = peakRssMiB();
         for (auto &peer : peers) {
             peer->finish();
         }
@@ -224,6 +227,8 @@ void BM_ReceiveFlood(benchmark::State &state)
         state.counters["peak_rss_MiB"] = peak;
         state.counters["rss_before_MiB"] = rssBefore;
         state.counters["lost_bytes"] = double(sent - received);
+        state.counters["backlog_MiB"] = double(backlog) / (1 << 20);
+        state.counters["rss_flood_MiB"] = rssAtEnd;
     }
 }
 
