@@ -776,7 +776,7 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
     QString logBatch;
     qint64 skipped = 0;
     while (displayBacklogBytes > keep && rxDataList.size() > 1) {
-        const rxData record = rxDataList.takeFirst();
+        const rxData record = takeDisplayPiece(-1);
         displayBacklogBytes -= record.data.size();
         skipped += record.data.size();
         logRecord(record, logBatch);
@@ -791,29 +791,22 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
     renderer->beginBatch();
     qint64 total = 0;
     while (!rxDataList.isEmpty()) {
-        rxData record = rxDataList.takeFirst();
         // One read can bring megabytes. A record far over the budget (or over a shared
-        // budget) is shown in budget-sized slices over several ticks, so that no tick
-        // blocks the window; the text decoders carry split characters from one slice
-        // to the next.
-        // Hex is cut finer still: the view lays a line out as a whole, so no record may
-        // make one hex line long.
-        const bool hex = (record.direction == Sent ? format.sendMsgFormat
-                                                   : format.receiveMsgFormat) != TextFormat;
-        const qint64 slice = hex ? HexSliceBytes : budget;
-        const qint64 sliceAbove =
-            hex ? HexSliceBytes : (budget < DisplayBudgetPerTick ? budget : 2 * budget);
-        if ((budget >= 0 || hex) && record.data.size() > sliceAbove) {
-            rxData rest = record;
-            rest.data = record.data.mid(slice);
-            rest.raw =
-                record.raw.size() == record.data.size() ? record.raw.mid(slice) : QByteArray();
-            record.data.truncate(slice);
-            if (!rest.raw.isEmpty()) {
-                record.raw.truncate(slice);
-            }
-            rxDataList.prepend(std::move(rest));
+        // budget) is shown in budget-sized pieces over several ticks, so that no tick
+        // blocks the window; the text decoders carry split characters from one piece
+        // to the next. Hex is cut finer still: the view lays a line out as a whole, so
+        // no record may make one hex line long.
+        const rxData &front = rxDataList.first();
+        const bool hex = (front.direction == Sent ? format.sendMsgFormat
+                                                  : format.receiveMsgFormat) != TextFormat;
+        const qint64 left = front.data.size() - frontOffset;
+        qint64 limit = -1;
+        if (hex) {
+            limit = HexSliceBytes;
+        } else if (budget >= 0 && left > (budget < DisplayBudgetPerTick ? budget : 2 * budget)) {
+            limit = budget;
         }
+        const rxData record = takeDisplayPiece(limit);
         displayBacklogBytes -= record.data.size();
         total += record.data.size();
         renderer->render(record);
@@ -830,6 +823,34 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
     if (!logBatch.isEmpty()) {
         logWriter->appendLine(logBatch, format);
     }
+}
+
+rxData SerialPortWidget::takeDisplayPiece(qint64 limit)
+{
+    rxData &front = rxDataList.first();
+    const qint64 left = front.data.size() - frontOffset;
+    const bool rawMatches = front.raw.size() == front.data.size();
+    if (limit < 0 || left <= limit) {
+        rxData record = rxDataList.takeFirst();
+        if (frontOffset > 0) {
+            record.data = record.data.mid(frontOffset);
+            record.raw = rawMatches ? record.raw.mid(frontOffset) : QByteArray();
+        }
+        frontOffset = 0;
+        return record;
+    }
+    // Only the piece is copied; the rest of the record stays where it is.
+    rxData piece;
+    piece.time = front.time;
+    piece.direction = front.direction;
+    piece.isLocalEcho = front.isLocalEcho;
+    piece.peer = front.peer;
+    piece.data = front.data.mid(frontOffset, limit);
+    // Filtered text has no byte-for-byte raw: the first piece carries all of it.
+    piece.raw = rawMatches ? front.raw.mid(frontOffset, limit)
+                           : (frontOffset == 0 ? front.raw : QByteArray());
+    frontOffset += limit;
+    return piece;
 }
 
 void SerialPortWidget::logRecord(const rxData &record, QString &batch)

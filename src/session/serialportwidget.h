@@ -242,6 +242,9 @@ private:
     void onSendData();
     void onSaveData();
     void logRecord(const rxData &record, QString &batch);
+    // The next piece of the display queue, at most `limit` bytes (the rest of the front
+    // record when `limit` is negative).
+    rxData takeDisplayPiece(qint64 limit);
     void pushLogToWidgets();
     void on_logSaveBox_toggled(bool on);
     void on_logPathButton_clicked();
@@ -308,7 +311,8 @@ private:
     qint64 shownRxBytes = -1;
     qint64 shownTxBytes = -1;
     QList<rxData> rxDataList;
-    qint64 displayBacklogBytes = 0; // bytes of data in rxDataList
+    qint64 displayBacklogBytes = 0; // bytes of data in rxDataList not yet shown
+    qint64 frontOffset = 0;         // bytes of the front record already shown
     QByteArray pausedBytes;
     AnsiEscapeFilter ansiFilter;
 
