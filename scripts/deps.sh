@@ -13,7 +13,7 @@ build_packages=(
     fonts-dejavu-core fonts-noto-cjk
 )
 test_packages=(
-    socat python3-crccheck
+    socat python3-crccheck mbpoll
 )
 
 packages=("${build_packages[@]}")

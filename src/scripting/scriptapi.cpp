@@ -1084,6 +1084,7 @@ void ScriptApi::install(lua_State *L)
     for (const luaL_Reg &function : functions) {
         lua_register(L, function.name, function.func);
     }
+    installLibraryGuards(L);
     createPort(L);
     makeGlobalsStrict(L);
 }
