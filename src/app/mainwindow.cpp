@@ -98,6 +98,7 @@ SerialPortWidget *MainWindow::createPortWidget(int index)
     portWidgets[size_t(index)] = port;
     connect(port, &SerialPortWidget::settingsChanged, this, &MainWindow::markModified);
     connectPortAutomation(port);
+    connectPortScripts(port, index);
     connect(port, &SerialPortWidget::statusShown, this,
             [this, port](const QString &text, int timeoutMs) {
                 onPortStatusShown(port, text, timeoutMs);
@@ -224,6 +225,7 @@ void MainWindow::createActions()
     ascii->setObjectName(QStringLiteral("acToolsAscii"));
     connect(ascii, &QAction::triggered, this, [this] { openAsciiChart(); });
     createAutomationActions(tools);
+    createScriptActions(tools);
 }
 
 ToolBox *MainWindow::openToolBox()
@@ -272,6 +274,7 @@ void MainWindow::markModified()
 void MainWindow::closeEvent(QCloseEvent *event)
 {
     wasOpenAtExit = portWidgets[0]->portState() != SerialPortWidget::Stopped;
+    closeScriptWindowForExit();
     for (int i = 0; i < portCountValue; ++i) {
         if (portWidgets[size_t(i)]->portState() != 2) {
             portWidgets[size_t(i)]->stop();

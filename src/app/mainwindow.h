@@ -4,6 +4,7 @@
 #include "app/quicksettingsgroups.h"
 #include "app/settingsservice.h"
 #include "automation/commandlibrary.h"
+#include "scripting/scriptlibrary.h"
 
 #include <QDateTime>
 #include <QList>
@@ -24,6 +25,8 @@ class CommandPanel;
 class QDockWidget;
 class QSettings;
 class MultiPortSettingDlg;
+class ScriptPortLink;
+class ScriptWindow;
 class SerialPortWidget;
 class ToolBox;
 
@@ -128,6 +131,11 @@ public:
     void exportCommandLibrary();
     void exportSequenceReport();
 
+    // Scripts.
+    ScriptWindow *openScriptWindow();
+    ScriptLibrary scripts() const;
+    void setScriptLibrary(const ScriptLibrary &library);
+    ScriptPortLink *scriptLink(int index) const;
     // Tools.
     ToolBox *openToolBox();
     AsciiCode *openAsciiChart();
@@ -176,6 +184,12 @@ private:
     void createAutomationActions(QMenu *tools);
     void saveAutomation(QSettings &file) const;
     void loadAutomation(QSettings &file);
+    void connectPortScripts(SerialPortWidget *port, int index);
+    void createScriptActions(QMenu *tools);
+    void attachScriptPorts(ScriptWindow *window);
+    void saveScripts(QSettings &file) const;
+    void loadScripts(QSettings &file);
+    void closeScriptWindowForExit();
 
     std::array<SerialPortWidget *, MaxPorts> portWidgets{};
     int portCountValue = 0;
@@ -204,6 +218,9 @@ private:
     CommandLibrary commandLibrary;
     CommandPanel *commandPanel = nullptr;
     QDockWidget *commandDock = nullptr;
+    ScriptLibrary scriptLibrary;
+    QPointer<ScriptWindow> scriptWindow;
+    std::array<ScriptPortLink *, MaxPorts> scriptLinks{};
     QAction *acAutoReconnect = nullptr;
     QAction *acOpenLastConnection = nullptr;
 

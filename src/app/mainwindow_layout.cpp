@@ -400,6 +400,7 @@ void MainWindow::removeLastPort()
     port->disconnect(this);
     delete port;
     portWidgets[size_t(portCountValue)] = nullptr;
+    scriptLinks[size_t(portCountValue)] = nullptr;
 }
 
 void MainWindow::on_actionNew_Connection_triggered()

@@ -53,6 +53,7 @@ bool MainWindow::writeSettingFile(const QString &path, bool showProgress)
         }
     });
     saveAutomation(file);
+    saveScripts(file);
     file.sync();
     if (file.status() != QSettings::NoError) {
         qCWarning(lcApp) << "writeFile: Write FAILED!" << path;
@@ -93,6 +94,7 @@ bool MainWindow::readSettingFile(const QString &path)
     }
     acViewQuickSettings->setChecked(project.quickView);
     loadAutomation(file);
+    loadScripts(file);
     return true;
 }
 

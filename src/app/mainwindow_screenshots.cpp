@@ -8,6 +8,7 @@
 #include "automation/autoreplydialog.h"
 #include "automation/autoreplyengine.h"
 #include "automation/commandlibrarydialog.h"
+#include "scripting/scriptwindow.h"
 #include "session/serialportwidget.h"
 #include "tools/asciicode.h"
 #include "tools/toolbox.h"
@@ -64,7 +65,7 @@ QStringList MainWindow::screenshotDialogNames()
     return {QStringLiteral("toolbox"),       QStringLiteral("ascii"),
             QStringLiteral("settings"),      QStringLiteral("quicksettings"),
             QStringLiteral("newconnection"), QStringLiteral("autoreply"),
-            QStringLiteral("commands")};
+            QStringLiteral("commands"),      QStringLiteral("scripts")};
 }
 
 bool MainWindow::runScreenshotScene(const QString &name)
@@ -112,6 +113,15 @@ QWidget *MainWindow::openScreenshotDialog(const QString &name)
         dialog->setQuickSettingsGroups(quickSettings);
         dialog->show();
         return dialog;
+    }
+    if (name == QLatin1String("scripts")) {
+        portWidgets[0]->applySettings(
+            sampleSettings(ModeSerial, QStringLiteral("/dev/ttyUSB0"), 6000));
+        ScriptWindow *window = ScriptWindow::createScreenshotSample(this);
+        attachScriptPorts(window);
+        window->setAttribute(Qt::WA_DeleteOnClose);
+        window->show();
+        return window;
     }
     if (name == QLatin1String("autoreply") || name == QLatin1String("commands")) {
         QDialog *dialog = nullptr;

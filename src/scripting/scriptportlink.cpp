@@ -34,13 +34,23 @@ ScriptPortLink::ScriptPortLink(SerialPortWidget *port)
     });
     // The sequence runner asks this before it starts.
     panel->scriptRunningHook = [this] { return scriptRunner->isRunning(); };
+    // Closing or losing the connection ends the run with that reason.
+    panel->scriptStopHook = [this](int reason) {
+        if (scriptRunner->isRunning()) {
+            stopScript(static_cast<ScriptRunner::StopReason>(reason));
+        }
+    };
 
     connect(panel, &SerialPortWidget::rxTapped, scriptRunner, &ScriptRunner::ingest);
     connect(scriptRunner, &ScriptRunner::receiveViewLine, this, &ScriptPortLink::showInReceiveView);
     connect(scriptRunner, &ScriptRunner::stateChanged, panel, &SerialPortWidget::scriptStateChanged);
 }
 
-ScriptPortLink::~ScriptPortLink() = default;
+ScriptPortLink::~ScriptPortLink()
+{
+    panel->scriptRunningHook = nullptr;
+    panel->scriptStopHook = nullptr;
+}
 
 QString ScriptPortLink::notOpenMessage()
 {
@@ -80,7 +90,7 @@ bool ScriptPortLink::startScript(const Script &script, QString *error, int *erro
         }
         return false;
     }
-    if (!scriptRunner->isRunning() && !panel->ensurePortOpenForSend(error)) {
+    if (!scriptRunner->isRunning() && !panel->ensurePortOpenForSend(error) && !portTakesData()) {
         return false;
     }
     return scriptRunner->start(script, portInfo(), error, errorLine);
@@ -89,6 +99,20 @@ bool ScriptPortLink::startScript(const Script &script, QString *error, int *erro
 void ScriptPortLink::stopScript(ScriptRunner::StopReason reason)
 {
     scriptRunner->stop(ScriptRunner::stopReasonText(reason));
+}
+
+bool ScriptPortLink::portTakesData() const
+{
+    if (panel->portIsOpen()) {
+        return true;
+    }
+    // A TCP client still connecting keeps what is sent until the connection is up, the
+    // way the send box does; a connection that fails ends the run as lost.
+    const connectionMode mode = panel->settings().connMode;
+    const ConnectionController *controller = panel->connectionController();
+    return (mode == ModeTcpClient || mode == ModeRemoteSerial) &&
+           controller->hasTcpClientSocket() &&
+           controller->tcpClientState() != QAbstractSocket::UnconnectedState;
 }
 
 bool ScriptPortLink::scriptRunning() const
@@ -104,7 +128,7 @@ bool ScriptPortLink::sendScriptBytes(const QByteArray &bytes, QString *error)
         }
         return false;
     };
-    if (!panel->portIsOpen() ||
+    if (!portTakesData() ||
         !panel->mayDisturbPort(SerialPortWidget::TxActor::Script, SerialPortWidget::DisturbData,
                                nullptr)) {
         return refuse(notOpenMessage());

@@ -490,7 +490,7 @@ void SerialPortWidget::stop()
     disarmReconnect();
     pausedBytes.clear();
     autoReplyRunner->reset();
-    stopSequence(int(SequenceRunner::StopReason::ConnectionClosed));
+    stopRuns(int(SequenceRunner::StopReason::ConnectionClosed));
 
     releaseBreak();
     controller->closeAll(portSettings.connMode, displayName());
@@ -878,6 +878,8 @@ void SerialPortWidget::onControllerError(const QString &text)
     // A client connection that failed to come up leaves nothing open.
     if (connectionModeIsTcpClient(portSettings.connMode) && state != Stopped &&
         !controller->hasTcpClientSocket()) {
+        // What a run sent while connecting is gone with the connection.
+        stopRuns(int(SequenceRunner::StopReason::ConnectionLost));
         if (autoReconnect) {
             if (!reconnectTimer->isActive()) {
                 reconnectTimer->start();
@@ -891,7 +893,7 @@ void SerialPortWidget::onControllerError(const QString &text)
 void SerialPortWidget::onSerialPortLost()
 {
     noteSession(tr("Serial port lost"));
-    stopSequence(int(SequenceRunner::StopReason::ConnectionLost));
+    stopRuns(int(SequenceRunner::StopReason::ConnectionLost));
     breakReleaseTimer->stop();
     if (breakHeld) {
         controller->setSerialLine(ConnectionController::LineBreak, false);
@@ -916,7 +918,7 @@ void SerialPortWidget::onSerialPortLost()
 void SerialPortWidget::disconnectTcpClient()
 {
     noteSession(tr("Connection lost"));
-    stopSequence(int(SequenceRunner::StopReason::ConnectionLost));
+    stopRuns(int(SequenceRunner::StopReason::ConnectionLost));
     displayPortBuffer();
     if (state == Stopped) {
         return;

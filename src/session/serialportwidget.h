@@ -171,6 +171,11 @@ public:
     void noteSequence(const QString &text);
     // Whether a script runs on this port; a sequence may not start beside one.
     std::function<bool()> scriptRunningHook;
+    // Stops the port's script for `reason`, a SequenceRunner::StopReason; set by the
+    // script side of the port.
+    std::function<void(int)> scriptStopHook;
+    // Stops whatever runs on the port, sequence or script.
+    void stopRuns(int reason);
 
     // The log file.
     bool enableLogging();

@@ -160,6 +160,14 @@ void SerialPortWidget::stopSequence(int reason)
     }
 }
 
+void SerialPortWidget::stopRuns(int reason)
+{
+    stopSequence(reason);
+    if (scriptStopHook) {
+        scriptStopHook(reason);
+    }
+}
+
 bool SerialPortWidget::sequenceRunning() const
 {
     return sequenceRunner->isRunning();

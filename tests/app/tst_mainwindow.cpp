@@ -1,6 +1,8 @@
 #include "app/mainwindow.h"
 #include "app/multiportsettingdlg.h"
 #include "automation/autoreplyengine.h"
+#include "scripting/scriptportlink.h"
+#include "scripting/scriptwindow.h"
 #include "session/serialportwidget.h"
 #include "tools/toolbox.h"
 
@@ -10,6 +12,8 @@
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -33,6 +37,7 @@ private slots:
     void projectRoundTripRestoresTheBench();
     void projectLimitsAreClamped_data();
     void projectLimitsAreClamped();
+    void scriptRunsOnAPortAndOutlivesItsWindow();
 };
 
 void TestMainWindow::gridRows_data()
@@ -272,6 +277,9 @@ void TestMainWindow::projectRoundTripRestoresTheBench()
         group.commands = {command};
         library.groups = {group};
         window.setCommandLibrary(library);
+        ScriptLibrary scripts;
+        scripts.scripts = {{"probe", "sendLine(\"AT\")\nexpect(\"OK\")\n"}};
+        window.setScriptLibrary(scripts);
         QVERIFY(window.saveFile(path, false));
         QVERIFY(!window.isWindowModified());
         QCOMPARE(window.windowTitle(),
@@ -296,6 +304,8 @@ void TestMainWindow::projectRoundTripRestoresTheBench()
     }
     QCOMPARE(window.library().groups.size(), 1);
     QCOMPARE(window.library().groups.first().commands.first().text, QString("R?"));
+    QCOMPARE(window.scripts().scripts.size(), 1);
+    QCOMPARE(window.scripts().scripts.first().source, QString("sendLine(\"AT\")\nexpect(\"OK\")\n"));
     QVERIFY(!window.loadFile(dir.filePath("missing.vlm")));
     QCOMPARE(window.portCount(), 4);
 }
@@ -358,4 +368,64 @@ void TestMainWindow::hiddenFieldsLeaveEveryPaneAndKeepTheirValue()
 }
 
 QTEST_MAIN(TestMainWindow)
+// A script written in the Scripts window runs on a port against a TCP peer, reaches the
+// command library by name, keeps running when the window closes, and ends when the
+// port closes.
+void TestMainWindow::scriptRunsOnAPortAndOutlivesItsWindow()
+{
+    QTcpServer peer;
+    QVERIFY(peer.listen(QHostAddress::LocalHost));
+    MainWindow window;
+    Settings settings = window.portWidget(0)->settings();
+    settings.connMode = ModeTcpClient;
+    settings.targetHost = "127.0.0.1";
+    settings.targetPort = peer.serverPort();
+    window.portWidget(0)->applySettings(settings);
+    CommandLibrary library;
+    CommandGroup group;
+    group.name = "Sensors";
+    Command command;
+    command.name = "read";
+    command.text = "R?";
+    group.commands = {command};
+    library.groups = {group};
+    window.setCommandLibrary(library);
+
+    QAction *action = window.findChild<QAction *>("acToolsScripts");
+    QVERIFY(action);
+    action->trigger();
+    ScriptWindow *scripts = window.findChild<ScriptWindow *>("scriptWindow");
+    QVERIFY(scripts && scripts->isVisible());
+    const int index = scripts->addScript(
+        {"probe", "sendCommand(\"read\")\nexpect(\"OK\")\nprint(\"got it\")\nsleep(60000)\n"});
+    scripts->selectScript(index);
+    scripts->run();
+    QVERIFY(peer.waitForNewConnection(5000));
+    QTcpSocket *device = peer.nextPendingConnection();
+    QTRY_VERIFY2_WITH_TIMEOUT(device->bytesAvailable() >= 2, qPrintable(scripts->outputText()), 5000);
+    QVERIFY(device->readAll().startsWith("R?"));
+
+    scripts->closeWithoutAsking();
+    QVERIFY(!scripts->isVisible());
+    device->write("OK\r\n");
+    QTRY_VERIFY_WITH_TIMEOUT(scripts->outputText().contains("got it"), 5000);
+    ScriptPortLink *link = window.scriptLink(0);
+    QVERIFY(link && link->scriptRunning());
+
+    window.portWidget(0)->stop();
+    QVERIFY(!link->scriptRunning());
+    QCOMPARE(link->runner()->engine().finishReason(), QString("the connection was closed"));
+    // The edited library is what the project saves.
+    QCOMPARE(window.scripts().scripts.last().name, QString("probe"));
+
+    // A connection that is refused ends a run started while connecting as lost.
+    const quint16 closedPort = peer.serverPort();
+    peer.close();
+    settings.targetPort = closedPort;
+    window.portWidget(0)->applySettings(settings);
+    scripts->run();
+    QTRY_VERIFY_WITH_TIMEOUT(!link->scriptRunning(), 5000);
+    QCOMPARE(link->runner()->engine().finishReason(), QString("the connection was lost"));
+}
+
 #include "tst_mainwindow.moc"

@@ -307,7 +307,7 @@
     </message>
     <message>
         <source>&quot;%1&quot; is not whole bytes: use two hex digits per byte.</source>
-        <translation>"%1" 不是完整的字节：每个字节请用两位十六进制数字。</translation>
+        <translation>&quot;%1&quot; 不是完整的字节：每个字节请用两位十六进制数字。</translation>
     </message>
     <message>
         <source>?? (any byte) is only allowed in a pattern, not in a reply.</source>
@@ -315,7 +315,7 @@
     </message>
     <message>
         <source>&quot;%1&quot; is not a hex byte.</source>
-        <translation>"%1" 不是十六进制字节。</translation>
+        <translation>&quot;%1&quot; 不是十六进制字节。</translation>
     </message>
     <message>
         <source>Hex</source>
@@ -753,7 +753,7 @@
     <message numerus="yes">
         <source>Remove the group &quot;%1&quot; and its %n command(s)?</source>
         <translation>
-            <numerusform>删除分组 "%1" 及其中的 %n 条命令？</numerusform>
+            <numerusform>删除分组 &quot;%1&quot; 及其中的 %n 条命令？</numerusform>
         </translation>
     </message>
     <message>
@@ -762,7 +762,7 @@
     </message>
     <message>
         <source>Remove the sequence &quot;%1&quot;?</source>
-        <translation>删除序列 "%1"？</translation>
+        <translation>删除序列 &quot;%1&quot;？</translation>
     </message>
     <message>
         <source>VLM command files (*.vlmcmd)</source>
@@ -803,11 +803,11 @@
     </message>
     <message>
         <source>Expect &quot;%1&quot; within %2 ms</source>
-        <translation>期望 %2 ms 内收到 "%1"</translation>
+        <translation>期望 %2 ms 内收到 &quot;%1&quot;</translation>
     </message>
     <message>
         <source>Expect &quot;%1&quot; (no time limit)</source>
-        <translation>期望收到 "%1"（不限时）</translation>
+        <translation>期望收到 &quot;%1&quot;（不限时）</translation>
     </message>
     <message>
         <source>the start</source>
@@ -825,7 +825,7 @@
     </message>
     <message>
         <source>Label &quot;%1&quot;</source>
-        <translation>标签 "%1"</translation>
+        <translation>标签 &quot;%1&quot;</translation>
     </message>
     <message>
         <source>The command is empty.</source>
@@ -1168,7 +1168,7 @@
     </message>
     <message>
         <source>Could not rotate log file &apos;%1&apos;: %2</source>
-        <translation>无法轮转日志文件 '%1'：%2</translation>
+        <translation>无法轮转日志文件 &apos;%1&apos;：%2</translation>
     </message>
     <message>
         <source>every archive name is taken</source>
@@ -1180,15 +1180,15 @@
     </message>
     <message>
         <source>Could not create log directory &apos;%1&apos;</source>
-        <translation>无法创建日志目录 '%1'</translation>
+        <translation>无法创建日志目录 &apos;%1&apos;</translation>
     </message>
     <message>
         <source>Could not open log file &apos;%1&apos;: %2</source>
-        <translation>无法打开日志文件 '%1'：%2</translation>
+        <translation>无法打开日志文件 &apos;%1&apos;：%2</translation>
     </message>
     <message>
         <source>Could not write log file &apos;%1&apos;: %2</source>
-        <translation>无法写入日志文件 '%1'：%2</translation>
+        <translation>无法写入日志文件 &apos;%1&apos;：%2</translation>
     </message>
 </context>
 <context>
@@ -1451,6 +1451,14 @@ Do you want to save your changes?</source>
         <source>Export Sequence Report...</source>
         <translation>导出序列报告...</translation>
     </message>
+    <message>
+        <source>there is no command of that name in the command library</source>
+        <translation>命令库中没有这个名称的命令</translation>
+    </message>
+    <message>
+        <source>Scripts...</source>
+        <translation>脚本...</translation>
+    </message>
 </context>
 <context>
     <name>MessageCodec</name>
@@ -1559,6 +1567,33 @@ Do you want to save your changes?</source>
     </message>
 </context>
 <context>
+    <name>ScriptEditor</name>
+    <message>
+        <source>Undo</source>
+        <translation>撤销</translation>
+    </message>
+    <message>
+        <source>Redo</source>
+        <translation>重做</translation>
+    </message>
+    <message>
+        <source>Cut</source>
+        <translation>剪切</translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation>复制</translation>
+    </message>
+    <message>
+        <source>Paste</source>
+        <translation>粘贴</translation>
+    </message>
+    <message>
+        <source>Select All</source>
+        <translation>全选</translation>
+    </message>
+</context>
+<context>
     <name>ScriptEngine</name>
     <message>
         <source>This port also has Auto Reply rules switched on: the device may get two answers to one request.</source>
@@ -1590,7 +1625,7 @@ Do you want to save your changes?</source>
     </message>
     <message>
         <source>This line has the full-width character &quot;%1&quot;, typed with a Chinese input method. Switch to the English input method and type it again.</source>
-        <translation>此行含有全角字符 "%1"，这是用中文输入法输入的。请切换到英文输入法后重新输入。</translation>
+        <translation>此行含有全角字符 &quot;%1&quot;，这是用中文输入法输入的。请切换到英文输入法后重新输入。</translation>
     </message>
     <message>
         <source>This line has a full-width character (a Chinese comma, quote, bracket or space). Switch to the English input method and type it again.</source>
@@ -1614,7 +1649,7 @@ Do you want to save your changes?</source>
     </message>
     <message>
         <source>Text is joined with .., not +: &quot;a&quot; .. &quot;b&quot;.</source>
-        <translation>文本用 .. 连接，而不是 +："a" .. "b"。</translation>
+        <translation>文本用 .. 连接，而不是 +：&quot;a&quot; .. &quot;b&quot;。</translation>
     </message>
     <message>
         <source>A value is nil. The usual causes are a tryExpect or read that timed out, or a misspelt variable name.</source>
@@ -1705,6 +1740,333 @@ Do you want to save your changes?</source>
     </message>
 </context>
 <context>
+    <name>ScriptLibrary</name>
+    <message>
+        <source>AT command regression</source>
+        <translation>AT 命令回归测试</translation>
+    </message>
+    <message>
+        <source>Send AT commands, check the replies, print a summary</source>
+        <translation>发送 AT 命令，检查应答，打印汇总</translation>
+    </message>
+    <message>
+        <source>Modbus RTU slave</source>
+        <translation>Modbus RTU 从站</translation>
+    </message>
+    <message>
+        <source>Answer Modbus FC03 reads and FC06 writes from a register table</source>
+        <translation>用寄存器表应答 Modbus FC03 读和 FC06 写</translation>
+    </message>
+    <message>
+        <source>Answer PING with PONG</source>
+        <translation>用 PONG 应答 PING</translation>
+    </message>
+    <message>
+        <source>The simplest onReceive: play a device that answers</source>
+        <translation>最简单的 onReceive：扮演一个会应答的设备</translation>
+    </message>
+</context>
+<context>
+    <name>ScriptLibraryCodec</name>
+    <message>
+        <source>Script %1</source>
+        <translation>脚本 %1</translation>
+    </message>
+    <message>
+        <source>Cannot open %1: %2</source>
+        <translation>无法打开 %1：%2</translation>
+    </message>
+    <message>
+        <source>%1 is larger than %2 KB, the most a script can be.</source>
+        <translation>%1 大于 %2 KB，这是脚本的最大长度。</translation>
+    </message>
+    <message>
+        <source>Imported</source>
+        <translation>导入的脚本</translation>
+    </message>
+    <message>
+        <source>Cannot write %1: %2</source>
+        <translation>无法写入 %1：%2</translation>
+    </message>
+</context>
+<context>
+    <name>ScriptPortLink</name>
+    <message>
+        <source>The connection is not open.</source>
+        <translation>连接未打开。</translation>
+    </message>
+    <message>
+        <source>The connection did not accept the data.</source>
+        <translation>连接未接受数据。</translation>
+    </message>
+</context>
+<context>
+    <name>ScriptRunner</name>
+    <message>
+        <source>A script is already running on this port.</source>
+        <translation>此端口上已有脚本在运行。</translation>
+    </message>
+    <message>
+        <source>A sequence is running on this port; stop it first.</source>
+        <translation>此端口上正在运行序列，请先停止它。</translation>
+    </message>
+    <message>
+        <source>Script log lines are arriving faster than %1 a second; the rest are only in the Scripts window.</source>
+        <translation>脚本日志行每秒超过 %1 行；其余的只显示在脚本窗口中。</translation>
+    </message>
+    <message>
+        <source>Script &quot;%1&quot; passed in %2 s</source>
+        <translation>脚本“%1”通过，用时 %2 秒</translation>
+    </message>
+    <message>
+        <source>Script &quot;%1&quot; stopped after %2 s: %3</source>
+        <translation>脚本“%1”在 %2 秒后停止：%3</translation>
+    </message>
+    <message>
+        <source>Script &quot;%1&quot; failed at line %2 after %3 s: %4</source>
+        <translation>脚本“%1”在 %3 秒后于第 %2 行失败：%4</translation>
+    </message>
+    <message>
+        <source>Script &quot;%1&quot; failed after %2 s: %3</source>
+        <translation>脚本“%1”在 %2 秒后失败：%3</translation>
+    </message>
+</context>
+<context>
+    <name>ScriptWindow</name>
+    <message>
+        <source>Scripts</source>
+        <translation>脚本</translation>
+    </message>
+    <message>
+        <source>Script</source>
+        <translation>脚本</translation>
+    </message>
+    <message>
+        <source>Run on:</source>
+        <translation>运行于：</translation>
+    </message>
+    <message>
+        <source>The port the script sends to and reads from</source>
+        <translation>脚本发送和读取数据的端口</translation>
+    </message>
+    <message>
+        <source>Run</source>
+        <translation>运行</translation>
+    </message>
+    <message>
+        <source>Run the script on the chosen port (Ctrl+R)</source>
+        <translation>在所选端口上运行脚本 (Ctrl+R)</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>停止</translation>
+    </message>
+    <message>
+        <source>Stop the script running on the chosen port</source>
+        <translation>停止所选端口上运行的脚本</translation>
+    </message>
+    <message>
+        <source>Check</source>
+        <translation>检查</translation>
+    </message>
+    <message>
+        <source>Check the script for syntax errors without running it</source>
+        <translation>检查脚本的语法错误而不运行它</translation>
+    </message>
+    <message>
+        <source>New</source>
+        <translation>新建</translation>
+    </message>
+    <message>
+        <source>Duplicate</source>
+        <translation>复制副本</translation>
+    </message>
+    <message>
+        <source>Rename...</source>
+        <translation>重命名...</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>Examples</source>
+        <translation>示例</translation>
+    </message>
+    <message>
+        <source>Import...</source>
+        <translation>导入...</translation>
+    </message>
+    <message>
+        <source>Export...</source>
+        <translation>导出...</translation>
+    </message>
+    <message>
+        <source>Clear</source>
+        <translation>清除</translation>
+    </message>
+    <message>
+        <source>The library holds up to %1 scripts. Delete one to make room.</source>
+        <translation>脚本库最多容纳 %1 个脚本。请删除一个以腾出空间。</translation>
+    </message>
+    <message>
+        <source>New script</source>
+        <translation>新脚本</translation>
+    </message>
+    <message>
+        <source>Rename Script</source>
+        <translation>重命名脚本</translation>
+    </message>
+    <message>
+        <source>Name:</source>
+        <translation>名称：</translation>
+    </message>
+    <message>
+        <source>Delete &quot;%1&quot;? Export it first if you may want it back.</source>
+        <translation>删除“%1”？如果以后可能还需要，请先导出。</translation>
+    </message>
+    <message>
+        <source>Import Scripts</source>
+        <translation>导入脚本</translation>
+    </message>
+    <message>
+        <source>Lua scripts (*.lua)</source>
+        <translation>Lua 脚本 (*.lua)</translation>
+    </message>
+    <message>
+        <source>Export Script</source>
+        <translation>导出脚本</translation>
+    </message>
+    <message>
+        <source>Click to go to the line</source>
+        <translation>单击转到该行</translation>
+    </message>
+    <message>
+        <source>✗ line %1: %2</source>
+        <translation>✗ 第 %1 行：%2</translation>
+    </message>
+    <message>
+        <source>✗ %1</source>
+        <translation>✗ %1</translation>
+    </message>
+    <message>
+        <source>Hint: %1</source>
+        <translation>提示：%1</translation>
+    </message>
+    <message>
+        <source>── &quot;%1&quot; on %2 · %3 ──</source>
+        <translation>── “%1” 于 %2 · %3 ──</translation>
+    </message>
+    <message>
+        <source>⚠ %1</source>
+        <translation>⚠ %1</translation>
+    </message>
+    <message>
+        <source>✓ passed in %1 s</source>
+        <translation>✓ 通过，用时 %1 秒</translation>
+    </message>
+    <message>
+        <source>✗ failed at line %1 after %2 s</source>
+        <translation>✗ %2 秒后于第 %1 行失败</translation>
+    </message>
+    <message>
+        <source>✗ failed after %1 s</source>
+        <translation>✗ %1 秒后失败</translation>
+    </message>
+    <message>
+        <source>■ stopped after %1 s: %2</source>
+        <translation>■ %1 秒后停止：%2</translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation>复制</translation>
+    </message>
+    <message>
+        <source>Select All</source>
+        <translation>全选</translation>
+    </message>
+    <message>
+        <source>Copy All</source>
+        <translation>全部复制</translation>
+    </message>
+    <message>
+        <source>Save As...</source>
+        <translation>另存为...</translation>
+    </message>
+    <message>
+        <source>Save Output</source>
+        <translation>保存输出</translation>
+    </message>
+    <message>
+        <source>Text files (*.txt)</source>
+        <translation>文本文件 (*.txt)</translation>
+    </message>
+    <message>
+        <source>Cannot write %1: %2</source>
+        <translation>无法写入 %1：%2</translation>
+    </message>
+    <message>
+        <source>✓ &quot;%1&quot;: no syntax errors.</source>
+        <translation>✓ “%1”：没有语法错误。</translation>
+    </message>
+    <message>
+        <source>There is no port to run the script on.</source>
+        <translation>没有可运行脚本的端口。</translation>
+    </message>
+    <message>
+        <source>No port</source>
+        <translation>无端口</translation>
+    </message>
+    <message>
+        <source>Ready</source>
+        <translation>就绪</translation>
+    </message>
+    <message>
+        <source>Running &quot;%1&quot; %2</source>
+        <translation>正在运行“%1” %2</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; passed in %2 s</source>
+        <translation>“%1”通过，用时 %2 秒</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; failed at line %2</source>
+        <translation>“%1”在第 %2 行失败</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; failed</source>
+        <translation>“%1”失败</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; stopped: %2</source>
+        <translation>“%1”已停止：%2</translation>
+    </message>
+    <message>
+        <source>Stop the script before closing the window?</source>
+        <translation>关闭窗口前停止脚本吗？</translation>
+    </message>
+    <message>
+        <source>Kept running, its lines stay in the port&apos;s receive view, and Tools &gt; Scripts shows it again and can stop it.</source>
+        <translation>继续运行时，它的输出行保留在端口的接收视图中，“工具 &gt; 脚本”可再次显示并停止它。</translation>
+    </message>
+    <message>
+        <source>Stop and Close</source>
+        <translation>停止并关闭</translation>
+    </message>
+    <message>
+        <source>Keep Running</source>
+        <translation>继续运行</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Signal level</source>
+        <translation>信号强度</translation>
+    </message>
+</context>
+<context>
     <name>SequenceBar</name>
     <message>
         <source>%1 s</source>
@@ -1761,7 +2123,7 @@ Do you want to save your changes?</source>
     </message>
     <message>
         <source>there is no label &quot;%1&quot; above this step.</source>
-        <translation>此步骤之前没有标签 "%1"。</translation>
+        <translation>此步骤之前没有标签 &quot;%1&quot;。</translation>
     </message>
     <message>
         <source>the steps it repeats neither send, wait nor expect anything.</source>
@@ -1796,7 +2158,7 @@ Do you want to save your changes?</source>
     <name>SequenceReport</name>
     <message>
         <source>Sequence report: &quot;%1&quot;</source>
-        <translation>序列报告："%1"</translation>
+        <translation>序列报告：&quot;%1&quot;</translation>
     </message>
     <message>
         <source>Port:</source>
@@ -1933,20 +2295,20 @@ Do you want to save your changes?</source>
     <message numerus="yes">
         <source>Sequence &quot;%1&quot; started, %n step(s)</source>
         <translation>
-            <numerusform>序列 "%1" 已开始，共 %n 个步骤</numerusform>
+            <numerusform>序列 &quot;%1&quot; 已开始，共 %n 个步骤</numerusform>
         </translation>
     </message>
     <message>
         <source>Sequence &quot;%1&quot; passed in %2 s</source>
-        <translation>序列 "%1" 通过，用时 %2 秒</translation>
+        <translation>序列 &quot;%1&quot; 通过，用时 %2 秒</translation>
     </message>
     <message>
         <source>Sequence &quot;%1&quot; failed at step %2 after %3 s: %4</source>
-        <translation>序列 "%1" 在第 %2 步失败，用时 %3 秒：%4</translation>
+        <translation>序列 &quot;%1&quot; 在第 %2 步失败，用时 %3 秒：%4</translation>
     </message>
     <message>
         <source>Sequence &quot;%1&quot; stopped at step %2 after %3 s: %4</source>
-        <translation>序列 "%1" 在第 %2 步停止，用时 %3 秒：%4</translation>
+        <translation>序列 &quot;%1&quot; 在第 %2 步停止，用时 %3 秒：%4</translation>
     </message>
 </context>
 <context>
@@ -2033,7 +2395,7 @@ Do you want to save your changes?</source>
     </message>
     <message>
         <source>Label &quot;%1&quot;</source>
-        <translation>标签 "%1"</translation>
+        <translation>标签 &quot;%1&quot;</translation>
     </message>
     <message>
         <source>Go back to:</source>
@@ -3247,7 +3609,7 @@ Do you want to save your changes?</source>
     <name>WireTextCodecRegistry</name>
     <message>
         <source>The character &apos;%1&apos; cannot be encoded as %2. Change the encoding or edit the message.</source>
-        <translation>字符 '%1' 无法用 %2 编码。请更改编码或修改消息。</translation>
+        <translation>字符 &apos;%1&apos; 无法用 %2 编码。请更改编码或修改消息。</translation>
     </message>
     <message>
         <source>This message cannot be encoded as %1. Change the encoding or edit the message.</source>
