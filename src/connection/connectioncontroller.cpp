@@ -6,6 +6,7 @@
 
 #include <QHostInfo>
 #include <QLoggingCategory>
+#include <QMetaEnum>
 #include <QNetworkDatagram>
 #include <QSerialPort>
 #include <QTcpSocket>
@@ -97,6 +98,12 @@ ConnectionController::~ConnectionController()
     serialPort->disconnect(this);
 }
 
+template <typename Enum>
+QString ConnectionController::errorName(Enum error)
+{
+    return QString::fromLatin1(QMetaEnum::fromType<Enum>().valueToKey(int(error)));
+}
+
 bool ConnectionController::isOpen(connectionMode mode) const
 {
     switch (mode) {
@@ -137,6 +144,7 @@ bool ConnectionController::openSerial(const Settings &settings, const QString &n
     if (!serialPort->open(QIODevice::ReadWrite)) {
         const QString text =
             tr("Serial Port %1 OPEN FAILED! ERROR: ").arg(displayName) + serialPort->errorString();
+        lastErrorName = errorName(serialPort->error());
         serialPort->clearError();
         if (!quiet) {
             Q_EMIT errorOccurred(text);
@@ -418,6 +426,7 @@ void ConnectionController::onTcpClientError(QAbstractSocket::SocketError error)
         return;
     }
     const QString text = tr("TCP connect FAILED: %1").arg(socket->errorString());
+    lastErrorName = errorName(error);
     releaseTcpClient(false);
     Q_EMIT errorOccurred(text);
     Q_EMIT statusMessage(text, 5000);
@@ -490,6 +499,7 @@ bool ConnectionController::listenTcpServer(quint16 port, const QHostAddress &add
     if (!tcpServer->start(port, address)) {
         const QString text =
             tr("TCP server listen on port %1 FAILED: %2").arg(port).arg(tcpServer->errorString());
+        lastErrorName.clear();
         Q_EMIT errorOccurred(text);
         Q_EMIT statusMessage(text, 5000);
         return false;
@@ -584,6 +594,7 @@ bool ConnectionController::bindUdp(quint16 port)
                          QAbstractSocket::ShareAddress | QAbstractSocket::ReuseAddressHint)) {
         const QString text =
             tr("UDP bind to port %1 FAILED: %2").arg(port).arg(udpSocket->errorString());
+        lastErrorName = errorName(udpSocket->error());
         Q_EMIT errorOccurred(text);
         Q_EMIT statusMessage(text, 5000);
         return false;
@@ -695,6 +706,7 @@ void ConnectionController::onUdpHostResolved(const QString &host, const QHostInf
             tr("UDP host %1 could not be resolved: %2")
                 .arg(host, info.error() == QHostInfo::NoError ? tr("it has no IPv4 address")
                                                               : info.errorString());
+        lastErrorName.clear();
         Q_EMIT errorOccurred(text);
         Q_EMIT statusMessage(text, 5000);
         return;

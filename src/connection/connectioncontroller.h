@@ -117,6 +117,10 @@ public:
     void setFanoutMode(FanoutMode mode) { fanoutMode = mode; }
     void closeAll(connectionMode mode, const QString &displayName);
 
+    // The name of the error behind the latest errorOccurred, such as
+    // "ConnectionRefusedError" or "PermissionError"; empty when it has no such name.
+    QString transportErrorName() const { return lastErrorName; }
+
 signals:
     void statusMessage(const QString &text, int timeoutMs);
     void errorOccurred(const QString &text);
@@ -133,6 +137,8 @@ signals:
     void bytesWritten(qint64 count);
 
 private:
+    template <typename Enum>
+    static QString errorName(Enum error);
     void onSerialError(int error);
     void applyLineAtOpen(SerialLine line, bool on);
     bool setLineHardware(SerialLine line, bool on, QString *why);
@@ -165,6 +171,7 @@ private:
     FanoutMode fanoutMode = FanoutMode::Shared;
     QStringList allowedPeers;
     QByteArray tcpPendingSend;
+    QString lastErrorName;
     QList<UdpPeer> udpPeers;
     QHash<QString, int> udpPeerIndex;
     int lastUdpSender = -1;

@@ -1,6 +1,5 @@
 #include "scripting/scriptportlink.h"
 
-#include "automation/autoreplyengine.h"
 #include "connection/connectioncontroller.h"
 #include "session/receiverenderer.h"
 #include "session/serialportwidget.h"
@@ -64,13 +63,7 @@ QString ScriptPortLink::notAcceptedMessage()
 
 ScriptPortInfo ScriptPortLink::portInfo() const
 {
-    ScriptPortInfo info;
-    info.name = panel->sessionPortLabel();
-    info.mode = connectionModeTransportWord(panel->settings().connMode);
-    info.format = panel->formatSettings();
-    info.autoReplyOn = panel->autoReplyEngine().enabledRuleCount() > 0 &&
-                       !panel->autoReplyConfig().playDead;
-    return info;
+    return panel->scriptPortInfo();
 }
 
 bool ScriptPortLink::startScript(const Script &script, QString *error, int *errorLine)

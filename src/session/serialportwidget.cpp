@@ -874,7 +874,9 @@ QString SerialPortWidget::viewText() const
 void SerialPortWidget::onControllerError(const QString &text)
 {
     lastError = text;
-    noteSession(tr("Error (as shown in the UI): %1").arg(text));
+    const QString name = controller->transportErrorName();
+    noteSession(name.isEmpty() ? tr("Error (as shown in the UI): %1").arg(text)
+                               : tr("Error: %1").arg(name));
     // A client connection that failed to come up leaves nothing open.
     if (connectionModeIsTcpClient(portSettings.connMode) && state != Stopped &&
         !controller->hasTcpClientSocket()) {

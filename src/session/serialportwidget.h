@@ -21,6 +21,7 @@ class AutoReplyEngine;
 class AutoReplyRunner;
 class ConnectionController;
 class SequenceRunner;
+struct ScriptPortInfo;
 struct AutoReplyConfig;
 struct Sequence;
 class LogWriter;
@@ -169,6 +170,9 @@ public:
     const SequenceReportLog &sequenceReportLog() const { return sequenceLog; }
     void noteAutoReply(const QString &text);
     void noteSequence(const QString &text);
+    // What a script run is told about the port: its label, transport word, format and
+    // whether auto reply rules are on.
+    ScriptPortInfo scriptPortInfo() const;
     // Whether a script runs on this port; a sequence may not start beside one.
     std::function<bool()> scriptRunningHook;
     // Stops the port's script for `reason`, a SequenceRunner::StopReason; set by the

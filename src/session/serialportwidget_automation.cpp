@@ -8,6 +8,7 @@
 #include "automation/sequencebar.h"
 #include "automation/sequencerunner.h"
 #include "connection/connectioncontroller.h"
+#include "scripting/scriptengine.h"
 #include "session/receiverenderer.h"
 #include "session/ui_serialportwidget.h"
 
@@ -158,6 +159,16 @@ void SerialPortWidget::stopSequence(int reason)
         sequenceRunner->stop(
             SequenceRunner::stopReasonText(static_cast<SequenceRunner::StopReason>(reason)));
     }
+}
+
+ScriptPortInfo SerialPortWidget::scriptPortInfo() const
+{
+    ScriptPortInfo info;
+    info.name = sessionPortLabel();
+    info.mode = connectionModeTransportWord(portSettings.connMode);
+    info.format = formatSettings();
+    info.autoReplyOn = autoReplyEngine().enabledRuleCount() > 0 && !autoReplyConfig().playDead;
+    return info;
 }
 
 void SerialPortWidget::stopRuns(int reason)

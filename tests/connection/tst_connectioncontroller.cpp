@@ -120,6 +120,7 @@ void TestConnectionController::bytesWrittenBeforeFailedConnectAreDropped()
     QVERIFY(error.wait(Timeout));
     QVERIFY(error.first().at(0).toString().startsWith("TCP connect FAILED: "));
     QVERIFY(texts(status).contains(error.first().at(0).toString()));
+    QCOMPARE(controller.transportErrorName(), QString("ConnectionRefusedError"));
     QVERIFY(!controller.hasTcpClientSocket());
     QCOMPARE(controller.pendingWriteBytes(ModeTcpClient), qint64(0));
     QVERIFY(!controller.sendTcpClient("after"));
@@ -337,6 +338,7 @@ void TestConnectionController::serialOpenFailureIsReported()
     QCOMPARE(error.count(), 1);
     QVERIFY(error.first().at(0).toString().startsWith(
         "Serial Port /nonexistent/ttyNothing OPEN FAILED! ERROR: "));
+    QCOMPARE(controller.transportErrorName(), QString("DeviceNotFoundError"));
     QCOMPARE(status.first().at(1).toInt(), 5000);
     // Quiet opens (reconnect attempts) say nothing.
     QVERIFY(!controller.openSerial(settings, QString(), "x", true));

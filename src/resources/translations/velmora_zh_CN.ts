@@ -2856,6 +2856,10 @@ Do you want to save your changes?</source>
             <numerusform>已发送 %n 次应答。单击可编辑规则。</numerusform>
         </translation>
     </message>
+    <message>
+        <source>Error: %1</source>
+        <translation>错误：%1</translation>
+    </message>
 </context>
 <context>
     <name>SetConfigFilePathDialog</name>
