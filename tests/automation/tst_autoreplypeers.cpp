@@ -5,6 +5,8 @@
 #include <QTcpSocket>
 #include <QtTest>
 
+#include "support/testsupport.h"
+
 #include <memory>
 
 // A runner on a real multi-client TCP server with real clients on the loopback: replies
@@ -17,6 +19,7 @@ private slots:
 };
 
 namespace {
+using testsupport::readExactly;
 
 constexpr int Timeout = 10000;
 
@@ -25,17 +28,6 @@ std::unique_ptr<QTcpSocket> connectClient(MultiClientServer &server)
     auto socket = std::make_unique<QTcpSocket>();
     socket->connectToHost(QHostAddress::LocalHost, server.serverPort());
     return socket->waitForConnected(Timeout) ? std::move(socket) : nullptr;
-}
-
-QByteArray readExactly(QTcpSocket *socket, qsizetype size)
-{
-    QByteArray got;
-    QDeadlineTimer deadline(Timeout);
-    while (got.size() < size && !deadline.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        got += socket->readAll();
-    }
-    return got;
 }
 
 } // namespace

@@ -10,29 +10,9 @@
 #include <QUdpSocket>
 
 namespace {
+using testsupport::readExactly;
+using testsupport::closedTcpPort;
 constexpr int Timeout = 10000;
-
-// Reads from `socket` until `size` bytes came or the time-out passed, running the
-// event loop so that the writing side can flush.
-QByteArray readExactly(QTcpSocket *socket, qsizetype size)
-{
-    QByteArray got;
-    QDeadlineTimer deadline(Timeout);
-    while (got.size() < size && !deadline.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        got += socket->readAll();
-    }
-    return got;
-}
-
-quint16 closedTcpPort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    const quint16 port = probe.serverPort();
-    probe.close();
-    return port;
-}
 
 // The next datagram that reaches `socket`, or nothing after the time-out.
 QByteArray receive(QUdpSocket &socket)

@@ -4,21 +4,11 @@
 #include <QTcpSocket>
 #include <QtTest>
 
-namespace {
-constexpr int Timeout = 10000;
+#include "support/testsupport.h"
 
-// Reads from `socket` until `size` bytes came or the time-out passed, running the
-// event loop so that the server side can flush.
-QByteArray readExactly(QTcpSocket *socket, qsizetype size)
-{
-    QByteArray got;
-    QDeadlineTimer deadline(Timeout);
-    while (got.size() < size && !deadline.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        got += socket->readAll();
-    }
-    return got;
-}
+namespace {
+using testsupport::readExactly;
+constexpr int Timeout = 10000;
 
 // A client connected to `server`, waited for on both ends.
 std::unique_ptr<QTcpSocket> connectClient(MultiClientServer &server)

@@ -14,6 +14,7 @@
 #include <QUdpSocket>
 
 namespace {
+using testsupport::closedTcpPort;
 constexpr int Timeout = 10000;
 
 Settings tcpClientSettings(const QString &host, int port)
@@ -40,15 +41,6 @@ Settings serialSettings(const QString &path)
     settings.name = path;
     settings.baudRate = 115200;
     return settings;
-}
-
-quint16 closedTcpPort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    const quint16 port = probe.serverPort();
-    probe.close();
-    return port;
 }
 
 bool anyStartsWith(const QSignalSpy &spy, const QString &prefix)

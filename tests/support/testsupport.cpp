@@ -1,8 +1,11 @@
 #include "support/testsupport.h"
 
+#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QThread>
 
 namespace testsupport {
@@ -64,6 +67,30 @@ void PtyPair::stop()
             socat->waitForFinished(5000);
         }
     }
+}
+
+} // namespace testsupport
+
+namespace testsupport {
+
+QByteArray readExactly(QTcpSocket *socket, qsizetype size, int timeoutMs)
+{
+    QByteArray got;
+    QDeadlineTimer deadline(timeoutMs);
+    while (got.size() < size && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        got += socket->readAll();
+    }
+    return got;
+}
+
+quint16 closedTcpPort()
+{
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    const quint16 port = probe.serverPort();
+    probe.close();
+    return port;
 }
 
 } // namespace testsupport

@@ -3,11 +3,14 @@
 // Real peers for tests: pseudo-terminal pairs made by socat, and helpers to wait on
 // sockets without fixed delays.
 
+#include <QByteArray>
 #include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
 
 #include <memory>
+
+class QTcpSocket;
 
 namespace testsupport {
 
@@ -32,5 +35,12 @@ private:
 
 // Whether socat can be run here.
 bool socatAvailable();
+
+// Reads from `socket` until `size` bytes came or `timeoutMs` passed, running the event
+// loop so that the writing side can flush.
+QByteArray readExactly(QTcpSocket *socket, qsizetype size, int timeoutMs = 10000);
+
+// A local TCP port that nothing listens on, for connections that must be refused.
+quint16 closedTcpPort();
 
 } // namespace testsupport
