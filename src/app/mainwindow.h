@@ -218,7 +218,7 @@ private:
     CommandLibrary commandLibrary;
     CommandPanel *commandPanel = nullptr;
     QDockWidget *commandDock = nullptr;
-    ScriptLibrary scriptLibrary;
+    ScriptLibrary scriptLibrary = ScriptLibrary::samples();
     QPointer<ScriptWindow> scriptWindow;
     std::array<ScriptPortLink *, MaxPorts> scriptLinks{};
     QAction *acAutoReconnect = nullptr;

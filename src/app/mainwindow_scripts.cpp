@@ -116,9 +116,8 @@ void MainWindow::saveScripts(QSettings &file) const
 
 void MainWindow::loadScripts(QSettings &file)
 {
-    if (ScriptLibraryCodec::contains(file, scriptLibraryPrefix())) {
-        setScriptLibrary(ScriptLibraryCodec::load(file, scriptLibraryPrefix()));
-    }
+    // A project from before scripts starts with the samples, like a new one.
+    setScriptLibrary(ScriptLibraryCodec::loadOrSamples(file, scriptLibraryPrefix()));
 }
 
 void MainWindow::closeScriptWindowForExit()

@@ -334,6 +334,8 @@ void TestMainWindow::projectLimitsAreClamped()
     MainWindow window;
     QVERIFY(window.loadFile(file.fileName()));
     QCOMPARE(window.portCount(), ports);
+    // A project without scripts starts with the samples.
+    QCOMPARE(window.scripts().scripts.size(), ScriptLibrary::SampleCount);
     if (mode5 >= 0) {
         QCOMPARE(int(window.portWidget(5)->settings().connMode), mode5);
     }
