@@ -1,16 +1,14 @@
 // Library calls that loop inside C, where the instruction hook cannot reach: each is
-// refused within a second with a message that names it, and ordinary uses of the same
-// functions keep working, also on subjects as long as the receive window.
+// refused with a message that names it instead of holding the window, and ordinary uses
+// of the same functions keep working, also on subjects as long as the receive window.
+// Without the guards these cases run for hours, so a broken guard shows as a time-out.
 
 #include "scriptharness.h"
 #include "scripting/scriptapi.h"
 
-#include <QElapsedTimer>
 #include <QtTest>
 
 namespace {
-constexpr qint64 WallLimitMs = 1000;
-
 const char HugeLength[] = "local huge = setmetatable({}, {__len = function() return 1 << 40 end})\n";
 } // namespace
 
@@ -78,11 +76,8 @@ void TestScriptGuards::refusedFast()
     QFETCH(QString, source);
     QFETCH(QString, message);
     ScriptHarness h;
-    QElapsedTimer wall;
-    wall.start();
     QVERIFY(h.start(source));
     h.run();
-    QVERIFY2(wall.elapsed() < WallLimitMs, qPrintable(QString::number(wall.elapsed())));
     QCOMPARE(h.engine.state(), ScriptState::Failed);
     QVERIFY2(h.engine.finishReason().contains(message), qPrintable(h.engine.finishReason()));
 }
@@ -134,11 +129,8 @@ void TestScriptGuards::ordinaryUseWorks()
 {
     QFETCH(QString, source);
     ScriptHarness h;
-    QElapsedTimer wall;
-    wall.start();
     QVERIFY(h.start(source));
     h.run();
-    QVERIFY2(wall.elapsed() < WallLimitMs, qPrintable(QString::number(wall.elapsed())));
     QVERIFY2(h.engine.state() == ScriptState::Passed, qPrintable(h.engine.finishReason()));
     QTEST(h.printed(), "printed");
 }
