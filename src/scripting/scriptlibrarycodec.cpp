@@ -115,14 +115,19 @@ bool ScriptLibraryCodec::readScriptFile(const QString &path, Script *out, QStrin
         fail(error, tr("Cannot open %1: %2").arg(QDir::toNativeSeparators(path), file.errorString()));
         return false;
     }
-    // A byte order mark does not count, so up to three more bytes may come; one more
-    // than that tells a file that is too large.
-    QByteArray bytes = file.read(MaxSourceBytes + 3 + 1);
+    // The limit holds for the script as it is kept: without a byte order mark and with
+    // "\n" line ends. A file exported with "\r\n" may therefore be up to twice the limit
+    // (a script of empty lines), and still imports; reading stops one byte past that.
+    // Bytes that are not UTF-8 become replacement characters, which take more room, and
+    // count as such, so a script is refused rather than cut.
+    QByteArray bytes = file.read(2 * qint64(MaxSourceBytes) + 3 + 1);
     if (bytes.startsWith("\xEF\xBB\xBF")) {
         bytes.remove(0, 3);
     }
     const QFileInfo info(path);
-    if (bytes.size() > MaxSourceBytes) {
+    const bool readWhole = bytes.size() <= 2 * qint64(MaxSourceBytes);
+    const QString source = readWhole ? normalizeLineEnds(QString::fromUtf8(bytes)) : QString();
+    if (!readWhole || source.toUtf8().size() > MaxSourceBytes) {
         fail(error, tr("%1 is larger than %2 KB, the most a script can be.")
                         .arg(info.fileName())
                         .arg(MaxSourceBytes / 1024));
@@ -133,8 +138,7 @@ bool ScriptLibraryCodec::readScriptFile(const QString &path, Script *out, QStrin
     if (script.name.isEmpty()) {
         script.name = tr("Imported");
     }
-    // Bytes that are not UTF-8 become replacement characters, which take more room.
-    script.source = clampSource(normalizeLineEnds(QString::fromUtf8(bytes)));
+    script.source = source;
     *out = script;
     return true;
 }

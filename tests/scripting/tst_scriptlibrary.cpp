@@ -168,6 +168,17 @@ void TestScriptLibrary::readScriptFile_data()
         << "plain.lua" << QByteArray(262144, 'a') << "plain" << 262144 << "";
     QTest::newRow("one byte more without a byte order mark")
         << "plain.lua" << QByteArray(262145, 'a') << "" << 0 << tooLarge.arg("plain.lua");
+    // The limit is on the script as kept, with "\n" line ends: an exported script of
+    // the largest size, written with "\r\n", imports again.
+    QTest::newRow("largest with CR LF line ends")
+        << "crlf.lua" << QByteArray("\r\n").repeated(262144) << "crlf" << 262144 << "";
+    QTest::newRow("one line more with CR LF line ends")
+        << "crlf.lua" << QByteArray("\r\n").repeated(262145) << "" << 0
+        << tooLarge.arg("crlf.lua");
+    // Bytes that are not UTF-8 grow into replacement characters: refused, not cut.
+    QTest::newRow("invalid UTF-8 beyond the limit")
+        << "binary.lua" << QByteArray(100000, '\xff') << "" << 0 << tooLarge.arg("binary.lua");
+    QTest::newRow("empty file") << "empty.lua" << QByteArray() << "empty" << 0 << "";
     QTest::newRow("byte order mark dropped")
         << "bom.lua" << Bom + QByteArray("print(1)") << "bom" << 8 << "";
     QTest::newRow("name with dots") << "my.test.script.lua" << QByteArray("x = nil")
