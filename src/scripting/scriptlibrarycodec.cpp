@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QStringDecoder>
 #include <QSettings>
 
 namespace {
@@ -78,11 +79,11 @@ ScriptLibrary ScriptLibraryCodec::loadOrSamples(QSettings &settings, const QStri
 QString ScriptLibraryCodec::clampName(const QString &name)
 {
     QString clamped = name.trimmed().left(ScriptLibrary::MaxNameLength);
-    // Never leave half of a surrogate pair at the end.
+    // Never leave half of a surrogate pair at the end, nor blanks the cut uncovered.
     if (!clamped.isEmpty() && clamped.back().isHighSurrogate()) {
         clamped.chop(1);
     }
-    return clamped;
+    return clamped.trimmed();
 }
 
 QString ScriptLibraryCodec::clampSource(const QString &source)
@@ -126,7 +127,10 @@ bool ScriptLibraryCodec::readScriptFile(const QString &path, Script *out, QStrin
     }
     const QFileInfo info(path);
     const bool readWhole = bytes.size() <= 2 * qint64(MaxSourceBytes);
-    const QString source = readWhole ? normalizeLineEnds(QString::fromUtf8(bytes)) : QString();
+    // Only the one byte order mark removed above is dropped; QString::fromUtf8 would
+    // silently take a second.
+    QStringDecoder utf8(QStringDecoder::Utf8, QStringConverter::Flag::ConvertInitialBom);
+    const QString source = readWhole ? normalizeLineEnds(utf8.decode(bytes)) : QString();
     if (!readWhole || source.toUtf8().size() > MaxSourceBytes) {
         fail(error, tr("%1 is larger than %2 KB, the most a script can be.")
                         .arg(info.fileName())
@@ -156,6 +160,11 @@ bool ScriptLibraryCodec::writeScriptFile(const QString &path, const Script &scri
     }
     QString text = normalizeLineEnds(script.source);
     text.replace(u'\n', QStringLiteral("\r\n"));
+    // A source that itself starts with U+FEFF gets a byte order mark in front, since the
+    // reader drops the first one.
+    if (text.startsWith(QChar(0xFEFF))) {
+        text.prepend(QChar(0xFEFF));
+    }
     const QByteArray bytes = text.toUtf8();
     if (file.write(bytes) != bytes.size() || !file.commit()) {
         return cannotWrite();

@@ -82,6 +82,9 @@ void TestScriptLibrary::loadClamps_data()
     QTest::newRow("long name cut to 80")
         << QVariantMap{{"Count", 1}, {"0/Name", QString(100, u'n')}} << 1 << 0
         << QString(80, u'n') << "";
+    QTest::newRow("cut that ends in blanks trimmed again")
+        << QVariantMap{{"Count", 1}, {"0/Name", QString(78, u'n') + "   tail"}} << 1 << 0
+        << QString(78, u'n') << "";
     QTest::newRow("name trimmed") << QVariantMap{{"Count", 1}, {"0/Name", "  padded \t"}} << 1
                                   << 0 << "padded" << "";
     QTest::newRow("empty name numbered from 1")
