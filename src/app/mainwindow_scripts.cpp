@@ -24,8 +24,8 @@ void MainWindow::connectPortScripts(SerialPortWidget *port, int index)
 {
     auto *link = new ScriptPortLink(port);
     scriptLinks[size_t(index)] = link;
-    // sendCommand in a script finds commands of the project's library by name; the
-    // first group that has the name wins, as in the command panel's search.
+    // sendCommand in a script finds commands of the project's library by name; when two
+    // groups hold the same name, the first group wins.
     link->runner()->setCommandLookup([this](const QString &name, Command *command,
                                             QString *error) {
         for (const CommandGroup &group : std::as_const(commandLibrary.groups)) {
@@ -88,8 +88,9 @@ ScriptWindow *MainWindow::openScriptWindow()
                     markModified();
                 });
         connect(this, &MainWindow::portsChanged, scriptWindow, &ScriptWindow::refreshPorts);
+    } else {
+        scriptWindow->refreshPorts();
     }
-    scriptWindow->refreshPorts();
     scriptWindow->show();
     scriptWindow->raise();
     scriptWindow->activateWindow();
