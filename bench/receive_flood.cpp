@@ -26,7 +26,13 @@
 
 namespace {
 
-constexpr int FloodMs = 3000;
+// How long the peers write: 3 s, or VLM_FLOOD_MS milliseconds (long floods show what
+// happens when the views fill up and trim).
+const int FloodMs = [] {
+    bool ok = false;
+    const int ms = qEnvironmentVariableIntValue("VLM_FLOOD_MS", &ok);
+    return ok && ms > 0 ? ms : 3000;
+}();
 constexpr int DrainLimitMs = 120000;
 
 // Runs the event loop for `ms` milliseconds, or until `done` holds.

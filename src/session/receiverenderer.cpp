@@ -218,6 +218,11 @@ void ReceiveRenderer::clear()
     }
 }
 
+int ReceiveRenderer::characterCount() const
+{
+    return view->document()->characterCount();
+}
+
 int ReceiveRenderer::trimToBudget()
 {
     // Keeping the reader's place needs the layout, which a batch holds back.

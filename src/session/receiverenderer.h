@@ -91,6 +91,8 @@ public:
 
     // max(MinimumCharacterBudget, displayBufferSize).
     int characterBudget() const;
+    // The characters the view holds now.
+    int characterCount() const;
     qint64 streamPosition(int documentPosition) const;
     const DisplaySpanIndex &spanIndex() const { return spans; }
     // Whether the view's last line has ended, so the next text starts a line.

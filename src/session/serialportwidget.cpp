@@ -32,6 +32,7 @@
 #include <QTimer>
 #include <QToolButton>
 
+
 namespace {
 constexpr qsizetype ResumeSlice = 65536;
 constexpr qsizetype TranscriptLimit = 65536;
@@ -42,6 +43,16 @@ QSet<const SerialPortWidget *> &panelsWithBacklog()
 {
     static QSet<const SerialPortWidget *> panels;
     return panels;
+}
+
+// Whether a view of this process trimmed within the last display tick. Trimming half of
+// a full view takes tens of milliseconds, and panels fed alike fill up together: trimmed
+// all in one turn of the event loop, sixteen of them would hold the window for most of
+// a second.
+bool &trimTurnTaken()
+{
+    static bool taken = false;
+    return taken;
 }
 
 int directionIndex(RXorTx direction)
@@ -819,9 +830,28 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
         panelsWithBacklog().remove(this);
     }
     renderer->endBatch();
-    renderer->trimToBudget();
+    trimViewInTurn();
     if (!logBatch.isEmpty()) {
         logWriter->appendLine(logBatch, format);
+    }
+}
+
+void SerialPortWidget::trimViewInTurn()
+{
+    // One view trims per display tick; the others wait their turn, a few ticks at most,
+    // while their views grow a little past the budget. A view half again over its
+    // budget trims at once, whatever the others do.
+    const qint64 budget = renderer->characterBudget();
+    const qint64 count = renderer->characterCount();
+    if (count <= budget) {
+        return;
+    }
+    if (trimTurnTaken() && count <= budget + budget / 2) {
+        return;
+    }
+    if (renderer->trimToBudget() > 0 && !trimTurnTaken()) {
+        trimTurnTaken() = true;
+        QTimer::singleShot(DisplayTickMs, [] { trimTurnTaken() = false; });
     }
 }
 

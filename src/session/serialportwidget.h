@@ -254,6 +254,7 @@ private:
     // The next piece of the display queue, at most `limit` bytes (the rest of the front
     // record when `limit` is negative).
     rxData takeDisplayPiece(qint64 limit);
+    void trimViewInTurn();
     void pushLogToWidgets();
     void on_logSaveBox_toggled(bool on);
     void on_logPathButton_clicked();

@@ -1,5 +1,6 @@
 #include "connection/connectioncontroller.h"
 #include "connection/multiclientserver.h"
+#include "session/receiverenderer.h"
 #include "session/serialportwidget.h"
 #include "support/testsupport.h"
 
@@ -65,6 +66,7 @@ private slots:
     void pausedSerialKeepsTheNewestBytes();
     void pausedUdpLosesNothing();
     void displayTicksHonourTheBudget();
+    void fullViewsTrimInTurn();
     void badInputLeavesPanelStoppedAndUsable_data();
     void badInputLeavesPanelStoppedAndUsable();
     void ptyPortIsLostOnlyWhenItsPathVanishes();
@@ -280,6 +282,42 @@ void TestSerialPortWidget::displayTicksHonourTheBudget()
     panel.displayPortBuffer(SerialPortWidget::DisplayBudgetPerTick);
     QCOMPARE(panel.pendingDisplayRecords(), qsizetype(0));
     QCOMPARE(panel.viewText().size(), 600000);
+}
+
+// Views that fill up in the same turn of the event loop trim one per display tick, so
+// that their trims do not add up to one long stall; none grows past one and a half
+// budgets while it waits.
+void TestSerialPortWidget::fullViewsTrimInTurn()
+{
+    SerialPortWidget first;
+    SerialPortWidget second;
+    for (SerialPortWidget *panel : {&first, &second}) {
+        FormatSetting format = panel->formatSettings();
+        format.displayBufferSize = ReceiveRenderer::MinimumCharacterBudget;
+        panel->applyFormatSetting(format);
+    }
+    const int budget = first.receiveRenderer()->characterBudget();
+    const QByteArray lines = QByteArray(63, 'x').append('\n').repeated(1024);
+    const auto fill = [&](SerialPortWidget &panel, qsizetype bytes) {
+        for (qsizetype done = 0; done < bytes; done += lines.size()) {
+            panel.pushByteArray(lines, true, Received, QString());
+            panel.displayPortBuffer(-1);
+        }
+    };
+    QTest::qWait(SerialPortWidget::DisplayTickMs + 5);
+    fill(first, budget + lines.size());
+    fill(second, budget + lines.size());
+    QVERIFY(first.receiveRenderer()->characterCount() <= budget);
+    // The second waits for a later tick, a little over its budget, and trims then.
+    QVERIFY(second.receiveRenderer()->characterCount() > budget);
+    QTest::qWait(SerialPortWidget::DisplayTickMs + 5);
+    fill(second, lines.size());
+    QVERIFY(second.receiveRenderer()->characterCount() <= budget);
+    // Half again over the budget, a view trims at once.
+    fill(first, budget);
+    fill(second, budget);
+    QVERIFY(first.receiveRenderer()->characterCount() <= budget + budget / 2);
+    QVERIFY(second.receiveRenderer()->characterCount() <= budget + budget / 2);
 }
 
 void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable_data()
