@@ -83,7 +83,7 @@ bool ScriptPortLink::startScript(const Script &script, QString *error, int *erro
         }
         return false;
     }
-    if (!scriptRunner->isRunning() && !panel->ensurePortOpenForSend(error) && !portTakesData()) {
+    if (!scriptRunner->isRunning() && !panel->ensurePortOpenForSend(error)) {
         return false;
     }
     return scriptRunner->start(script, portInfo(), error, errorLine);
@@ -92,20 +92,6 @@ bool ScriptPortLink::startScript(const Script &script, QString *error, int *erro
 void ScriptPortLink::stopScript(ScriptRunner::StopReason reason)
 {
     scriptRunner->stop(ScriptRunner::stopReasonText(reason));
-}
-
-bool ScriptPortLink::portTakesData() const
-{
-    if (panel->portIsOpen()) {
-        return true;
-    }
-    // A TCP client still connecting keeps what is sent until the connection is up, the
-    // way the send box does; a connection that fails ends the run as lost.
-    const connectionMode mode = panel->settings().connMode;
-    const ConnectionController *controller = panel->connectionController();
-    return (mode == ModeTcpClient || mode == ModeRemoteSerial) &&
-           controller->hasTcpClientSocket() &&
-           controller->tcpClientState() != QAbstractSocket::UnconnectedState;
 }
 
 bool ScriptPortLink::scriptRunning() const
@@ -121,7 +107,7 @@ bool ScriptPortLink::sendScriptBytes(const QByteArray &bytes, QString *error)
         }
         return false;
     };
-    if (!portTakesData() ||
+    if (!panel->portTakesData() ||
         !panel->mayDisturbPort(SerialPortWidget::TxActor::Script, SerialPortWidget::DisturbData,
                                nullptr)) {
         return refuse(notOpenMessage());

@@ -33,9 +33,6 @@ public:
     bool startScript(const Script &script, QString *error, int *errorLine);
     void stopScript(ScriptRunner::StopReason reason);
     bool scriptRunning() const;
-    // Whether bytes handed to the port now reach the peer: the port is open, or it is a
-    // TCP client still connecting.
-    bool portTakesData() const;
 
     // The runner's sender: refuses with "The connection is not open." on a closed port
     // or during a file transfer, and with "The connection did not accept the data."

@@ -120,7 +120,11 @@ public:
     bool sendMessage(const QByteArray &bytes);
     // The send box's text as bytes, with history and local display; empty on failure.
     QByteArray encodeSendData(const QString &text);
+    // Opens a closed port; true when it takes data now (see portTakesData).
     bool ensurePortOpenForSend(QString *error);
+    // Whether bytes handed to the port now reach the peer: the port is open, or it is a
+    // TCP client still connecting, which keeps them until the connection is up.
+    bool portTakesData() const;
     bool mayDisturbPort(TxActor actor, Disturb disturb, QString *why) const;
 
     // The send box and its history (newest first, no duplicates).

@@ -135,7 +135,7 @@ bool SerialPortWidget::sendAutoReply(const QByteArray &bytes, const QString &pee
 
 bool SerialPortWidget::sendSequenceBytes(const QByteArray &bytes)
 {
-    if (transferRunning() || !portIsOpen()) {
+    if (transferRunning() || !portTakesData()) {
         return false;
     }
     const bool ok = sendMessage(bytes);

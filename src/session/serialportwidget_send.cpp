@@ -423,13 +423,23 @@ bool SerialPortWidget::ensurePortOpenForSend(QString *error)
     if (!portIsOpen()) {
         start(QString());
     }
-    if (portIsOpen()) {
+    if (portTakesData()) {
         return true;
     }
     if (error) {
         *error = lastError.isEmpty() ? tr("The port is not open.") : lastError;
     }
     return false;
+}
+
+bool SerialPortWidget::portTakesData() const
+{
+    if (portIsOpen()) {
+        return true;
+    }
+    // A connection that fails drops what was kept and stops what runs on the port.
+    return connectionModeIsTcpClient(portSettings.connMode) && controller->hasTcpClientSocket() &&
+           controller->tcpClientState() != QAbstractSocket::UnconnectedState;
 }
 
 bool SerialPortWidget::mayDisturbPort(TxActor actor, Disturb disturb, QString *why) const
