@@ -24,17 +24,12 @@ void MainWindow::connectPortScripts(SerialPortWidget *port, int index)
 {
     auto *link = new ScriptPortLink(port);
     scriptLinks[size_t(index)] = link;
-    // sendCommand in a script finds commands of the project's library by name; when two
-    // groups hold the same name, the first group wins.
+    // sendCommand in a script finds commands of the project's library by name.
     link->runner()->setCommandLookup([this](const QString &name, Command *command,
                                             QString *error) {
-        for (const CommandGroup &group : std::as_const(commandLibrary.groups)) {
-            for (const Command &candidate : group.commands) {
-                if (candidate.name == name) {
-                    *command = candidate;
-                    return true;
-                }
-            }
+        if (const Command *found = commandLibrary.findCommand(name)) {
+            *command = *found;
+            return true;
         }
         if (error) {
             *error = tr("there is no command of that name in the command library");

@@ -8,3 +8,15 @@ int CommandLibrary::commandCount() const
     }
     return count;
 }
+
+const Command *CommandLibrary::findCommand(const QString &name) const
+{
+    for (const CommandGroup &group : groups) {
+        for (const Command &command : group.commands) {
+            if (command.name == name) {
+                return &command;
+            }
+        }
+    }
+    return nullptr;
+}

@@ -88,6 +88,8 @@ struct CommandLibrary
     QList<Sequence> sequences;
 
     int commandCount() const;
+    // The first command called `name`, searching the groups in order; null for none.
+    const Command *findCommand(const QString &name) const;
     bool isEmpty() const { return groups.isEmpty() && sequences.isEmpty(); }
     bool operator==(const CommandLibrary &) const = default;
 };

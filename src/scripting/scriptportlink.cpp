@@ -35,9 +35,7 @@ ScriptPortLink::ScriptPortLink(SerialPortWidget *port)
     panel->scriptRunningHook = [this] { return scriptRunner->isRunning(); };
     // Closing or losing the connection ends the run with that reason.
     panel->scriptStopHook = [this](int reason) {
-        if (scriptRunner->isRunning()) {
-            stopScript(static_cast<ScriptRunner::StopReason>(reason));
-        }
+        stopScript(static_cast<ScriptRunner::StopReason>(reason));
     };
 
     connect(panel, &SerialPortWidget::rxTapped, scriptRunner, &ScriptRunner::ingest);
@@ -61,11 +59,6 @@ QString ScriptPortLink::notAcceptedMessage()
     return tr("The connection did not accept the data.");
 }
 
-ScriptPortInfo ScriptPortLink::portInfo() const
-{
-    return panel->scriptPortInfo();
-}
-
 bool ScriptPortLink::startScript(const Script &script, QString *error, int *errorLine)
 {
     if (errorLine) {
@@ -86,7 +79,7 @@ bool ScriptPortLink::startScript(const Script &script, QString *error, int *erro
     if (!scriptRunner->isRunning() && !panel->ensurePortOpenForSend(error)) {
         return false;
     }
-    return scriptRunner->start(script, portInfo(), error, errorLine);
+    return scriptRunner->start(script, panel->scriptPortInfo(), error, errorLine);
 }
 
 void ScriptPortLink::stopScript(ScriptRunner::StopReason reason)

@@ -17,16 +17,13 @@ class ScriptPortLink : public QObject
 {
     Q_OBJECT
 public:
-    // A child of `port`; sets the port's scriptRunningHook.
+    // A child of `port`; sets the port's scriptRunningHook and scriptStopHook.
     explicit ScriptPortLink(SerialPortWidget *port);
     ~ScriptPortLink() override;
 
     ScriptRunner *runner() const { return scriptRunner; }
     SerialPortWidget *port() const { return panel; }
 
-    // What a run is told about the port: its label, its transport word, its format and
-    // whether auto reply rules are on.
-    ScriptPortInfo portInfo() const;
     // Starts `script` on the port, opening a closed port first the way the send box
     // does. Refusals: a syntax error (with its line), a script or sequence already
     // running, a file transfer, a port that does not open.

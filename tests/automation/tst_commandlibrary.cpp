@@ -71,6 +71,7 @@ private slots:
     void encode_data();
     void encode();
     void mergeRenamesAndStopsAtLimits();
+    void findCommandTakesTheFirstGroup();
 
     void codecRoundTrip_data();
     void codecRoundTrip();
@@ -247,6 +248,18 @@ void TestCommandLibrary::encode()
     if (cmd.isHex() && result.ok) {
         QCOMPARE(result.text, MessageCodec::toHexString(bytes));
     }
+}
+
+// Scripts reach commands by name: the first group holding the name wins.
+void TestCommandLibrary::findCommandTakesTheFirstGroup()
+{
+    CommandLibrary library;
+    library.groups << CommandGroup{"Modem", {command("AT", "AT"), command("Reset", "ATZ")}}
+                   << CommandGroup{"Other", {command("Reset", "RST")}};
+    QCOMPARE(library.findCommand("Reset")->text, QString("ATZ"));
+    QCOMPARE(library.findCommand("AT")->text, QString("AT"));
+    QVERIFY(!library.findCommand("reset"));
+    QVERIFY(!CommandLibrary().findCommand("AT"));
 }
 
 void TestCommandLibrary::mergeRenamesAndStopsAtLimits()
