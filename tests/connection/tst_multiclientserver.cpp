@@ -32,7 +32,8 @@ private slots:
     void exclusiveModeKeepsFirstClient();
     void bytesArriveBeforeClientGone();
     void rowsFollowArrivalAndKeysSurviveDisconnect();
-    void throttledClientIsDrainedWhenReleased();
+    void throttledClientIsReadWhenReleasedOrGone_data();
+    void throttledClientIsReadWhenReleasedOrGone();
 };
 
 void TestMultiClientServer::addressAllowed_data()
@@ -169,8 +170,21 @@ void TestMultiClientServer::rowsFollowArrivalAndKeysSurviveDisconnect()
     QVERIFY(!server.isListening());
 }
 
-void TestMultiClientServer::throttledClientIsDrainedWhenReleased()
+// A throttled server reads nothing, so the client's TCP window closes; it reads again
+// when released, and reads a leaving client's last bytes whatever the throttle says.
+void TestMultiClientServer::throttledClientIsReadWhenReleasedOrGone_data()
 {
+    QTest::addColumn<QString>("ending");
+    QTest::addColumn<int>("size");
+    QTest::newRow("released") << "released" << 100000;
+    QTest::newRow("client leaves") << "leaves" << 1000;
+    QTest::newRow("consumer stops the server in the last read") << "stops" << 1000;
+}
+
+void TestMultiClientServer::throttledClientIsReadWhenReleasedOrGone()
+{
+    QFETCH(QString, ending);
+    QFETCH(int, size);
     MultiClientServer server;
     QVERIFY(server.start(0, QHostAddress::LocalHost));
     QSignalSpy arrived(&server, &MultiClientServer::clientArrived);
@@ -179,15 +193,35 @@ void TestMultiClientServer::throttledClientIsDrainedWhenReleased()
     QVERIFY(arrived.count() == 1 || arrived.wait(Timeout));
 
     QByteArray received;
-    connect(&server, &MultiClientServer::newMessage, this,
-            [&](const QString &key) { received += server.takeMessage(key); });
+    connect(&server, &MultiClientServer::newMessage, this, [&](const QString &key) {
+        received += server.takeMessage(key);
+        if (ending == "stops") {
+            server.stop();
+        }
+    });
+    QSignalSpy gone(&server, &MultiClientServer::clientGone);
     server.setReadThrottled(true);
-    const QByteArray payload(100000, 'q');
+    const QByteArray payload(size, 'q');
     client->write(payload);
     client->flush();
-    QTRY_VERIFY_WITH_TIMEOUT(received.size() >= 4096, Timeout);
-    server.setReadThrottled(false);
-    QTRY_COMPARE_WITH_TIMEOUT(received.size(), payload.size(), Timeout);
+    if (ending == "released") {
+        // The socket's buffer fills up to its bound and nothing is taken from it.
+        QTRY_VERIFY_WITH_TIMEOUT(server.clientAt(0)->bytesAvailable() >= 4096, Timeout);
+        QCOMPARE(received.size(), 0);
+        server.setReadThrottled(false);
+        QTRY_COMPARE_WITH_TIMEOUT(received.size(), payload.size(), Timeout);
+    } else {
+        client->disconnectFromHost();
+        QTRY_COMPARE_WITH_TIMEOUT(received.size(), payload.size(), Timeout);
+        if (ending == "leaves") {
+            QTRY_COMPARE_WITH_TIMEOUT(gone.count(), 1, Timeout);
+        }
+        // Never a client without a name.
+        for (const QList<QVariant> &args : std::as_const(gone)) {
+            QVERIFY(!args.at(0).toString().isEmpty());
+        }
+        QCOMPARE(server.clientCount(), 0);
+    }
     QCOMPARE(received, payload);
 }
 
