@@ -14,7 +14,6 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QPlainTextEdit>
-#include <QProcess>
 #include <QPushButton>
 #include <QSplitter>
 #include <QStatusBar>
@@ -47,8 +46,7 @@ private slots:
     void lastPanelCannotBeRemoved();
     void tabsSurviveRemoval();
     void rowHandlesMoveTogether();
-    void noticeHistoryKeepsTheNewestHundred();
-    void noticeTimeoutsAndDismissal();
+    void noticeHistoryAndTimeouts();
     void liveSyncSummarizes();
     void toolBoxFrameGoesToTheFocusedSendBox();
     void hiddenFieldsLeaveEveryPaneAndKeepTheirValue();
@@ -58,7 +56,7 @@ private slots:
     void scriptRunsOnAPortAndOutlivesItsWindow();
     void commandPanelActsOnTheFocusedPort();
     void settingsOfARunningPortApplyOrWait();
-    void statusBarLinksAndMenusAct();
+    void logLinkOpensTheFocusedPortsLog();
 };
 
 void TestMainWindow::gridRows_data()
@@ -196,7 +194,7 @@ void TestMainWindow::rowHandlesMoveTogether()
     QVERIFY(row1->sizes() != before);
 }
 
-void TestMainWindow::noticeHistoryKeepsTheNewestHundred()
+void TestMainWindow::noticeHistoryAndTimeouts()
 {
     MainWindow window;
     for (int i = 0; i < 101; ++i) {
@@ -205,11 +203,7 @@ void TestMainWindow::noticeHistoryKeepsTheNewestHundred()
     QCOMPARE(window.noticeHistory().size(), 100);
     QCOMPARE(window.noticeHistory().first().text, QString("notice 1"));
     QCOMPARE(window.noticeHistory().last().text, QString("notice 100"));
-}
 
-void TestMainWindow::noticeTimeoutsAndDismissal()
-{
-    MainWindow window;
     window.releaseStartupNotices();
     QCoreApplication::processEvents();
     const int first = window.showStatusNotice("stays", MainWindow::NoticeWarning, 0);
@@ -246,6 +240,19 @@ void TestMainWindow::liveSyncSummarizes()
     QCOMPARE(summary.clientCount, 3);
     QCOMPARE(summary.firstActiveName, QString("RFC 2217 :2217"));
     QCOMPARE(summary.tooltipLines.size(), 3);
+
+    // A left click opens the menu, as the tooltip says.
+    QStringList menuTexts;
+    QTimer::singleShot(0, this, [&] {
+        if (auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())) {
+            for (QAction *action : menu->actions()) {
+                menuTexts << action->text();
+            }
+            menu->close();
+        }
+    });
+    QTest::mouseClick(label, Qt::LeftButton);
+    QVERIFY(menuTexts.contains("RFC 2217 Server..."));
 }
 
 void TestMainWindow::toolBoxFrameGoesToTheFocusedSendBox()
@@ -528,6 +535,16 @@ void TestMainWindow::commandPanelActsOnTheFocusedPort()
     QCOMPARE(run->text(), QString("Stop"));
     run->click();
     QVERIFY(!window.portWidget(0)->sequenceRunning());
+
+    // "Learn More" explains commands and sequences.
+    for (QAction *action :
+         window.findChild<QToolButton *>("commandPanelMenuButton")->menu()->actions()) {
+        if (action->text() == "Learn More") {
+            action->trigger();
+        }
+    }
+    auto *help = window.findChild<QMessageBox *>("commandHelpBox");
+    QVERIFY(help && help->isVisible());
 }
 
 // Edit > Settings on a running port: serial line parameters apply live; what needs a
@@ -578,10 +595,7 @@ void TestMainWindow::settingsOfARunningPortApplyOrWait()
     };
 
     edit();
-    QProcess stty;
-    stty.start("stty", {"-F", pty.portA()});
-    QVERIFY(stty.waitForFinished(5000));
-    QVERIFY(stty.readAllStandardOutput().contains("speed 57600 baud"));
+    QVERIFY(testsupport::sttySettings(pty.portA()).contains("speed 57600 baud"));
     QVERIFY(window.portWidget(0)->portIsOpen());
     QCOMPARE(asked, QList<int>{1});
     // Declined: the client stays on its connection and keeps the edit for the next one.
@@ -595,9 +609,8 @@ void TestMainWindow::settingsOfARunningPortApplyOrWait()
     QCOMPARE(window.portWidget(1)->settings().targetPort, int(second.serverPort()));
 }
 
-// The status bar's log link opens the focused port's log, a left click on Live Sync
-// opens its menu, and "Learn More" of the command panel explains commands.
-void TestMainWindow::statusBarLinksAndMenusAct()
+// The status bar's log link opens the focused port's log, written up to now.
+void TestMainWindow::logLinkOpensTheFocusedPortsLog()
 {
     QTemporaryDir dir;
     UrlCatcher catcher;
@@ -622,28 +635,6 @@ void TestMainWindow::statusBarLinksAndMenusAct()
     QCOMPARE(catcher.urls, QList<QUrl>{QUrl::fromLocalFile(dir.filePath("bench.log"))});
     QFile log(dir.filePath("bench.log"));
     QVERIFY(log.open(QIODevice::ReadOnly) && log.readAll().contains("logged"));
-
-    QStringList menuTexts;
-    QTimer::singleShot(0, this, [&] {
-        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-        if (menu) {
-            for (QAction *action : menu->actions()) {
-                menuTexts << action->text();
-            }
-            menu->close();
-        }
-    });
-    QTest::mouseClick(window.findChild<QLabel *>("liveSyncLabel"), Qt::LeftButton);
-    QVERIFY(menuTexts.contains("RFC 2217 Server..."));
-
-    auto *more = window.findChild<QToolButton *>("commandPanelMenuButton");
-    for (QAction *action : more->menu()->actions()) {
-        if (action->text() == "Learn More") {
-            action->trigger();
-        }
-    }
-    auto *help = window.findChild<QMessageBox *>("commandHelpBox");
-    QVERIFY(help && help->isVisible());
 }
 
 #include "tst_mainwindow.moc"

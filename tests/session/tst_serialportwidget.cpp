@@ -12,7 +12,6 @@
 #include <QLineEdit>
 #include <QNetworkDatagram>
 #include <QPlainTextEdit>
-#include <QProcess>
 #include <QSpinBox>
 #include <QSerialPort>
 #include <QSignalSpy>
@@ -24,6 +23,7 @@
 
 namespace {
 using testsupport::closedTcpPort;
+using testsupport::sttySettings;
 constexpr int Timeout = 10000;
 
 Settings tcpClientSettings(const QString &host, int port)
@@ -74,15 +74,6 @@ void answerFileDialog(const QString &path)
     poll->start(20);
 }
 
-// The line settings of a serial device as the system has them ("speed 9600 baud; ...").
-QString sttySettings(const QString &path)
-{
-    QProcess stty;
-    stty.start("stty", {"-a", "-F", path});
-    stty.waitForFinished(Timeout);
-    return QString::fromLocal8Bit(stty.readAllStandardOutput());
-}
-
 bool anyStartsWith(const QSignalSpy &spy, const QString &prefix)
 {
     for (const QList<QVariant> &args : spy) {
@@ -100,7 +91,6 @@ class TestSerialPortWidget : public QObject
 private slots:
     void tcpClientShowsWhatTheServerSends();
     void tcpServerKeepsPeersApart();
-    void tcpClientPeerCloseStopsThePanel();
     void tcpClientRetriesUntilThePeerIsUp();
     void pausedSerialKeepsTheNewestBytes();
     void pausedUdpLosesNothing();
@@ -109,7 +99,6 @@ private slots:
     void badInputLeavesPanelStoppedAndUsable_data();
     void badInputLeavesPanelStoppedAndUsable();
     void ptyPortIsLostOnlyWhenItsPathVanishes();
-    void consoleKeyNamesModeAndIndex();
     void logFileHoldsWhatArrivedAndWasSent();
     void shortBreakPressLastsTheMinimum();
     void controlLinesOfNetworkPortsExplainThemselves_data();
@@ -148,15 +137,20 @@ void TestSerialPortWidget::tcpClientShowsWhatTheServerSends()
     QCOMPARE(panel.txByteCount(), qint64(4));
     QCOMPARE(txTapped.count(), 1);
 
-    panel.stop();
-    QCOMPARE(panel.portState(), int(SerialPortWidget::Stopped));
+    // The peer's last words show; its close stops the panel.
+    peer->write("bye\n");
+    peer->disconnectFromHost();
+    QTRY_COMPARE_WITH_TIMEOUT(panel.portState(), int(SerialPortWidget::Stopped), Timeout);
+    QVERIFY(panel.viewText().contains("bye"));
     QVERIFY(!panel.portIsOpen());
 }
 
 void TestSerialPortWidget::tcpServerKeepsPeersApart()
 {
     SerialPortWidget panel;
+    panel.setPortNumber(3);
     panel.applySettings(tcpServerSettings(0));
+    QCOMPARE(panel.consolePortKey(), QString("tcps-3"));
     QVERIFY(panel.start(QString()));
     const quint16 port = panel.connectionController()->server()->serverPort();
     QVERIFY(panel.settings().name.endsWith(QStringLiteral(":%1").arg(port)));
@@ -197,22 +191,6 @@ void TestSerialPortWidget::tcpServerKeepsPeersApart()
     // Stopping the server lets b go too, transcript and all.
     panel.stop();
     QCOMPARE(panel.peerTranscript(keyB), QString());
-}
-
-void TestSerialPortWidget::tcpClientPeerCloseStopsThePanel()
-{
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost, 0));
-    SerialPortWidget panel;
-    panel.applySettings(tcpClientSettings("127.0.0.1", server.serverPort()));
-    QVERIFY(panel.start(QString()));
-    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), Timeout);
-    QTcpSocket *peer = server.nextPendingConnection();
-    QTRY_VERIFY_WITH_TIMEOUT(panel.portIsOpen(), Timeout);
-    peer->write("bye\n");
-    peer->disconnectFromHost();
-    QTRY_COMPARE_WITH_TIMEOUT(panel.portState(), int(SerialPortWidget::Stopped), Timeout);
-    QVERIFY(panel.viewText().contains("bye"));
 }
 
 void TestSerialPortWidget::tcpClientRetriesUntilThePeerIsUp()
@@ -479,18 +457,6 @@ void TestSerialPortWidget::ptyPortIsLostOnlyWhenItsPathVanishes()
     QVERIFY(device.openSerial(serialSettings(pty.portB()), QString(), "B", true));
     QVERIFY(device.sendSerial("back\n", serialSettings(pty.portB()), QString()));
     QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("back"), Timeout);
-}
-
-void TestSerialPortWidget::consoleKeyNamesModeAndIndex()
-{
-    SerialPortWidget panel;
-    panel.setPortNumber(3);
-    panel.applySettings(tcpServerSettings(0));
-    QCOMPARE(panel.consolePortKey(), QString("tcps-3"));
-    Settings settings;
-    settings.connMode = ModeSerial;
-    panel.applySettings(settings);
-    QCOMPARE(panel.consolePortKey(), QString("ser-3"));
 }
 
 void TestSerialPortWidget::shortBreakPressLastsTheMinimum()
