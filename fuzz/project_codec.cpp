@@ -74,7 +74,7 @@ void checkPort(const ProjectPortRecord &port)
     check(!f.rxTimeFormat.trimmed().isEmpty() && !f.txTimeFormat.trimmed().isEmpty(),
           "time formats");
     check(f.logFont.pointSize >= 0 && f.logFont.pointSize <= 1000, "font size");
-    check(port.logFontWeight >= 0 && port.logFontWeight <= 1000, "font weight");
+    check(f.logFont.weight >= 0 && f.logFont.weight <= 1000, "font weight");
     for (const QString &color : {f.sendTextColor, f.receiveTextColor}) {
         check(color.isEmpty() || (StoredValueReader::isColor(color) && color == color.toLower()),
               "colours");

@@ -6,13 +6,11 @@
 
 bool AppTranslations::wantsChinese(int choice, const QString &localeName)
 {
-    if (choice == Chinese) {
-        return true;
+    if (choice == FollowSystem) {
+        // The translation is written for the mainland: only that locale selects it.
+        return localeName == QLatin1String("zh_CN");
     }
-    if (choice == English) {
-        return false;
-    }
-    return localeName.startsWith(QLatin1String("zh"), Qt::CaseInsensitive);
+    return choice == Chinese;
 }
 
 QStringList AppTranslations::qtBaseSearchDirs()

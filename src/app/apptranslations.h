@@ -9,14 +9,14 @@ class QTranslator;
 class AppTranslations
 {
 public:
-    // The stored language choice ("ValueL").
+    // The stored language choice ("ValueL"): any value other than these two is English.
     enum Choice {
         FollowSystem = 0,
-        English = 1,
-        Chinese = 2,
+        Chinese = 1,
     };
 
-    // Simplified Chinese when chosen, or when following a system whose locale is Chinese.
+    // Simplified Chinese when chosen, or when following a system whose locale is
+    // exactly "zh_CN".
     static bool wantsChinese(int choice, const QString &localeName);
     // Where Qt's own translations may be, most specific first.
     static QStringList qtBaseSearchDirs();

@@ -1,15 +1,21 @@
 #include "app/connectionsettingswidget.h"
 
+#include "app/portfieldlimits.h"
 #include "connection/serialportlist.h"
 
 #include <QComboBox>
 #include <QFormLayout>
+#include <QIntValidator>
 #include <QLineEdit>
 #include <QSignalBlocker>
 #include <QSpinBox>
 
 namespace {
 const int BaudRates[] = {9600, 19200, 38400, 57600, 115200, 230400, 460800, 921600};
+// Item data of the baud box's free-entry item.
+constexpr int CustomBaud = -1;
+// The modes the pane offers; a record of another mode is shown by an extra item.
+constexpr int ListedModes = 7;
 
 void selectData(QComboBox *combo, const QVariant &value)
 {
@@ -36,7 +42,6 @@ ConnectionSettingsWidget::ConnectionSettingsWidget(QWidget *parent)
                                  "/dev/serial/by-id/... or a pseudo-terminal"));
     baudCombo = new QComboBox(this);
     baudCombo->setObjectName(QStringLiteral("baudCombo"));
-    baudCombo->setEditable(true);
     baudCombo->setToolTip(tr("Serial transfer speed"));
     dataBitsCombo = new QComboBox(this);
     dataBitsCombo->setObjectName(QStringLiteral("dataBitsCombo"));
@@ -87,17 +92,17 @@ ConnectionSettingsWidget::ConnectionSettingsWidget(QWidget *parent)
         }
         userEdited();
     });
-    for (QComboBox *combo : {portNameCombo, dataBitsCombo, parityCombo, stopBitsCombo, flowCombo}) {
+    connect(portNameCombo, &QComboBox::currentIndexChanged, this,
+            &ConnectionSettingsWidget::userEdited);
+    for (QComboBox *combo : {dataBitsCombo, parityCombo, stopBitsCombo, flowCombo}) {
         connect(combo, &QComboBox::currentIndexChanged, this,
-                &ConnectionSettingsWidget::userEdited);
+                &ConnectionSettingsWidget::applySerialParams);
     }
     connect(portNameCombo, &QComboBox::editTextChanged, this,
             &ConnectionSettingsWidget::userEdited);
     connect(hostCombo, &QComboBox::editTextChanged, this, &ConnectionSettingsWidget::userEdited);
     connect(baudCombo, &QComboBox::currentIndexChanged, this,
-            &ConnectionSettingsWidget::userEdited);
-    connect(baudCombo->lineEdit(), &QLineEdit::editingFinished, this,
-            &ConnectionSettingsWidget::onCustomBaudRateEntered);
+            &ConnectionSettingsWidget::onBaudIndexChanged);
     for (QSpinBox *spin : {targetPortSpin, udpLocalPortSpin, udpServerPortSpin}) {
         connect(spin, &QSpinBox::valueChanged, this, &ConnectionSettingsWidget::userEdited);
     }
@@ -117,6 +122,7 @@ void ConnectionSettingsWidget::fillStaticItems()
     for (int rate : BaudRates) {
         baudCombo->addItem(QString::number(rate), rate);
     }
+    baudCombo->addItem(tr("Custom"), CustomBaud);
     for (int bits = 5; bits <= 8; ++bits) {
         dataBitsCombo->addItem(QString::number(bits), bits);
     }
@@ -148,10 +154,11 @@ void ConnectionSettingsWidget::syncVisibleRows()
     for (auto it = lineFields.cbegin(); it != lineFields.cend(); ++it) {
         setRowVisible(it.value(), serial && !hiddenLineFields.contains(it.key()));
     }
-    const bool hasHost = mode == ModeTcpClient || mode == ModeUdpClient || mode == ModeRemoteSerial;
+    const bool udpClient = mode == ModeUdpClient || mode == ModeUdpGroup;
+    const bool hasHost = mode == ModeTcpClient || mode == ModeRemoteSerial || udpClient;
     setRowVisible(hostCombo, hasHost);
     setRowVisible(targetPortSpin, hasHost || mode == ModeTcpServer);
-    setRowVisible(udpLocalPortSpin, mode == ModeUdpClient);
+    setRowVisible(udpLocalPortSpin, udpClient);
     setRowVisible(udpServerPortSpin, mode == ModeUdpServer);
 }
 
@@ -197,12 +204,22 @@ connectionMode ConnectionSettingsWidget::currentMode() const
 void ConnectionSettingsWidget::applySettings(const Settings &settings)
 {
     const bool wasPushing = std::exchange(pushing, true);
+    while (modeCombo->count() > ListedModes) {
+        modeCombo->removeItem(modeCombo->count() - 1);
+    }
+    if (modeCombo->findData(int(settings.connMode)) < 0) {
+        // No pane offers these modes, but a record may carry one; it is shown as it is,
+        // so that an edit of another field does not turn it into the mode shown before.
+        modeCombo->addItem(settings.connMode == ModeUdpGroup ? tr("UDP Group") : tr("Unused"),
+                           int(settings.connMode));
+    }
     selectData(modeCombo, int(settings.connMode));
     portNameCombo->setEditText(settings.name);
     const int baudIndex = baudCombo->findData(settings.baudRate);
-    if (baudIndex >= 0) {
+    if (baudIndex >= 0 && settings.baudRate != CustomBaud) {
         baudCombo->setCurrentIndex(baudIndex);
     } else {
+        selectData(baudCombo, CustomBaud);
         baudCombo->setEditText(QString::number(settings.baudRate));
     }
     selectData(dataBitsCombo, settings.dataBits);
@@ -229,10 +246,14 @@ Settings ConnectionSettingsWidget::portSettings(const Settings &base) const
     if (s.connMode == ModeSerial) {
         s.name = portNameCombo->currentText().trimmed();
     }
-    bool ok = false;
-    const int baud = baudCombo->currentText().trimmed().toInt(&ok);
-    if (ok && baud > 0 && baud <= 100000000) {
-        s.baudRate = baud;
+    if (!baudCombo->isEditable()) {
+        s.baudRate = baudCombo->currentData().toInt();
+    } else {
+        bool ok = false;
+        const int baud = baudCombo->currentText().trimmed().toInt(&ok);
+        if (ok && baud >= 0 && baud <= PortFieldLimits::MaxBaudRate) {
+            s.baudRate = baud;
+        }
     }
     s.dataBits = dataBitsCombo->currentData().toInt();
     s.stringDataBits = QString::number(s.dataBits);
@@ -249,16 +270,61 @@ Settings ConnectionSettingsWidget::portSettings(const Settings &base) const
     return s;
 }
 
+void ConnectionSettingsWidget::onBaudIndexChanged()
+{
+    const bool custom = baudCombo->currentData().toInt() == CustomBaud;
+    if (custom != baudCombo->isEditable()) {
+        baudCombo->setEditable(custom);
+        if (custom) {
+            baudCombo->setInsertPolicy(QComboBox::NoInsert);
+            // Free entry: completing "1" to "115200" would get in the way.
+            baudCombo->setCompleter(nullptr);
+            QLineEdit *edit = baudCombo->lineEdit();
+            edit->setValidator(new QIntValidator(0, PortFieldLimits::MaxBaudRate, edit));
+            edit->setPlaceholderText(tr("Bits per second"));
+            connect(edit, &QLineEdit::editingFinished, this,
+                    &ConnectionSettingsWidget::onCustomBaudRateEntered);
+            if (!pushing) {
+                baudCombo->clearEditText();
+                edit->setFocus();
+                return; // the rate counts once it is typed
+            }
+        }
+    }
+    applySerialParams();
+}
+
 void ConnectionSettingsWidget::onCustomBaudRateEntered()
 {
     bool ok = false;
     const int baud = baudCombo->currentText().trimmed().toInt(&ok);
-    if (!ok || baud < 1 || baud > 100000000) {
-        baudCombo->setToolTip(tr("Enter a rate from 1 to 100000000 bits per second"));
+    if (!ok || baud < 0 || baud > PortFieldLimits::MaxBaudRate) {
+        baudCombo->setToolTip(tr("Enter a rate from 0 to 100000000 bits per second"));
         return;
     }
     baudCombo->setToolTip(tr("Serial transfer speed"));
+    applySerialParams();
+}
+
+void ConnectionSettingsWidget::applySerialParams()
+{
+    if (pushing) {
+        return;
+    }
     userEdited();
+    Q_EMIT serialParamsEdited();
+}
+
+void ConnectionSettingsWidget::setConnectionOpen(bool open)
+{
+    // While a connection is open only the line parameters may change: the session
+    // applies them to the running port. What would need a new connection waits.
+    for (QWidget *field : {static_cast<QWidget *>(modeCombo), static_cast<QWidget *>(portNameCombo),
+                           static_cast<QWidget *>(hostCombo), static_cast<QWidget *>(targetPortSpin),
+                           static_cast<QWidget *>(udpLocalPortSpin),
+                           static_cast<QWidget *>(udpServerPortSpin)}) {
+        field->setEnabled(!open);
+    }
 }
 
 void ConnectionSettingsWidget::userEdited()

@@ -31,16 +31,24 @@ public:
     void applySerialFieldLayout(const QStringList &visibleFields);
     // Whether the user changed a field since the last applySettings.
     bool hasUserEdits() const { return edited; }
+    // With a connection open, the transport's own fields are locked and the serial line
+    // parameters stay editable.
+    void setConnectionOpen(bool open);
 
 signals:
     void connectionConfigChanged();
     void settingsEdited();
+    // The user changed a serial line parameter (baud rate, data bits, parity, stop bits,
+    // flow control); an open port takes it at once.
+    void serialParamsEdited();
 
 private:
     void fillStaticItems();
     void syncVisibleRows();
     void setRowVisible(QWidget *field, bool visible);
+    void onBaudIndexChanged();
     void onCustomBaudRateEntered();
+    void applySerialParams();
     void userEdited();
 
     QFormLayout *form = nullptr;

@@ -43,6 +43,8 @@ MainWindow::MainWindow(QWidget *parent)
                 if (lastFocusedPort != port) {
                     lastFocusedPort = port;
                     updateStatusBar();
+                    // Run and Stop in the command panel act on this port now.
+                    refreshSequenceState();
                 }
                 return;
             }

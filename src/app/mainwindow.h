@@ -86,6 +86,9 @@ public:
     QuickSettingsGroups quickSettingsGroups() const { return quickSettings; }
     // Lets tests answer the Add Connection dialog instead of a user.
     std::function<bool(MultiPortSettingDlg &)> addConnectionHook;
+    // Lets tests answer Edit > Settings and its question whether to reopen a port.
+    std::function<bool(MultiPortSettingDlg &)> settingsDialogHook;
+    std::function<bool(int index)> reopenQuestionHook;
     QAction *viewAction(const QString &name) const;
 
     // Notices.
@@ -101,6 +104,10 @@ public:
     QList<NoticeEntry> noticeHistory() const { return history; }
     QString currentNoticeText() const;
     static QString statusBarAccent(NoticeKind kind);
+
+    // Opens the focused port's log file with the desktop's viewer (the status bar's log
+    // link).
+    void on_acFileViewCurrentDataLog_triggered();
 
     // Live Sync.
     void updateLiveSyncIndicator();
@@ -151,6 +158,7 @@ signals:
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void createActions();
@@ -178,9 +186,12 @@ private:
     void updateRecentFilesMenu();
     void applyAutoReconnectToPorts();
     bool addConnectionAccepted(MultiPortSettingDlg &dialog);
+    bool settingsDialogAccepted(MultiPortSettingDlg &dialog);
+    bool reopenWanted(int index);
     void setupCommandPanel();
     void connectPortAutomation(SerialPortWidget *port);
     void refreshSequenceState();
+    void showCommandHelp();
     void createAutomationActions(QMenu *tools);
     void saveAutomation(QSettings &file) const;
     void loadAutomation(QSettings &file);

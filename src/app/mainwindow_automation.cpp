@@ -8,7 +8,6 @@
 #include "automation/autoreplyrunner.h"
 #include "automation/commandlibrarycodec.h"
 #include "automation/commandlibrarydialog.h"
-#include "automation/commandlibrarytext.h"
 #include "automation/commandpanel.h"
 #include "automation/sequencereportexport.h"
 #include "automation/sequencerunner.h"
@@ -19,6 +18,7 @@
 #include <QFileDialog>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
 
 void MainWindow::setupCommandPanel()
 {
@@ -36,21 +36,10 @@ void MainWindow::setupCommandPanel()
     connect(commandPanel, &CommandPanel::commandSendRequested, this,
             [this](const Command &command) {
                 SerialPortWidget *port = focusedPortWidget();
-                if (!port) {
-                    return;
+                QString error;
+                if (port && !port->sendCommand(command, &error) && !error.isEmpty()) {
+                    showStatusNotice(error, NoticeWarning);
                 }
-                const EncodeSendResult encoded =
-                    CommandLibraryText::encode(command, port->formatSettings());
-                if (!encoded.ok) {
-                    showStatusNotice(encoded.error, NoticeWarning);
-                    return;
-                }
-                QString why;
-                if (!port->ensurePortOpenForSend(&why)) {
-                    showStatusNotice(why, NoticeWarning);
-                    return;
-                }
-                port->sendMessage(encoded.bytes);
             });
     connect(commandPanel, &CommandPanel::sequenceRunRequested, this,
             [this](const Sequence &sequence) {
@@ -69,6 +58,28 @@ void MainWindow::setupCommandPanel()
             [this](int page) { editCommandLibrary(page); });
     connect(commandPanel, &CommandPanel::importRequested, this, &MainWindow::importCommandLibrary);
     connect(commandPanel, &CommandPanel::exportRequested, this, &MainWindow::exportCommandLibrary);
+    connect(commandPanel, &CommandPanel::learnMoreRequested, this, &MainWindow::showCommandHelp);
+}
+
+void MainWindow::showCommandHelp()
+{
+    auto *box = new QMessageBox(
+        QMessageBox::Information, tr("Commands and Sequences"),
+        tr("A command is a message kept under a name. Its button, or its shortcut anywhere "
+           "in the window, sends it on the focused port, shown in the view when Display Send "
+           "is on. In text, \\r \\n \\t and \\xHH stand for the bytes they name; a hex "
+           "command lists its bytes, as in 01 03 00 00 00 01. A command's own line ending and "
+           "checksum, when it has them, replace the port's."),
+        QMessageBox::Close, this);
+    box->setObjectName(QStringLiteral("commandHelpBox"));
+    box->setInformativeText(
+        tr("A sequence runs its steps in order on the focused port: send a command, wait, "
+           "expect a reply within a time, repeat from a label. Its bar above the port shows how "
+           "it runs, and Tools > Export Sequence Report... keeps the result.\n\nEdit Library... "
+           "changes both; More > Export... saves them as a .vlmcmd file for a colleague, who "
+           "adds them with More > Import...."));
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->open();
 }
 
 void MainWindow::connectPortAutomation(SerialPortWidget *port)

@@ -12,6 +12,7 @@
 #include <QGridLayout>
 #include <QInputDialog>
 #include <QLoggingCategory>
+#include <QMessageBox>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
@@ -64,8 +65,11 @@ void MainWindow::updateGrid()
     }
     const bool quickView = acViewQuickSettings->isChecked();
     for (int i = 0; i < portCountValue; ++i) {
-        portWidgets[size_t(i)]->setQuickSettingsGroups(quickSettings);
-        portWidgets[size_t(i)]->setQuickSettingsVisible(quickView);
+        SerialPortWidget *port = portWidgets[size_t(i)];
+        port->setQuickSettingsGroups(quickSettings);
+        port->setQuickSettingsVisible(quickView);
+        const FormatSetting format = port->formatSettings();
+        port->updateSplitterSizes(format.splitterLeft, format.splitterRight);
     }
     updateStatusBar();
     Q_EMIT portsChanged();
@@ -147,6 +151,7 @@ void MainWindow::rebuildPortTabs()
                 port->setFocus();
                 lastFocusedPort = port;
                 updateStatusBar();
+                refreshSequenceState();
             }
         });
     }
@@ -327,25 +332,64 @@ bool MainWindow::addConnectionAccepted(MultiPortSettingDlg &dialog)
     return dialog.exec() == QDialog::Accepted;
 }
 
+bool MainWindow::settingsDialogAccepted(MultiPortSettingDlg &dialog)
+{
+    if (settingsDialogHook) {
+        return settingsDialogHook(dialog);
+    }
+    return dialog.exec() == QDialog::Accepted;
+}
+
+bool MainWindow::reopenWanted(int index)
+{
+    if (reopenQuestionHook) {
+        return reopenQuestionHook(index);
+    }
+    return QMessageBox::question(
+               this, tr("Reopen Connection"),
+               tr("%1 is open. Its new connection settings take effect when it opens again.\n\n"
+                  "Reopen it now?")
+                   .arg(portTabTitle(index)),
+               QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes) == QMessageBox::Yes;
+}
+
 void MainWindow::on_acEditSettings_triggered()
 {
     MultiPortSettingDlg dialog(portCountValue, this);
     for (int i = 0; i < portCountValue; ++i) {
         portWidgets[size_t(i)]->updateSettings();
-        dialog.setPortSettings(i, portWidgets[size_t(i)]->settings());
+        dialog.setPortSettings(i, portWidgets[size_t(i)]->settingsForNextOpen());
         dialog.setFormatSettings(i, portWidgets[size_t(i)]->formatSettings());
     }
     dialog.setQuickSettingsGroups(quickSettings);
-    if (dialog.exec() != QDialog::Accepted) {
+    if (!settingsDialogAccepted(dialog)) {
         return;
     }
     for (int i = 0; i < portCountValue; ++i) {
         SerialPortWidget *port = portWidgets[size_t(i)];
-        // A running connection keeps its transport; the new one applies at the next open.
-        if (port->portState() == SerialPortWidget::Stopped) {
-            port->applySettings(dialog.portSettings(i));
-        }
+        const Settings wanted = dialog.portSettings(i);
         port->applyFormatSetting(dialog.formatSettings(i));
+        if (port->portState() == SerialPortWidget::Stopped) {
+            port->applySettings(wanted);
+        } else if (port->settingsNeedReopen(wanted)) {
+            // Nothing is dropped: what needs a new connection gets one now, or waits
+            // for the next open.
+            if (reopenWanted(i)) {
+                port->stop();
+                port->applySettings(wanted);
+                port->start(QString());
+            } else {
+                port->keepSettingsForNextOpen(wanted);
+            }
+        } else {
+            // The line parameters of an open serial port change while it runs.
+            QString error;
+            if (!port->applyRunningSettings(wanted, &error)) {
+                showStatusNotice(tr("%1: the line settings were not changed: %2")
+                                     .arg(portTabTitle(i), error),
+                                 NoticeWarning);
+            }
+        }
     }
     quickSettings = dialog.quickSettingsGroups();
     updateGrid();
@@ -384,7 +428,8 @@ void MainWindow::on_acEditRemove_triggered()
 
 void MainWindow::removeLastPort()
 {
-    if (portCountValue < 2) {
+    // Callers keep one panel, except a project load, which replaces them all.
+    if (portCountValue < 1) {
         return;
     }
     SerialPortWidget *port = portWidgets[size_t(portCountValue - 1)];

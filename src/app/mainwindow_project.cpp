@@ -37,7 +37,7 @@ bool MainWindow::writeSettingFile(const QString &path, bool showProgress)
         SerialPortWidget *port = portWidgets[size_t(i)];
         port->updateSettings();
         ProjectPortRecord record;
-        record.settings = port->settings();
+        record.settings = port->settingsForNextOpen();
         record.format = port->formatSettings();
         record.sendHistory = port->sendHistory();
         project.ports.append(record);
@@ -76,6 +76,11 @@ bool MainWindow::readSettingFile(const QString &path)
     }
     const ProjectRecord project = ProjectCodec::load(file, &WireTextCodecRegistry::normalizeName);
     quickSettings = project.quickSettings;
+    // A project is a new bench: its ports are made afresh, so no view, counter, log or
+    // run of the old ones carries over.
+    while (portCountValue > 0) {
+        removeLastPort();
+    }
     setPortCount(int(project.portCount()));
     columnCountValue = project.columnCount;
     tabLayout = project.layoutMode == ProjectRecord::TabLayout;
@@ -84,9 +89,6 @@ bool MainWindow::readSettingFile(const QString &path)
     for (int i = 0; i < portCountValue; ++i) {
         SerialPortWidget *port = portWidgets[size_t(i)];
         const ProjectPortRecord &record = project.ports.at(i);
-        if (port->portState() != SerialPortWidget::Stopped) {
-            port->stop();
-        }
         port->applySettings(record.settings);
         port->applyFormatSetting(record.format);
         port->setSendHistory(record.sendHistory);
@@ -274,7 +276,7 @@ void MainWindow::writeSettings()
     SessionState state = lastState;
     SerialPortWidget *port = portWidgets[0];
     port->updateSettings();
-    state.settings = port->settings();
+    state.settings = port->settingsForNextOpen();
     state.format = port->formatSettings();
     state.sendList = port->sendHistory();
     state.recentFiles = recentFiles;

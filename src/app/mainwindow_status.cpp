@@ -6,11 +6,15 @@
 #include "session/serialportwidget.h"
 
 #include <QCursor>
+#include <QDesktopServices>
+#include <QDir>
 #include <QFileInfo>
 #include <QLabel>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QStatusBar>
 #include <QTimer>
+#include <QUrl>
 
 namespace {
 constexpr int DefaultInfoTimeoutMs = 5000;
@@ -49,6 +53,8 @@ void MainWindow::createStatusBar()
     connect(liveSyncLabel, &QLabel::customContextMenuRequested, this,
             &MainWindow::showLiveSyncMenu);
     connect(accountLabel, &QLabel::linkActivated, this, &MainWindow::showAccountMenu);
+    connect(logLabel, &QLabel::linkActivated, this,
+            &MainWindow::on_acFileViewCurrentDataLog_triggered);
 
     noticeTimer = new QTimer(this);
     noticeTimer->setSingleShot(true);
@@ -88,6 +94,38 @@ void MainWindow::updateStatusBar()
     if (tabLayout) {
         refreshPortTabTitles();
     }
+}
+
+void MainWindow::on_acFileViewCurrentDataLog_triggered()
+{
+    SerialPortWidget *port = focusedPortWidget();
+    if (!port || !port->formatSettings().logSaveFlag) {
+        showStatusNotice(tr("The focused port does not log to a file."));
+        return;
+    }
+    // What the port has shown so far is in the file before it opens.
+    QString error;
+    if (!port->flushLog(&error) && !error.isEmpty()) {
+        showStatusNotice(error, NoticeWarning);
+    }
+    const QString path = port->formatSettings().logFileName;
+    if (!QFileInfo::exists(path) ||
+        !QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()))) {
+        showStatusNotice(tr("Could not open %1").arg(QDir::toNativeSeparators(path)),
+                         NoticeWarning);
+    }
+}
+
+bool MainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    // The Live Sync indicator is a label: a left click opens its menu, as its tooltip
+    // promises (a right click does through the context menu).
+    if (watched == liveSyncLabel && event->type() == QEvent::MouseButtonRelease &&
+        static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton) {
+        showLiveSyncMenu();
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 QString MainWindow::statusBarAccent(NoticeKind kind)

@@ -72,7 +72,8 @@ const QStringList LogKeys = {
     QStringLiteral("LogFilePath"),         QStringLiteral("LogTimestampEnabled"),
     QStringLiteral("LogFileTime"),         QStringLiteral("DisplayBufferSize"),
     QStringLiteral("LogFontFamily"),       QStringLiteral("LogFontSize"),
-    QStringLiteral("LogFontWeight"),       QStringLiteral("FormatDisplayColor"),
+    QStringLiteral("LogFontWeight"),       QStringLiteral("LogFontItalic"),
+    QStringLiteral("FormatDisplayColor"),
     QStringLiteral("ShowControlLineLeds"), QStringLiteral("SendTextColor"),
     QStringLiteral("ReceiveTextColor"),
 };
@@ -170,7 +171,8 @@ void ProjectCodec::savePort(QSettings &settings, int index, const ProjectPortRec
     put(QStringLiteral("DisplayBufferSize"), f.displayBufferSize);
     put(QStringLiteral("LogFontFamily"), f.logFont.family);
     put(QStringLiteral("LogFontSize"), f.logFont.pointSize);
-    put(QStringLiteral("LogFontWeight"), port.logFontWeight);
+    put(QStringLiteral("LogFontWeight"), f.logFont.weight);
+    put(QStringLiteral("LogFontItalic"), f.logFont.italic);
     put(QStringLiteral("FormatDisplayColor"), f.formatDisplayColor);
     put(QStringLiteral("ShowControlLineLeds"), f.showControlLineLeds);
     put(QStringLiteral("SendTextColor"), f.sendTextColor);
@@ -302,8 +304,9 @@ ProjectPortRecord ProjectCodec::loadPort(const QSettings &settings, int index,
     f.logFont.family = readText(QStringLiteral("LogFontFamily"));
     f.logFont.pointSize = Reader::readInt(settings, key(QStringLiteral("LogFontSize")), 0, 0,
                                           Limits::MaxFontPointSize);
-    port.logFontWeight = Reader::readInt(settings, key(QStringLiteral("LogFontWeight")), 0, 0,
-                                         Limits::MaxFontWeight);
+    f.logFont.weight = Reader::readInt(settings, key(QStringLiteral("LogFontWeight")), 0, 0,
+                                       Limits::MaxFontWeight);
+    f.logFont.italic = readBool(QStringLiteral("LogFontItalic"), false);
     f.formatDisplayColor = readBool(QStringLiteral("FormatDisplayColor"), false);
     f.showControlLineLeds = readBool(QStringLiteral("ShowControlLineLeds"), true);
     // An empty string is the invalid colour.

@@ -24,9 +24,6 @@ struct ProjectPortRecord
     Settings settings;
     FormatSetting format;
     QStringList sendHistory; // newest first
-    // The weight of the display font (1 to 1000, as QFont counts it); 0 leaves the
-    // weight of the resolved font alone.
-    qint32 logFontWeight = 0;
 
     bool operator==(const ProjectPortRecord &) const = default;
 };

@@ -968,7 +968,7 @@ void SettingsPanel::showFont()
 {
     fontLabel->setText(SettingsCodec::fontToDisplayString(font));
     // The face of the chosen font at the size of the page's own text.
-    QFont preview = resolveDisplayFont(font.family, font.pointSize);
+    QFont preview = resolveDisplayFont(font);
     preview.setPointSizeF(QWidget::font().pointSizeF());
     fontLabel->setFont(preview);
 }
@@ -985,12 +985,12 @@ void SettingsPanel::showColors()
 void SettingsPanel::chooseFont()
 {
     bool ok = false;
-    const QFont chosen = QFontDialog::getFont(&ok, resolveDisplayFont(font.family, font.pointSize),
-                                              this, tr("Display Font"));
+    const QFont chosen =
+        QFontDialog::getFont(&ok, resolveDisplayFont(font), this, tr("Display Font"));
     if (!ok) {
         return;
     }
-    font = {chosen.family(), chosen.pointSize() < 1 ? 12 : chosen.pointSize()};
+    font = displayFontOf(chosen);
     showFont();
     userEdited();
 }

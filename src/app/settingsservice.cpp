@@ -140,6 +140,9 @@ SessionState SettingsService::load(const QSettings &settings, EncodingNormalizer
     f.logFont.family = in.text("LastDisplayFontFamily", d.format.logFont.family);
     f.logFont.pointSize =
         in.number("LastDisplayFontSize", d.format.logFont.pointSize, 0, Limits::MaxFontPointSize);
+    f.logFont.weight =
+        in.number("LastDisplayFontWeight", d.format.logFont.weight, 0, Limits::MaxFontWeight);
+    f.logFont.italic = in.flag("LastDisplayFontItalic", d.format.logFont.italic);
     f.formatDisplayColor = in.flag("LastFormatDisplayColor", d.format.formatDisplayColor);
     f.sendTextColor =
         Reader::readColor(settings, QStringLiteral("LastSendTextColor"), d.format.sendTextColor);
@@ -231,6 +234,8 @@ void SettingsService::save(QSettings &settings, const SessionState &state)
     put("LastDisplayBufferSize", f.displayBufferSize);
     put("LastDisplayFontFamily", f.logFont.family);
     put("LastDisplayFontSize", f.logFont.pointSize);
+    put("LastDisplayFontWeight", f.logFont.weight);
+    put("LastDisplayFontItalic", f.logFont.italic);
     put("LastFormatDisplayColor", f.formatDisplayColor);
     put("LastSendTextColor", f.sendTextColor);
     put("LastReceiveTextColor", f.receiveTextColor);

@@ -102,7 +102,7 @@ EncodeSendResult CommandLibraryText::encode(const Command &command, const Format
         // As in the send box, a hex line without bytes sends nothing, not a checksum
         // of nothing. A hex command never gets a line ending.
         if (values.isEmpty()) {
-            result.error = tr("The command is empty.");
+            result.ok = true;
             return result;
         }
         QByteArray bytes;

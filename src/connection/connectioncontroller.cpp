@@ -367,6 +367,7 @@ void ConnectionController::connectTcpClient(const QString &host, quint16 port)
         return;
     }
     tcpSocket = new QTcpSocket(this);
+    tcpLastRead.clear();
     QTcpSocket *socket = tcpSocket;
     connect(socket, &QTcpSocket::connected, this, &ConnectionController::onTcpClientConnected);
     connect(socket, &QTcpSocket::connected, this, [this] { Q_EMIT peerArrived(QString()); });
@@ -419,9 +420,14 @@ void ConnectionController::onTcpClientError(QAbstractSocket::SocketError error)
         return;
     }
     if (socket->property(ConnectedOnceProperty).toBool()) {
-        // A drop of an established connection: `disconnected` follows and is what ends it.
+        // A drop of an established connection: `disconnected` follows and is what ends
+        // it, so the socket stays until then (released here, its last bytes and the
+        // disconnect would be lost). The error is still told, and kept as the last one.
+        const QString text = tr("TCP connection error: %1").arg(socket->errorString());
+        lastErrorName = errorName(error);
+        Q_EMIT errorOccurred(text);
         if (error != QAbstractSocket::RemoteHostClosedError) {
-            Q_EMIT statusMessage(tr("TCP connection error: %1").arg(socket->errorString()), 5000);
+            Q_EMIT statusMessage(text, 5000);
         }
         return;
     }
@@ -437,6 +443,15 @@ void ConnectionController::onTcpClientDisconnected()
     auto *socket = qobject_cast<QTcpSocket *>(sender());
     if (!socket || socket != tcpSocket) {
         return;
+    }
+    // What the socket still holds (reading was throttled, say) is read once more before
+    // the socket goes: no later notification can come for it.
+    if (socket->bytesAvailable() > 0) {
+        tcpLastRead += socket->readAll();
+        Q_EMIT readyRead();
+        if (socket != tcpSocket) {
+            return; // the reader closed the connection
+        }
     }
     releaseTcpClient(true);
 }
@@ -588,6 +603,7 @@ bool ConnectionController::bindUdp(quint16 port)
         udpSocket = nullptr;
     }
     clearUdpPeers();
+    forgetUdpHosts();
     udpSocket = new QUdpSocket(this);
     connect(udpSocket, &QUdpSocket::readyRead, this, &ConnectionController::udpReadyRead);
     if (!udpSocket->bind(QHostAddress::AnyIPv4, port,
@@ -665,8 +681,12 @@ bool ConnectionController::writeUdp(const QByteArray &bytes, const QHostAddress 
     return true;
 }
 
-bool ConnectionController::sendUdp(const QByteArray &bytes, const QString &host, quint16 port)
+bool ConnectionController::sendUdp(const QByteArray &bytes, const QString &host, quint16 port,
+                                   bool *queued)
 {
+    if (queued) {
+        *queued = false;
+    }
     if (bytes.isEmpty() || !udpSocket || udpSocket->state() != QAbstractSocket::BoundState) {
         return false;
     }
@@ -683,12 +703,28 @@ bool ConnectionController::sendUdp(const QByteArray &bytes, const QString &host,
         return writeUdp(bytes, cached.value(), port);
     }
     const bool lookupRunning = udpPendingByHost.contains(name);
-    udpPendingByHost[name].append({bytes, port});
+    udpPendingByHost[name].append({bytes, port, queued != nullptr});
+    if (queued) {
+        *queued = true;
+    }
     if (!lookupRunning) {
-        QHostInfo::lookupHost(
-            name, this, [this, name](const QHostInfo &info) { onUdpHostResolved(name, info); });
+        const quint64 generation = udpHostGeneration;
+        QHostInfo::lookupHost(name, this, [this, name, generation](const QHostInfo &info) {
+            if (generation == udpHostGeneration) {
+                onUdpHostResolved(name, info);
+            }
+        });
     }
     return true;
+}
+
+void ConnectionController::forgetUdpHosts()
+{
+    // Names are resolved again for each open, so a host that moved is found; answers
+    // to lookups of an earlier open are ignored.
+    ++udpHostGeneration;
+    udpResolvedHosts.clear();
+    udpPendingByHost.clear();
 }
 
 void ConnectionController::onUdpHostResolved(const QString &host, const QHostInfo &info)
@@ -713,7 +749,9 @@ void ConnectionController::onUdpHostResolved(const QString &host, const QHostInf
     }
     udpResolvedHosts.insert(host, chosen);
     for (const PendingDatagram &datagram : pending) {
-        writeUdp(datagram.bytes, chosen, datagram.port);
+        if (writeUdp(datagram.bytes, chosen, datagram.port) && datagram.report) {
+            Q_EMIT queuedUdpWritten(datagram.bytes);
+        }
     }
 }
 
@@ -859,6 +897,9 @@ bool ConnectionController::sendRemoteSerialControl(connectionMode mode, const QB
 
 QByteArray ConnectionController::readAvailable(connectionMode mode)
 {
+    if (connectionModeIsTcpClient(mode) && !tcpLastRead.isEmpty()) {
+        return std::exchange(tcpLastRead, QByteArray());
+    }
     if (readThrottled) {
         return QByteArray();
     }
@@ -996,12 +1037,19 @@ void ConnectionController::closeAll(connectionMode mode, const QString &displayN
             udpSocket->abort();
         }
         clearUdpPeers();
-        udpPendingByHost.clear();
+        forgetUdpHosts();
         break;
     case ModeLiveRelay:
         releaseRelay();
         break;
     case ModeReserved:
         break;
+    }
+    // A closed port is held back by nobody: whatever throttled it goes with the
+    // connection, and the next open reads freely.
+    readThrottled = false;
+    serialPort->setReadBufferSize(0);
+    if (tcpServer) {
+        tcpServer->setReadThrottled(false);
     }
 }

@@ -88,7 +88,11 @@ public:
     // UDP (modes 4, 5, 6).
     bool bindUdp(quint16 port);
     QList<UdpDatagram> readUdpDatagrams();
-    bool sendUdp(const QByteArray &bytes, const QString &host, quint16 port);
+    // To a host given by name, the datagram waits for the name's address: then
+    // `*queued` is set, and queuedUdpWritten tells when it is written (with a null
+    // `queued`, nothing tells).
+    bool sendUdp(const QByteArray &bytes, const QString &host, quint16 port,
+                 bool *queued = nullptr);
     bool sendUdpToPeer(const QByteArray &bytes, int row);
     bool sendUdpToPeerKey(const QString &key, const QByteArray &bytes);
     bool sendUdpToLastSender(const QByteArray &bytes);
@@ -135,6 +139,8 @@ signals:
     void udpReadyRead();
     void udpPeersChanged();
     void bytesWritten(qint64 count);
+    // A datagram that waited for its host's name to resolve has been written.
+    void queuedUdpWritten(const QByteArray &bytes);
 
 private:
     template <typename Enum>
@@ -151,6 +157,7 @@ private:
     void upsertUdpPeer(const QHostAddress &address, quint16 port, const QByteArray &bytes);
     bool writeUdp(const QByteArray &bytes, const QHostAddress &address, quint16 port);
     void onUdpHostResolved(const QString &host, const QHostInfo &info);
+    void forgetUdpHosts();
     void releaseRelay();
     QString serialDeviceName() const;
 
@@ -171,18 +178,21 @@ private:
     FanoutMode fanoutMode = FanoutMode::Shared;
     QStringList allowedPeers;
     QByteArray tcpPendingSend;
+    QByteArray tcpLastRead; // what a dropped client socket still held; read once
     QString lastErrorName;
     QList<UdpPeer> udpPeers;
     QHash<QString, int> udpPeerIndex;
     int lastUdpSender = -1;
 
-    // UDP targets given by name are resolved once, without blocking; what is sent
-    // meanwhile waits for the answer.
+    // UDP targets given by name are resolved once per open, without blocking; what is
+    // sent meanwhile waits for the answer.
     struct PendingDatagram
     {
         QByteArray bytes;
         quint16 port = 0;
+        bool report = false; // raise queuedUdpWritten once written
     };
-    QHash<QString, QHostAddress> udpResolvedHosts;
+    QHash<QString, QHostAddress> udpResolvedHosts; // for the current open only
     QHash<QString, QList<PendingDatagram>> udpPendingByHost;
+    quint64 udpHostGeneration = 0;
 };

@@ -1,6 +1,10 @@
 #include "connection/displayfont.h"
 
+#include "connection/settings.h"
+
 #include <QFontDatabase>
+
+#include <algorithm>
 
 QFont resolveDisplayFont(const QString &family, int pointSize)
 {
@@ -13,4 +17,20 @@ QFont resolveDisplayFont(const QString &family, int pointSize)
     font.setFixedPitch(true);
     font.setPointSize(size);
     return font;
+}
+
+QFont resolveDisplayFont(const DisplayFont &font)
+{
+    QFont resolved = resolveDisplayFont(font.family, font.pointSize);
+    if (font.weight > 0) {
+        resolved.setWeight(QFont::Weight(std::clamp(font.weight, 1, 1000)));
+    }
+    resolved.setItalic(font.italic);
+    return resolved;
+}
+
+DisplayFont displayFontOf(const QFont &font)
+{
+    return {font.family(), font.pointSize() < 1 ? 12 : font.pointSize(), int(font.weight()),
+            font.italic()};
 }

@@ -125,10 +125,15 @@ void MultiClientServer::refuse(QTcpSocket *socket, const QString &reason)
     Q_EMIT connectionRefused(key, reason);
 }
 
-void MultiClientServer::drainClient(QTcpSocket *socket)
+void MultiClientServer::drainClient(QTcpSocket *socket, bool last)
 {
     const auto it = keys.constFind(socket);
     if (it == keys.constEnd()) {
+        return;
+    }
+    // Held back, the bytes stay in the socket's bounded buffer and the kernel, so the
+    // client's TCP window closes and it slows down; setReadThrottled(false) reads them.
+    if (readThrottled && !last) {
         return;
     }
     const QByteArray bytes = socket->readAll();
@@ -145,7 +150,12 @@ void MultiClientServer::clientDisconnected(QTcpSocket *socket)
     if (!keys.contains(socket)) {
         return;
     }
-    drainClient(socket);
+    drainClient(socket, true);
+    // The consumer of those last bytes may have stopped the server, which let go of
+    // every client already.
+    if (!keys.contains(socket)) {
+        return;
+    }
     const QString key = keys.take(socket);
     clients.removeAll(socket);
     socket->disconnect(this);

@@ -67,7 +67,9 @@ signals:
 private:
     void handleNewConnection();
     void refuse(QTcpSocket *socket, const QString &reason);
-    void drainClient(QTcpSocket *socket);
+    // Reads what the client sent, unless reading is throttled; `last` reads anyway,
+    // for a client that is going away.
+    void drainClient(QTcpSocket *socket, bool last = false);
     void clientDisconnected(QTcpSocket *socket);
     void tuneClient(QTcpSocket *socket) const;
 

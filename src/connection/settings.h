@@ -55,13 +55,15 @@ enum _tagLineEndingMode : qint32 {
 };
 _tagLineEndingMode lineEndingModeFromInt(int value);
 
-// The display font as the records keep it: a family and a point size. The widgets
-// turn it into a QFont with resolveDisplayFont, so the records stay free of the GUI
-// module.
+// The display font as the records keep it: family, point size, weight and slant, all a
+// font dialog chooses. The widgets turn it into a QFont with resolveDisplayFont, so the
+// records stay free of the GUI module.
 struct DisplayFont
 {
     QString family;
     int pointSize = 12;
+    int weight = 0; // QFont's 1 to 1000; 0 keeps the weight of the face found
+    bool italic = false;
     bool operator==(const DisplayFont &) const = default;
 };
 

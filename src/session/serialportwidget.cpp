@@ -8,6 +8,7 @@
 #include "connection/connectioncontroller.h"
 #include "connection/displayfont.h"
 #include "connection/serialportlist.h"
+#include "connection/settingscodec.h"
 #include "session/controllineledrow.h"
 #include "session/hled.h"
 #include "session/logwriter.h"
@@ -27,10 +28,13 @@
 #include <QSerialPort>
 #include <QSet>
 #include <QSpinBox>
+#include <QSplitter>
 #include <QStatusBar>
 #include <QTextCursor>
 #include <QTimer>
 #include <QToolButton>
+
+#include <limits>
 
 
 namespace {
@@ -58,6 +62,30 @@ bool &trimTurnTaken()
 int directionIndex(RXorTx direction)
 {
     return direction == Sent ? 1 : 0;
+}
+
+// The send interval box runs 1 to 1000000 in the interval's unit.
+constexpr int MaxIntervalSpin = 1000000;
+
+int intervalSpinValue(const FormatSetting &format)
+{
+    const qint64 value = SettingsCodec::msToSpinValue(
+        format.sendInterval, SettingsCodec::sanitizeTimeUnit(format.sendTimeUnit));
+    return int(std::clamp<qint64>(value, 1, MaxIntervalSpin));
+}
+
+QString intervalSuffix(qint32 unit)
+{
+    switch (unit) {
+    case 1:
+        return SerialPortWidget::tr(" ms");
+    case 1000:
+        return SerialPortWidget::tr(" s");
+    case 60000:
+        return SerialPortWidget::tr(" min");
+    default:
+        return SerialPortWidget::tr(" × %1 ms").arg(unit);
+    }
 }
 
 } // namespace
@@ -149,12 +177,24 @@ void SerialPortWidget::connectController()
     connect(c, &ConnectionController::udpPeersChanged, this, &SerialPortWidget::changeUdpConnState);
     connect(c, &ConnectionController::peerLost, this, &SerialPortWidget::onPeerLost);
     connect(c, &ConnectionController::peerArrived, this, &SerialPortWidget::peerArrived);
+    connect(c, &ConnectionController::queuedUdpWritten, this,
+            [this](const QByteArray &bytes) { noteTxAccepted(bytes, QString(), false); });
 }
 
 void SerialPortWidget::connectDirtyTrackers()
 {
     connect(ui->connectionSettings, &ConnectionSettingsWidget::settingsEdited, this,
             &SerialPortWidget::markSettingsDirty);
+    connect(ui->connectionSettings, &ConnectionSettingsWidget::serialParamsEdited, this,
+            &SerialPortWidget::onSerialParamsEdited);
+    connect(ui->splitter, &QSplitter::splitterMoved, this, [this] {
+        const QList<int> sizes = ui->splitter->sizes();
+        if (sizes.size() == 2 && sizes.at(0) > 0 && sizes.at(1) > 0) {
+            format.splitterLeft = sizes.at(0);
+            format.splitterRight = sizes.at(1);
+            markSettingsDirty();
+        }
+    });
     connect(ui->connectionSettings, &ConnectionSettingsWidget::connectionConfigChanged, this,
             [this] {
                 if (state == Stopped) {
@@ -212,7 +252,9 @@ void SerialPortWidget::pushFormatToWidgets()
     ui->autoFeedIntervalSpin->setValue(std::max(1, format.autoFeedInterval));
     ui->displayTimeBox->setChecked(format.displayMsgTime);
     ui->autoSendBox->setChecked(format.autoSend);
-    ui->sendIntervelSB->setValue(std::clamp(format.sendInterval, 1, 1000000));
+    ui->sendIntervelSB->setSuffix(
+        intervalSuffix(SettingsCodec::sanitizeTimeUnit(format.sendTimeUnit)));
+    ui->sendIntervelSB->setValue(intervalSpinValue(format));
     selectData(ui->txLineEndingCombo, format.txLineEndingMode);
     selectData(ui->terminalEnterCombo, format.terminalEnterMode);
     selectData(ui->checksumCombo, format.sendChecksum);
@@ -222,8 +264,7 @@ void SerialPortWidget::pushFormatToWidgets()
     ui->localEchoBox->setChecked(format.localEcho);
     ui->cbLinebyLine->setChecked(format.lineByLine);
     pushLogToWidgets();
-    ui->receiveBrowser->setFont(
-        resolveDisplayFont(format.logFont.family, format.logFont.pointSize));
+    ui->receiveBrowser->setFont(resolveDisplayFont(format.logFont));
     ui->sendTextEdit->setFont(ui->receiveBrowser->font());
 }
 
@@ -239,7 +280,14 @@ void SerialPortWidget::pullFormatFromWidgets()
     next.autoFeedInterval = ui->autoFeedIntervalSpin->value();
     next.displayMsgTime = ui->displayTimeBox->isChecked();
     next.autoSend = ui->autoSendBox->isChecked();
-    next.sendInterval = ui->sendIntervelSB->value();
+    // The box shows the interval in its unit; an interval it cannot show exactly (or
+    // beyond its range) stays as it is until the box is edited.
+    if (ui->sendIntervelSB->value() != intervalSpinValue(format)) {
+        next.sendInterval = int(std::min<qint64>(
+            SettingsCodec::sendIntervalToMs(ui->sendIntervelSB->value(),
+                                            SettingsCodec::sanitizeTimeUnit(format.sendTimeUnit)),
+            std::numeric_limits<int>::max()));
+    }
     next.txLineEndingMode = lineEndingModeFromInt(ui->txLineEndingCombo->currentData().toInt());
     next.terminalEnterMode = lineEndingModeFromInt(ui->terminalEnterCombo->currentData().toInt());
     next.sendChecksum = ui->checksumCombo->currentData().toInt();
@@ -262,6 +310,8 @@ void SerialPortWidget::pullFormatFromWidgets()
     sendTimer->setInterval(std::max(1, format.sendInterval));
     if (encodingChanged) {
         resetTextDecoders();
+        // Rules match and answer in the port's encodings.
+        autoReplyRunner->setEncodings(format.receiveEncoding, format.sendEncoding);
     }
 }
 
@@ -327,8 +377,119 @@ void SerialPortWidget::updateSettings()
 void SerialPortWidget::applySettings(const Settings &settings)
 {
     disarmReconnect();
+    nextOpenSettings.reset();
     portSettings = settings;
     updateDisplay();
+}
+
+void SerialPortWidget::copySerialLineParams(const Settings &from, Settings &to)
+{
+    to.baudRate = from.baudRate;
+    to.dataBits = from.dataBits;
+    to.stringDataBits = from.stringDataBits;
+    to.parity = from.parity;
+    to.stringParity = from.stringParity;
+    to.stopBits = from.stopBits;
+    to.stringStopBits = from.stringStopBits;
+    to.flowControl = from.flowControl;
+    to.stringFlowControl = from.stringFlowControl;
+}
+
+bool SerialPortWidget::applySerialParams(const Settings &settings, QString *error)
+{
+    QString why;
+    if (!mayDisturbPort(TxActor::User, DisturbSettings, &why)) {
+        if (error) {
+            *error = why;
+        }
+        return false;
+    }
+    if (portSettings.connMode != ModeSerial) {
+        if (error) {
+            *error = tr("the port is not a serial port");
+        }
+        return false;
+    }
+    if (!controller->applySerialParams(settings, error)) {
+        return false;
+    }
+    copySerialLineParams(settings, portSettings);
+    updateDisplay();
+    markSettingsDirty();
+    return true;
+}
+
+bool SerialPortWidget::settingsNeedReopen(const Settings &settings) const
+{
+    // Compared as the connection sees them: the line parameters of a serial port change
+    // live, and the remembered hosts and the wished control lines change nothing open.
+    Settings running = portSettings;
+    Settings wanted = settings;
+    const bool lineIsLive = running.connMode == ModeSerial && wanted.connMode == ModeSerial;
+    const bool lineMatters = connectionModeIsRemoteSerial(running.connMode) &&
+                             !running.useRemoteSerialConfig;
+    if (lineIsLive || !lineMatters) {
+        copySerialLineParams(running, wanted);
+    }
+    wanted.targetHostList = running.targetHostList;
+    wanted.dtrOn = running.dtrOn;
+    wanted.rtsOn = running.rtsOn;
+    if (running.connMode == ModeTcpServer) {
+        wanted.name = running.name; // a server names itself by its address
+    }
+    return !(running == wanted);
+}
+
+bool SerialPortWidget::applyRunningSettings(const Settings &settings, QString *error)
+{
+    nextOpenSettings.reset();
+    Settings next = settings;
+    bool ok = true;
+    if (portSettings.connMode == ModeSerial && controller->isOpen(ModeSerial)) {
+        Settings line = portSettings;
+        copySerialLineParams(settings, line);
+        if (!(line == portSettings)) {
+            ok = applySerialParams(line, error);
+        }
+        copySerialLineParams(portSettings, next);
+    }
+    if (portSettings.connMode == ModeTcpServer) {
+        next.name = portSettings.name;
+    }
+    portSettings = next;
+    updateDisplay();
+    return ok;
+}
+
+void SerialPortWidget::keepSettingsForNextOpen(const Settings &settings)
+{
+    if (state == Stopped) {
+        applySettings(settings);
+        return;
+    }
+    nextOpenSettings = settings;
+}
+
+Settings SerialPortWidget::settingsForNextOpen() const
+{
+    return nextOpenSettings.value_or(portSettings);
+}
+
+void SerialPortWidget::onSerialParamsEdited()
+{
+    if (state == Stopped) {
+        return; // taken with the other fields at the next open
+    }
+    Settings wanted = portSettings;
+    copySerialLineParams(ui->connectionSettings->portSettings(portSettings), wanted);
+    if (wanted == portSettings || !controller->isOpen(ModeSerial)) {
+        return;
+    }
+    QString error;
+    if (!applySerialParams(wanted, &error)) {
+        showMessage(tr("The line settings were not changed: %1").arg(error), 5000);
+        updateDisplay(); // the pane shows what is in force
+    }
 }
 
 void SerialPortWidget::applyFormatSetting(const FormatSetting &newFormat)
@@ -401,6 +562,9 @@ bool SerialPortWidget::start(const QString &portName)
             portSettings.rememberHost(portSettings.targetHost);
             controller->connectTcpClient(portSettings.targetHost.trimmed(),
                                          quint16(portSettings.targetPort));
+            // A connection can fail inside the call (an unreachable address); the error
+            // slot has then stopped the panel, or armed a reconnect.
+            ok = state != Stopped;
         }
         break;
     case ModeLiveRelay:
@@ -441,7 +605,10 @@ bool SerialPortWidget::start(const QString &portName)
         failStart();
         return false;
     }
-    format.logFileName = logWriter->decode_file_name(format.logFilePath, logPortName());
+    // A log file the user picked when logging began stays until logging stops.
+    if (!(format.logPromptForName && format.logSaveFlag)) {
+        format.logFileName = logWriter->decode_file_name(format.logFilePath, logPortName());
+    }
     if (format.logStartOnConnect && !format.logSaveFlag) {
         enableLogging();
     }
@@ -500,6 +667,8 @@ void SerialPortWidget::stop()
     saveTimer->stop();
     disarmReconnect();
     pausedBytes.clear();
+    // A stopped server lets its clients go without a word for each.
+    peerTranscripts.clear();
     autoReplyRunner->reset();
     stopRuns(int(SequenceRunner::StopReason::ConnectionClosed));
 
@@ -512,6 +681,10 @@ void SerialPortWidget::stop()
         displayPortBuffer();
         onSaveData();
         noteSession(tr("Closed %1").arg(sessionPortLabel()));
+    }
+    if (nextOpenSettings) {
+        portSettings = *std::exchange(nextOpenSettings, std::nullopt);
+        updateDisplay();
     }
 }
 
@@ -730,8 +903,10 @@ void SerialPortWidget::pushByteArray(const QByteArray &bytes, bool count, RXorTx
     panelsWithBacklog().insert(this);
     // Small reads (a serial line delivers a few bytes at a time) join the record before
     // them while neither time stamps nor idle gaps can tell them apart, so the view lays
-    // out a few records per tick rather than thousands.
-    if (!rxDataList.isEmpty() && !format.displayMsgTime && !format.rxAutoFeedLine) {
+    // out a few records per tick rather than thousands. Sent blocks never join: each is
+    // one send, shown (and logged) on a line of its own.
+    if (direction == Received && !rxDataList.isEmpty() && !format.displayMsgTime &&
+        !format.rxAutoFeedLine) {
         rxData &last = rxDataList.last();
         if (last.direction == direction && last.peer == peer && !last.isLocalEcho &&
             last.data.size() + data.size() <= MergeRecordsBelow) {
@@ -764,11 +939,20 @@ void SerialPortWidget::emitConsoleTraffic(const QByteArray &bytes, RXorTx direct
 void SerialPortWidget::onRefreshDisplay()
 {
     if (state == Running && !rxDataList.isEmpty()) {
-        const qsizetype sharing = std::max<qsizetype>(1, panelsWithBacklog().size());
+        // Only panels that show what waits share the budget: a paused server or UDP
+        // panel keeps its queue without taking a share.
+        qsizetype sharing = 0;
+        for (const SerialPortWidget *panel : std::as_const(panelsWithBacklog())) {
+            sharing += panel->state == Running ? 1 : 0;
+        }
+        sharing = std::max<qsizetype>(1, sharing);
         // The budget is one of characters laid out: a byte shown in hex is three.
         const qint64 perByte = format.receiveMsgFormat == TextFormat ? 1 : 3;
         displayPortBuffer(std::max<qint64>(MinimumSharedBudget / perByte,
                                            DisplayBudgetPerTick / sharing / perByte));
+    } else if (renderer->characterCount() > renderer->characterBudget()) {
+        // A view that waited for its turn to trim and then received nothing more.
+        trimViewInTurn();
     }
     if (rxBytes != shownRxBytes || txBytes != shownTxBytes) {
         updateCommonStatus();
@@ -991,11 +1175,19 @@ void SerialPortWidget::changeConnState()
 
 void SerialPortWidget::changeUdpConnState()
 {
-    const QString current = ui->peerCombo->currentText();
-    ui->peerCombo->clear();
-    ui->peerCombo->addItems(connectedPeers());
-    const int index = ui->peerCombo->findText(current);
-    ui->peerCombo->setCurrentIndex(index >= 0 ? index : 0);
+    // Peers are only ever appended (or all cleared with the socket), so a new peer adds
+    // one row: a port scan of thousands of senders stays linear.
+    const int known = int(controller->udpPeerList().size());
+    if (ui->peerCombo->count() > known) {
+        ui->peerCombo->clear();
+    }
+    const bool wasEmpty = ui->peerCombo->count() == 0;
+    for (int row = ui->peerCombo->count(); row < known; ++row) {
+        ui->peerCombo->addItem(controller->udpPeerKeyAt(row));
+    }
+    if (wasEmpty && known > 0) {
+        ui->peerCombo->setCurrentIndex(0);
+    }
 }
 
 // ---------------------------------------------------------------------------

@@ -16,9 +16,11 @@
 #include <array>
 #include <functional>
 #include <map>
+#include <optional>
 
 class AutoReplyEngine;
 class AutoReplyRunner;
+struct Command;
 class ConnectionController;
 class SequenceRunner;
 struct ScriptPortInfo;
@@ -100,6 +102,23 @@ public:
     void applyFormatSetting(const FormatSetting &format);
     void updateSettings();
 
+    // Settings edited while the port runs. The line parameters of an open serial port
+    // change at once; false with `error` when the driver refuses them, and the old ones
+    // stay in force.
+    bool applySerialParams(const Settings &settings, QString *error);
+    // Copies baud rate, data bits, parity, stop bits and flow control with their texts.
+    static void copySerialLineParams(const Settings &from, Settings &to);
+    // Whether `settings` differ from the running connection in what only a new
+    // connection can change (transport, device, host, ports).
+    bool settingsNeedReopen(const Settings &settings) const;
+    // Takes `settings` while the port runs: line parameters live, the rest as it is;
+    // false with `error` when the line was refused.
+    bool applyRunningSettings(const Settings &settings, QString *error);
+    // Settings that need a new connection wait for it: they take over when the port
+    // stops, and until then settingsForNextOpen() gives them, so they are saved too.
+    void keepSettingsForNextOpen(const Settings &settings);
+    Settings settingsForNextOpen() const;
+
     int portState() const { return state; }
     bool portIsOpen() const;
     QString currentRealPortName() const;
@@ -159,6 +178,10 @@ public:
     // Which settings groups and fields the quick settings column shows, in which order.
     void setQuickSettingsGroups(const QuickSettingsGroups &groups);
     void setQuickSettingsVisible(bool visible);
+    // Divides the panel between the settings column and the data in the ratio of
+    // `left` to `right` (the stored splitterLeft and splitterRight); sizes the user
+    // drags are kept in the same two fields.
+    void updateSplitterSizes(int left, int right);
 
     // Automation: auto reply rules and sequences.
     void setAutoReplyConfig(const AutoReplyConfig &config);
@@ -166,6 +189,10 @@ public:
     const AutoReplyEngine &autoReplyEngine() const;
     bool sendAutoReply(const QByteArray &bytes, const QString &peer);
     bool sendSequenceBytes(const QByteArray &bytes);
+    // A command of the library, as the command panel or its shortcut sends it: encoded
+    // with the port's format, shown when "Display Send" is on, refused while a file
+    // transfer holds the port. A command without bytes sends nothing and succeeds.
+    bool sendCommand(const Command &command, QString *error);
     bool startSequence(const Sequence &sequence, QString *error);
     // Stops a running sequence; `reason` is a SequenceRunner::StopReason.
     void stopSequence(int reason);
@@ -285,6 +312,7 @@ private:
     void pushFormatToWidgets();
     void connectFormatWidgets();
 
+    void onSerialParamsEdited();
     void onRefreshSerialPortDisplay();
     void onRefreshTcpServerDisplay();
     void onRefreshTcpClientDisplay();
@@ -304,6 +332,7 @@ private:
     Ui_SerialPortWidget *ui = nullptr;
     std::unique_ptr<ReceiveRenderer> renderer;
     Settings portSettings;
+    std::optional<Settings> nextOpenSettings; // edits that wait for a new connection
     FormatSetting format;
     ConnectionController *controller = nullptr;
 

@@ -5,6 +5,7 @@
 
 #include "automation/autoreplyengine.h"
 #include "automation/autoreplyrunner.h"
+#include "automation/commandlibrarytext.h"
 #include "automation/sequencebar.h"
 #include "automation/sequencerunner.h"
 #include "connection/connectioncontroller.h"
@@ -113,10 +114,14 @@ void SerialPortWidget::refreshAutoReplyBadge()
     const int rules = autoReplyRunner->engine().enabledRuleCount();
     const bool playDead = autoReplyRunner->config().playDead;
     ui->autoReplyBadge->setVisible(rules > 0);
-    ui->autoReplyBadge->setText(playDead ? tr("Auto reply: playing dead")
-                                         : tr("Auto reply: %n rule(s)", nullptr, rules));
-    ui->autoReplyBadge->setToolTip(tr("%n reply(ies) sent. Click to edit the rules.", nullptr,
-                                      autoReplyRunner->repliesSent()));
+    QStringList parts = {tr("Auto reply"), tr("%n rule(s)", nullptr, rules),
+                         tr("%n reply(s)", nullptr, autoReplyRunner->repliesSent())};
+    if (playDead) {
+        parts << tr("playing dead");
+    }
+    ui->autoReplyBadge->setText(parts.join(QStringLiteral(" · ")));
+    ui->autoReplyBadge->setToolTip(
+        tr("This port answers matching data by itself. Click to edit the rules."));
 }
 
 bool SerialPortWidget::sendAutoReply(const QByteArray &bytes, const QString &peer)
@@ -143,6 +148,42 @@ bool SerialPortWidget::sendSequenceBytes(const QByteArray &bytes)
         pushByteArray(bytes, false, Sent, QString());
     }
     return ok;
+}
+
+bool SerialPortWidget::sendCommand(const Command &command, QString *error)
+{
+    QString why;
+    if (!mayDisturbPort(TxActor::User, DisturbData, &why)) {
+        if (error) {
+            *error = why;
+        }
+        return false;
+    }
+    pullFormatFromWidgets();
+    const EncodeSendResult encoded = CommandLibraryText::encode(command, format);
+    if (!encoded.ok) {
+        if (error) {
+            *error = encoded.error;
+        }
+        return false;
+    }
+    if (encoded.bytes.isEmpty()) {
+        return true;
+    }
+    if (!ensurePortOpenForSend(error)) {
+        return false;
+    }
+    if (!sendMessage(encoded.bytes)) {
+        if (error) {
+            *error = tr("The port did not take the command.");
+        }
+        return false;
+    }
+    if (format.displaySendMsg) {
+        pushByteArray(encoded.bytes, false, Sent, QString());
+        displayPortBuffer();
+    }
+    return true;
 }
 
 bool SerialPortWidget::startSequence(const Sequence &sequence, QString *error)

@@ -57,11 +57,16 @@ bool SerialPortWidget::sendMessage(const QByteArray &bytes)
         break;
     }
     case ModeUdpClient:
-    case ModeUdpGroup:
+    case ModeUdpGroup: {
         peerKey = QStringLiteral("%1:%2").arg(portSettings.targetHost).arg(portSettings.targetPort);
+        bool queued = false;
         ok = controller->sendUdp(bytes, portSettings.targetHost,
-                                 quint16(qBound(0, portSettings.targetPort, 65535)));
+                                 quint16(qBound(0, portSettings.targetPort, 65535)), &queued);
+        if (queued) {
+            return true; // counted when written, once the host's name is resolved
+        }
         break;
+    }
     case ModeLiveRelay:
         if (!controller->hasCloudRelay()) {
             start(QString());
@@ -91,6 +96,7 @@ bool SerialPortWidget::writeRaw(const QByteArray &bytes, bool countAsTx,
     }
     bool ok = false;
     bool hasPeer = false;
+    bool queued = false;
     switch (portSettings.connMode) {
     case ModeSerial:
         ok = controller->isOpen(ModeSerial) &&
@@ -127,7 +133,8 @@ bool SerialPortWidget::writeRaw(const QByteArray &bytes, bool countAsTx,
                 ok = controller->sendUdpToPeer(bytes, selectedPeerRow());
             } else {
                 ok = controller->sendUdp(bytes, portSettings.targetHost,
-                                         quint16(qBound(0, portSettings.targetPort, 65535)));
+                                         quint16(qBound(0, portSettings.targetPort, 65535)),
+                                         countAsTx ? &queued : nullptr);
             }
             break;
         }
@@ -138,7 +145,7 @@ bool SerialPortWidget::writeRaw(const QByteArray &bytes, bool countAsTx,
     case ModeReserved:
         break;
     }
-    if (ok && countAsTx) {
+    if (ok && countAsTx && !queued) {
         noteTxAccepted(bytes, peer, hasPeer);
     }
     return ok;
@@ -191,7 +198,9 @@ QByteArray SerialPortWidget::encodeSendData(const QString &text)
     }
     if (hex) {
         QString kept = text;
-        if (format.formatSend && result.text != text) {
+        // Only a send of the whole box reformats it: a line sent line by line must not
+        // replace the other lines.
+        if (format.formatSend && result.text != text && text == sendText()) {
             setSendText(result.text, false);
             kept = result.text;
         }

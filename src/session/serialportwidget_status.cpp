@@ -58,7 +58,7 @@ void SerialPortWidget::refreshStatus()
     ui->openButton->setText(state == Stopped ? tr("Open") : tr("Close"));
     ui->pauseButton->setText(state == Paused ? tr("Resume") : tr("Pause"));
     ui->pauseButton->setEnabled(state != Stopped);
-    ui->connectionSettings->setEnabled(state == Stopped);
+    ui->connectionSettings->setConnectionOpen(state != Stopped);
     const connectionMode mode = portSettings.connMode;
     const bool multiPeer = mode == ModeTcpServer || mode == ModeUdpServer;
     ui->peerLabel->setVisible(multiPeer);
@@ -231,7 +231,8 @@ bool SerialPortWidget::enableLogging()
 {
     if (format.logPromptForName) {
         QString path = QFileDialog::getSaveFileName(
-            this, tr("Select Log File"), format.logFilePath,
+            this, tr("Select Log File"),
+            logWriter->decode_file_name(format.logFilePath, logPortName()),
             tr("Log files (*.log);;All files (*.*);;Text files (*.txt)"));
         if (path.isEmpty()) {
             return false;
@@ -239,9 +240,12 @@ bool SerialPortWidget::enableLogging()
         if (QFileInfo(path).suffix().isEmpty()) {
             path += QStringLiteral(".log");
         }
-        format.logFilePath = path;
+        // The chosen file is this log's name; the template stays, so rotation and the
+        // next log still follow it.
+        format.logFileName = path;
+    } else {
+        format.logFileName = logWriter->decode_file_name(format.logFilePath, logPortName());
     }
-    format.logFileName = logWriter->decode_file_name(format.logFilePath, logPortName());
     format.logSaveFlag = true;
     logWriter->noteLoggingState(true);
     pushLogToWidgets();
@@ -279,7 +283,11 @@ void SerialPortWidget::on_logSaveBox_toggled(bool on)
         return;
     }
     if (on) {
-        enableLogging();
+        if (!enableLogging()) {
+            // Cancelled: the box shows that nothing logs.
+            pushLogToWidgets();
+            return;
+        }
     } else {
         disableLogging();
     }
@@ -330,4 +338,12 @@ void SerialPortWidget::setQuickSettingsGroups(const QuickSettingsGroups &groups)
 void SerialPortWidget::setQuickSettingsVisible(bool visible)
 {
     ui->splitter->widget(0)->setVisible(visible);
+}
+
+void SerialPortWidget::updateSplitterSizes(int left, int right)
+{
+    // A file without the sizes reads them as 0: the panel keeps its own division.
+    if (left > 0 && right > 0 && !ui->splitter->widget(0)->isHidden()) {
+        ui->splitter->setSizes({left, right});
+    }
 }

@@ -58,8 +58,8 @@ public:
     // The CRC of `bytes`; empty input gives 0, and so does an unknown algorithm.
     static quint64 calculate(Algorithm algorithm, QByteArrayView bytes);
     // The CRC over any parameters, masked to the width: the bitwise definition, computed
-    // through byte tables for all but short inputs. Parameters wider than the width are
-    // masked; a width outside 1..64 gives 0.
+    // through byte tables for all but short inputs, and by zlib for the parameters of
+    // CRC-32. Parameters wider than the width are masked; a width outside 1..64 gives 0.
     static quint64 calculateCustom(QByteArrayView bytes, const CustomParameters &parameters);
     // `width` ones; all 64 for 64 and above, none for 0 and below.
     static quint64 maskForWidth(int width);

@@ -56,7 +56,7 @@ inline void makeUnusual(Settings &s, FormatSetting &f, int i)
     f.logFilePath = QStringLiteral("/tmp/日志/%S-%1.log").arg(i);
     f.logFileTime = QStringLiteral("{%h}");
     f.displayBufferSize = 2097152;
-    f.logFont = {QStringLiteral("DejaVu Sans Mono"), 15};
+    f.logFont = {QStringLiteral("DejaVu Sans Mono"), 15, 700, true};
     f.sendTextColor = QStringLiteral("#1a2b3c");
     f.receiveTextColor = QStringLiteral("#ff00%1").arg(10 + i);
     f.logRotateAtSize = f.needHourTimeStamp = false;

@@ -4,18 +4,35 @@
 #include "scripting/scriptportlink.h"
 #include "scripting/scriptwindow.h"
 #include "session/serialportwidget.h"
+#include "support/testsupport.h"
 #include "tools/toolbox.h"
 
 #include <QAction>
+#include <QDesktopServices>
 #include <QFile>
 #include <QLabel>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
+#include <QToolButton>
 #include <QtTest>
+
+// Receives the URLs the program asks the desktop to open.
+class UrlCatcher : public QObject
+{
+    Q_OBJECT
+public:
+    QList<QUrl> urls;
+public slots:
+    void open(const QUrl &url) { urls << url; }
+};
 
 class TestMainWindow : public QObject
 {
@@ -29,8 +46,7 @@ private slots:
     void lastPanelCannotBeRemoved();
     void tabsSurviveRemoval();
     void rowHandlesMoveTogether();
-    void noticeHistoryKeepsTheNewestHundred();
-    void noticeTimeoutsAndDismissal();
+    void noticeHistoryAndTimeouts();
     void liveSyncSummarizes();
     void toolBoxFrameGoesToTheFocusedSendBox();
     void hiddenFieldsLeaveEveryPaneAndKeepTheirValue();
@@ -38,6 +54,9 @@ private slots:
     void projectLimitsAreClamped_data();
     void projectLimitsAreClamped();
     void scriptRunsOnAPortAndOutlivesItsWindow();
+    void commandPanelActsOnTheFocusedPort();
+    void settingsOfARunningPortApplyOrWait();
+    void logLinkOpensTheFocusedPortsLog();
 };
 
 void TestMainWindow::gridRows_data()
@@ -175,7 +194,7 @@ void TestMainWindow::rowHandlesMoveTogether()
     QVERIFY(row1->sizes() != before);
 }
 
-void TestMainWindow::noticeHistoryKeepsTheNewestHundred()
+void TestMainWindow::noticeHistoryAndTimeouts()
 {
     MainWindow window;
     for (int i = 0; i < 101; ++i) {
@@ -184,11 +203,7 @@ void TestMainWindow::noticeHistoryKeepsTheNewestHundred()
     QCOMPARE(window.noticeHistory().size(), 100);
     QCOMPARE(window.noticeHistory().first().text, QString("notice 1"));
     QCOMPARE(window.noticeHistory().last().text, QString("notice 100"));
-}
 
-void TestMainWindow::noticeTimeoutsAndDismissal()
-{
-    MainWindow window;
     window.releaseStartupNotices();
     QCoreApplication::processEvents();
     const int first = window.showStatusNotice("stays", MainWindow::NoticeWarning, 0);
@@ -225,6 +240,19 @@ void TestMainWindow::liveSyncSummarizes()
     QCOMPARE(summary.clientCount, 3);
     QCOMPARE(summary.firstActiveName, QString("RFC 2217 :2217"));
     QCOMPARE(summary.tooltipLines.size(), 3);
+
+    // A left click opens the menu, as the tooltip says.
+    QStringList menuTexts;
+    QTimer::singleShot(0, this, [&] {
+        if (auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())) {
+            for (QAction *action : menu->actions()) {
+                menuTexts << action->text();
+            }
+            menu->close();
+        }
+    });
+    QTest::mouseClick(label, Qt::LeftButton);
+    QVERIFY(menuTexts.contains("RFC 2217 Server..."));
 }
 
 void TestMainWindow::toolBoxFrameGoesToTheFocusedSendBox()
@@ -280,16 +308,36 @@ void TestMainWindow::projectRoundTripRestoresTheBench()
         ScriptLibrary scripts;
         scripts.scripts = {{"probe", "sendLine(\"AT\")\nexpect(\"OK\")\n"}};
         window.setScriptLibrary(scripts);
+        // A dragged division of a panel is kept in its record.
+        window.resize(1800, 900);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        auto *split = window.portWidget(0)->findChild<QSplitter *>("splitter");
+        split->setSizes({800, 800});
+        Q_EMIT split->splitterMoved(800, 1);
+        QCOMPARE(window.portWidget(0)->formatSettings().splitterLeft,
+                 window.portWidget(0)->formatSettings().splitterRight);
         QVERIFY(window.saveFile(path, false));
         QVERIFY(!window.isWindowModified());
         QCOMPARE(window.windowTitle(),
                  QString("bench.vlm[*] - ") + QCoreApplication::applicationName());
     }
     MainWindow window;
+    // What the bench showed before is not part of the project.
+    window.portWidget(0)->pushByteArray("before", true, Received, QString());
     QVERIFY(window.loadFile(path));
     QCOMPARE(window.portCount(), 4);
     QCOMPARE(window.columnCount(), 2);
     QVERIFY(window.isTabLayout());
+    QCOMPARE(window.portWidget(0)->rxByteCount(), qint64(0));
+    QCOMPARE(window.portWidget(0)->pendingDisplayRecords(), qsizetype(0));
+    // The panel takes the stored division (the default gives the data five sixths).
+    window.resize(1800, 900);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    const QList<int> sizes = window.portWidget(0)->findChild<QSplitter *>("splitter")->sizes();
+    QVERIFY2(qAbs(sizes.at(0) - sizes.at(1)) < sizes.at(1) / 5,
+             qPrintable(QString("%1 %2").arg(sizes.at(0)).arg(sizes.at(1))));
     for (int i = 0; i < 4; ++i) {
         const SerialPortWidget *port = window.portWidget(i);
         QCOMPARE(port->settings().connMode, i % 2 ? ModeTcpClient : ModeSerial);
@@ -428,6 +476,165 @@ void TestMainWindow::scriptRunsOnAPortAndOutlivesItsWindow()
     scripts->run();
     QTRY_VERIFY_WITH_TIMEOUT(!link->scriptRunning(), 5000);
     QCOMPARE(link->runner()->engine().finishReason(), QString("the connection was lost"));
+}
+
+// Commands and sequences of the panel act on the focused port: a command is sent as
+// the port's own send path sends it, and Run or Stop follow the focus.
+void TestMainWindow::commandPanelActsOnTheFocusedPort()
+{
+    QTcpServer peer;
+    QVERIFY(peer.listen(QHostAddress::LocalHost));
+    MainWindow window;
+    window.setPortCount(2);
+    window.updateGrid();
+    for (int i = 0; i < 2; ++i) {
+        Settings settings = window.portWidget(i)->settings();
+        settings.connMode = ModeTcpClient;
+        settings.targetHost = "127.0.0.1";
+        settings.targetPort = peer.serverPort();
+        window.portWidget(i)->applySettings(settings);
+        FormatSetting format = window.portWidget(i)->formatSettings();
+        format.displaySendMsg = true;
+        window.portWidget(i)->applyFormatSetting(format);
+    }
+    CommandLibrary library;
+    Command command;
+    command.name = "version";
+    command.text = "AT+GMR";
+    command.lineEnding = LineEndingCRLF;
+    library.groups = {CommandGroup{"Modem", {command}}};
+    SequenceStep send;
+    send.command = command;
+    SequenceStep wait;
+    wait.kind = SequenceStepKind::Wait;
+    wait.ms = SequenceStep::MaxMs;
+    library.sequences = {Sequence{"soak", {send, wait}}};
+    window.setCommandLibrary(library);
+    window.findChild<QAction *>("acToolsCommands")->trigger();
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    const auto focus = [&](int index) {
+        window.portWidget(index)->findChild<QPlainTextEdit *>("sendTextEdit")->setFocus();
+        QTRY_COMPARE_WITH_TIMEOUT(window.focusedPortWidget(), window.portWidget(index), 5000);
+    };
+
+    focus(0);
+    window.findChild<QPushButton *>("commandButton_0")->click();
+    QVERIFY(peer.waitForNewConnection(5000));
+    QTcpSocket *device = peer.nextPendingConnection();
+    QCOMPARE(testsupport::readExactly(device, 8), QByteArray("AT+GMR\r\n"));
+    QTRY_VERIFY_WITH_TIMEOUT(window.portWidget(0)->viewText().contains("AT+GMR"), 5000);
+    QCOMPARE(window.portWidget(0)->txByteCount(), qint64(8));
+
+    auto *run = window.findChild<QPushButton *>("sequenceRunButton_0");
+    run->click();
+    QTRY_COMPARE_WITH_TIMEOUT(run->text(), QString("Stop"), 5000);
+    focus(1);
+    QCOMPARE(run->text(), QString("Run"));
+    focus(0);
+    QCOMPARE(run->text(), QString("Stop"));
+    run->click();
+    QVERIFY(!window.portWidget(0)->sequenceRunning());
+
+    // "Learn More" explains commands and sequences.
+    for (QAction *action :
+         window.findChild<QToolButton *>("commandPanelMenuButton")->menu()->actions()) {
+        if (action->text() == "Learn More") {
+            action->trigger();
+        }
+    }
+    auto *help = window.findChild<QMessageBox *>("commandHelpBox");
+    QVERIFY(help && help->isVisible());
+}
+
+// Edit > Settings on a running port: serial line parameters apply live; what needs a
+// new connection is asked about, and either reopens or waits for the next open.
+void TestMainWindow::settingsOfARunningPortApplyOrWait()
+{
+    testsupport::PtyPair pty;
+    QString why;
+    if (!pty.start(&why)) {
+        QSKIP(qPrintable(why));
+    }
+    QTcpServer first, second;
+    QVERIFY(first.listen(QHostAddress::LocalHost) && second.listen(QHostAddress::LocalHost));
+    MainWindow window;
+    window.setPortCount(2);
+    Settings serial = window.portWidget(0)->settings();
+    serial.connMode = ModeSerial;
+    serial.name = pty.portA();
+    serial.baudRate = 9600;
+    window.portWidget(0)->applySettings(serial);
+    Settings client = window.portWidget(1)->settings();
+    client.connMode = ModeTcpClient;
+    client.targetHost = "127.0.0.1";
+    client.targetPort = first.serverPort();
+    window.portWidget(1)->applySettings(client);
+    QVERIFY(window.portWidget(0)->start(QString()));
+    QVERIFY(window.portWidget(1)->start(QString()));
+    QVERIFY(first.waitForNewConnection(5000));
+    QTRY_VERIFY_WITH_TIMEOUT(window.portWidget(1)->portIsOpen(), 5000);
+
+    QList<int> asked;
+    bool reopen = false;
+    window.reopenQuestionHook = [&](int index) {
+        asked << index;
+        return reopen;
+    };
+    const auto edit = [&] {
+        window.settingsDialogHook = [&](MultiPortSettingDlg &dialog) {
+            Settings line = dialog.portSettings(0);
+            line.baudRate = 57600;
+            dialog.setPortSettings(0, line);
+            Settings target = dialog.portSettings(1);
+            target.targetPort = second.serverPort();
+            dialog.setPortSettings(1, target);
+            return true;
+        };
+        window.on_acEditSettings_triggered();
+    };
+
+    edit();
+    QVERIFY(testsupport::sttySettings(pty.portA()).contains("speed 57600 baud"));
+    QVERIFY(window.portWidget(0)->portIsOpen());
+    QCOMPARE(asked, QList<int>{1});
+    // Declined: the client stays on its connection and keeps the edit for the next one.
+    QVERIFY(window.portWidget(1)->portIsOpen());
+    QCOMPARE(window.portWidget(1)->settings().targetPort, int(first.serverPort()));
+    QCOMPARE(window.portWidget(1)->settingsForNextOpen().targetPort, int(second.serverPort()));
+
+    reopen = true;
+    edit();
+    QVERIFY(second.waitForNewConnection(5000));
+    QCOMPARE(window.portWidget(1)->settings().targetPort, int(second.serverPort()));
+}
+
+// The status bar's log link opens the focused port's log, written up to now.
+void TestMainWindow::logLinkOpensTheFocusedPortsLog()
+{
+    QTemporaryDir dir;
+    UrlCatcher catcher;
+    QDesktopServices::setUrlHandler("file", &catcher, "open");
+    MainWindow window;
+    SerialPortWidget *port = window.portWidget(0);
+    Settings server = port->settings();
+    server.connMode = ModeTcpServer;
+    server.targetPort = 0;
+    port->applySettings(server);
+    FormatSetting format = port->formatSettings();
+    format.logSaveFlag = true;
+    format.logFilePath = dir.filePath("bench.log");
+    port->applyFormatSetting(format);
+    QVERIFY(port->start(QString()));
+    port->pushByteArray("logged\n", true, Received, QString());
+    port->displayPortBuffer();
+    auto *logLabel = window.statusBar()->findChild<QLabel *>("logLabel");
+    QTRY_VERIFY_WITH_TIMEOUT(logLabel->text().contains("bench.log"), 5000);
+    Q_EMIT logLabel->linkActivated("current-log");
+    QDesktopServices::unsetUrlHandler("file");
+    QCOMPARE(catcher.urls, QList<QUrl>{QUrl::fromLocalFile(dir.filePath("bench.log"))});
+    QFile log(dir.filePath("bench.log"));
+    QVERIFY(log.open(QIODevice::ReadOnly) && log.readAll().contains("logged"));
 }
 
 #include "tst_mainwindow.moc"

@@ -116,6 +116,8 @@ void TestSettingsService::roundTripWritesEveryKey()
                             "LastDisplayBufferSize",
                             "LastDisplayFontFamily",
                             "LastDisplayFontSize",
+                            "LastDisplayFontWeight",
+                            "LastDisplayFontItalic",
                             "LastFormatDisplayColor",
                             "LastSendTextColor",
                             "LastReceiveTextColor",

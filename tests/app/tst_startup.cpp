@@ -79,9 +79,11 @@ void TestStartup::chineseFollowsChoiceOrLocale_data()
     QTest::addColumn<QString>("locale");
     QTest::addColumn<bool>("chinese");
     QTest::newRow("system chinese") << 0 << "zh_CN" << true;
+    QTest::newRow("system taiwanese") << 0 << "zh_TW" << false;
     QTest::newRow("system german") << 0 << "de_DE" << false;
-    QTest::newRow("english on chinese system") << 1 << "zh_CN" << false;
-    QTest::newRow("chinese on english system") << 2 << "en_US" << true;
+    QTest::newRow("chinese on english system") << 1 << "en_US" << true;
+    QTest::newRow("english on chinese system") << 2 << "zh_CN" << false;
+    QTest::newRow("unknown value is english") << 7 << "zh_CN" << false;
 }
 
 void TestStartup::chineseFollowsChoiceOrLocale()

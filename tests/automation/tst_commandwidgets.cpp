@@ -143,12 +143,9 @@ void TestCommandWidgets::panelRequestsByButton()
     plain.text = "AT";
     library.groups << CommandGroup{"Modem", {fullCommand(), plain}}
                    << CommandGroup{"Other", {}};
-    library.sequences << Sequence{"Probe", {}} << Sequence{"Soak", {}};
     CommandPanel panel;
     panel.setLibrary(library);
     QSignalSpy sendSpy(&panel, &CommandPanel::commandSendRequested);
-    QSignalSpy runSpy(&panel, &CommandPanel::sequenceRunRequested);
-    QSignalSpy stopSpy(&panel, &CommandPanel::sequenceStopRequested);
 
     auto *first = panel.findChild<QPushButton *>("commandButton_0");
     auto *second = panel.findChild<QPushButton *>("commandButton_1");
@@ -160,17 +157,6 @@ void TestCommandWidgets::panelRequestsByButton()
     second->click();
     QCOMPARE(sendSpy.size(), 1);
     QCOMPARE(sendSpy.first().first().value<Command>(), plain);
-
-    auto *soak = panel.findChild<QPushButton *>("sequenceRunButton_1");
-    soak->click();
-    QCOMPARE(runSpy.size(), 1);
-    QCOMPARE(runSpy.first().first().value<Sequence>().name, "Soak");
-    panel.setRunState("Soak", "running");
-    QCOMPARE(soak->text(), "Stop");
-    soak->click();
-    QCOMPARE(stopSpy.size(), 1);
-    panel.setRunState(QString(), QString());
-    QCOMPARE(soak->text(), "Run");
 
     // The shortcut works anywhere in the host's window.
     QWidget host;

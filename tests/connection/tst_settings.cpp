@@ -1,7 +1,6 @@
 #include "app/settingsservice.h"
 #include "connection/settings.h"
 #include "connection/settingscodec.h"
-#include "connection/settingskey.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -13,7 +12,6 @@ class TestSettings : public QObject
 private slots:
     void modeFromStoredInt_data();
     void modeFromStoredInt();
-    void modePredicatesAndPrefixes();
     void patchSerialParams_data();
     void patchSerialParams();
     void remoteLabel_data();
@@ -40,20 +38,6 @@ void TestSettings::modeFromStoredInt()
     QFETCH(int, stored);
     QFETCH(int, mode);
     QCOMPARE(int(connectionModeFromInt(stored)), mode);
-}
-
-void TestSettings::modePredicatesAndPrefixes()
-{
-    const QStringList prefixes = {"ser",  "tcps", "tcpc", "port", "udps",
-                                  "udpc", "udpg", "rser", "crly"};
-    for (int m = 0; m <= 8; ++m) {
-        const auto mode = connectionMode(m);
-        QCOMPARE(connectionModePrefix(mode), prefixes.at(m));
-        QCOMPARE(connectionModeIsTcpClient(mode), m == 2 || m == 7);
-        QCOMPARE(connectionModeIsRemoteSerial(mode), m == 7 || m == 8);
-        QCOMPARE(connectionModeTransportWord(mode).isEmpty(), m == 3);
-    }
-    QCOMPARE(connectionModeTransportWord(ModeRemoteSerial), QString("rfc2217-client"));
 }
 
 void TestSettings::patchSerialParams_data()
@@ -189,12 +173,7 @@ void TestSettings::codecConversions()
     QCOMPARE(SettingsCodec::msToSpinValue(5999, 1000), 5);
     QCOMPARE(SettingsCodec::sendIntervalToMs(1000000, 60000), 60000000000LL);
     QCOMPARE(SettingsCodec::sendIntervalToMs(7, -3), 7);
-    QCOMPARE(SettingsCodec::rotateSizeMbToBytes(100), 104857600);
     QCOMPARE(SettingsCodec::rotateSizeBytesToMb(104857599), 99);
-    QCOMPARE(SettingsCodec::storedToDisplayBuffer(SettingsCodec::displayBufferToStored(10)), 10);
-    QCOMPARE(SettingsKey::bridgeKey(3, "PortA"), QString("Bridge/3/PortA"));
-    QCOMPARE(SettingsKey::quickSettingsFieldGroupIds(),
-             QStringList({"connection", "controlLines", "receive", "send"}));
 }
 
 void TestSettings::defaultsMatchTheRecords()

@@ -9,6 +9,7 @@
 #include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QToolButton>
 #include <QtTest>
 
 namespace {
@@ -90,6 +91,12 @@ void TestAutomationSession::tcpServerAnswersEachClient()
     b.write("SLOW");
     QCOMPARE(readFor(b, 4), QByteArray("LATE"));
     QVERIFY2(delay.elapsed() >= 190, qPrintable(QString::number(delay.elapsed())));
+    // The port's badge counts rules and replies.
+    auto *badge = panel.findChild<QToolButton *>("autoReplyBadge");
+    QCOMPARE(badge->text(), QString("Auto reply · 2 rule(s) · 2 reply(s)"));
+    config.playDead = true;
+    panel.setAutoReplyConfig(config);
+    QCOMPARE(badge->text(), QString("Auto reply · 2 rule(s) · 0 reply(s) · playing dead"));
 
     // A stopped port forgets what waited.
     panel.stop();

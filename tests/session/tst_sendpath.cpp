@@ -121,7 +121,10 @@ private slots:
     void badInputSendsNothingAndKeepsTheBox_data();
     void badInputSendsNothingAndKeepsTheBox();
     void historyKeepsNewestFirstWithoutDuplicates();
-    void lineByLineWrapsAround();
+    void lineByLineWrapsAroundAndKeepsTheBox_data();
+    void lineByLineWrapsAroundAndKeepsTheBox();
+    void sentBlocksShowOnLinesOfTheirOwn_data();
+    void sentBlocksShowOnLinesOfTheirOwn();
     void terminalTypingSendsKeysWithLocalEcho();
     void splitLegacyCharacterDecodesWhole();
 };
@@ -262,8 +265,21 @@ void TestSendPath::historyKeepsNewestFirstWithoutDuplicates()
     QCOMPARE(bench.panel.sendHistory(), QStringList({"0A 0B // TAIL", "one", "two", "three"}));
 }
 
-void TestSendPath::lineByLineWrapsAround()
+void TestSendPath::lineByLineWrapsAroundAndKeepsTheBox_data()
 {
+    QTest::addColumn<bool>("hex");
+    QTest::addColumn<QString>("box");
+    QTest::addColumn<QByteArray>("wire");
+    QTest::newRow("text") << false << "L1\n\nL2\nL3" << QByteArray("L1L2L3L1");
+    // Reformatting hex must not put the line sent in place of the whole box.
+    QTest::newRow("formatted hex") << true << "4c31\n\n4c32\n4c33" << QByteArray("L1L2L3L1");
+}
+
+void TestSendPath::lineByLineWrapsAroundAndKeepsTheBox()
+{
+    QFETCH(bool, hex);
+    QFETCH(QString, box);
+    QFETCH(QByteArray, wire);
     Bench bench;
     QString why;
     if (!bench.open("tcp", &why)) {
@@ -273,10 +289,42 @@ void TestSendPath::lineByLineWrapsAround()
     format.lineByLine = true;
     format.autoSend = true;
     format.sendInterval = 10;
+    format.sendMsgFormat = hex ? HexFormat : TextFormat;
+    format.formatSend = true;
     bench.panel.applyFormatSetting(format);
-    bench.panel.setSendText("L1\n\nL2\nL3", false);
+    bench.panel.setSendText(box, false);
     // Four ticks send the three non-empty lines and then the first again.
-    QCOMPARE(bench.receive(8).left(8), QByteArray("L1L2L3L1"));
+    QCOMPARE(bench.receive(wire.size()).left(wire.size()), wire);
+    QCOMPARE(bench.panel.sendText(), box);
+}
+
+// Two sends in one display tick (a sequence, a script, auto reply) stay two lines in the
+// view, as text and as hex.
+void TestSendPath::sentBlocksShowOnLinesOfTheirOwn_data()
+{
+    QTest::addColumn<bool>("hex");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("text") << false << "AT\nAT";
+    QTest::newRow("hex") << true << "41 54 0D \n41 54 0D \n";
+}
+
+void TestSendPath::sentBlocksShowOnLinesOfTheirOwn()
+{
+    QFETCH(bool, hex);
+    QFETCH(QString, shown);
+    Bench bench;
+    QString why;
+    if (!bench.open("tcp", &why)) {
+        QSKIP(qPrintable(why));
+    }
+    FormatSetting format = bench.panel.formatSettings();
+    format.displaySendMsg = true;
+    format.sendMsgFormat = hex ? HexFormat : TextFormat;
+    bench.panel.applyFormatSetting(format);
+    QVERIFY(bench.panel.sendSequenceBytes("AT\r"));
+    QVERIFY(bench.panel.sendSequenceBytes("AT\r"));
+    QCOMPARE(bench.receive(6), QByteArray("AT\rAT\r"));
+    QTRY_COMPARE_WITH_TIMEOUT(bench.panel.viewText(), shown, Timeout);
 }
 
 void TestSendPath::terminalTypingSendsKeysWithLocalEcho()

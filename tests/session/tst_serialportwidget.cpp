@@ -1,11 +1,18 @@
+#include "automation/autoreplyengine.h"
 #include "connection/connectioncontroller.h"
 #include "connection/multiclientserver.h"
 #include "session/receiverenderer.h"
 #include "session/serialportwidget.h"
 #include "support/testsupport.h"
 
+#include <QCheckBox>
+#include <QComboBox>
 #include <QFile>
+#include <QFileDialog>
+#include <QLineEdit>
 #include <QNetworkDatagram>
+#include <QPlainTextEdit>
+#include <QSpinBox>
 #include <QSerialPort>
 #include <QSignalSpy>
 #include <QTcpServer>
@@ -16,6 +23,7 @@
 
 namespace {
 using testsupport::closedTcpPort;
+using testsupport::sttySettings;
 constexpr int Timeout = 10000;
 
 Settings tcpClientSettings(const QString &host, int port)
@@ -44,6 +52,28 @@ Settings serialSettings(const QString &path)
     return settings;
 }
 
+// Answers the next file dialog with `path`, or cancels it when `path` is empty.
+void answerFileDialog(const QString &path)
+{
+    auto *poll = new QTimer;
+    QObject::connect(poll, &QTimer::timeout, poll, [poll, path] {
+        auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+        if (!dialog) {
+            return;
+        }
+        poll->deleteLater();
+        if (path.isEmpty()) {
+            dialog->reject();
+        } else {
+            dialog->setDirectory(QFileInfo(path).absolutePath());
+            auto *name = dialog->findChild<QLineEdit *>("fileNameEdit");
+            name->setText(QFileInfo(path).fileName());
+            QMetaObject::invokeMethod(dialog, "accept");
+        }
+    });
+    poll->start(20);
+}
+
 bool anyStartsWith(const QSignalSpy &spy, const QString &prefix)
 {
     for (const QList<QVariant> &args : spy) {
@@ -61,7 +91,6 @@ class TestSerialPortWidget : public QObject
 private slots:
     void tcpClientShowsWhatTheServerSends();
     void tcpServerKeepsPeersApart();
-    void tcpClientPeerCloseStopsThePanel();
     void tcpClientRetriesUntilThePeerIsUp();
     void pausedSerialKeepsTheNewestBytes();
     void pausedUdpLosesNothing();
@@ -70,11 +99,13 @@ private slots:
     void badInputLeavesPanelStoppedAndUsable_data();
     void badInputLeavesPanelStoppedAndUsable();
     void ptyPortIsLostOnlyWhenItsPathVanishes();
-    void consoleKeyNamesModeAndIndex();
     void logFileHoldsWhatArrivedAndWasSent();
     void shortBreakPressLastsTheMinimum();
     void controlLinesOfNetworkPortsExplainThemselves_data();
     void controlLinesOfNetworkPortsExplainThemselves();
+    void logPromptChoosesTheFileOnly();
+    void lineSettingsReachARunningPort();
+    void panelFieldsEditTheWholeRecord();
 };
 
 void TestSerialPortWidget::tcpClientShowsWhatTheServerSends()
@@ -106,15 +137,20 @@ void TestSerialPortWidget::tcpClientShowsWhatTheServerSends()
     QCOMPARE(panel.txByteCount(), qint64(4));
     QCOMPARE(txTapped.count(), 1);
 
-    panel.stop();
-    QCOMPARE(panel.portState(), int(SerialPortWidget::Stopped));
+    // The peer's last words show; its close stops the panel.
+    peer->write("bye\n");
+    peer->disconnectFromHost();
+    QTRY_COMPARE_WITH_TIMEOUT(panel.portState(), int(SerialPortWidget::Stopped), Timeout);
+    QVERIFY(panel.viewText().contains("bye"));
     QVERIFY(!panel.portIsOpen());
 }
 
 void TestSerialPortWidget::tcpServerKeepsPeersApart()
 {
     SerialPortWidget panel;
+    panel.setPortNumber(3);
     panel.applySettings(tcpServerSettings(0));
+    QCOMPARE(panel.consolePortKey(), QString("tcps-3"));
     QVERIFY(panel.start(QString()));
     const quint16 port = panel.connectionController()->server()->serverPort();
     QVERIFY(panel.settings().name.endsWith(QStringLiteral(":%1").arg(port)));
@@ -152,22 +188,9 @@ void TestSerialPortWidget::tcpServerKeepsPeersApart()
     QVERIFY(lost.wait(Timeout));
     QCOMPARE(lost.first().at(0).toString(), keyA);
     QCOMPARE(panel.connectedPeers(), QStringList({keyB}));
-}
-
-void TestSerialPortWidget::tcpClientPeerCloseStopsThePanel()
-{
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost, 0));
-    SerialPortWidget panel;
-    panel.applySettings(tcpClientSettings("127.0.0.1", server.serverPort()));
-    QVERIFY(panel.start(QString()));
-    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), Timeout);
-    QTcpSocket *peer = server.nextPendingConnection();
-    QTRY_VERIFY_WITH_TIMEOUT(panel.portIsOpen(), Timeout);
-    peer->write("bye\n");
-    peer->disconnectFromHost();
-    QTRY_COMPARE_WITH_TIMEOUT(panel.portState(), int(SerialPortWidget::Stopped), Timeout);
-    QVERIFY(panel.viewText().contains("bye"));
+    // Stopping the server lets b go too, transcript and all.
+    panel.stop();
+    QCOMPARE(panel.peerTranscript(keyB), QString());
 }
 
 void TestSerialPortWidget::tcpClientRetriesUntilThePeerIsUp()
@@ -248,22 +271,39 @@ void TestSerialPortWidget::pausedUdpLosesNothing()
     QVERIFY(port != 0);
     panel.pause();
 
-    QUdpSocket peer;
+    QUdpSocket peer, other;
     QVERIFY(peer.bind(QHostAddress::LocalHost, 0));
+    QVERIFY(other.bind(QHostAddress::LocalHost, 0));
+    auto *peers = panel.findChild<QComboBox *>("peerCombo");
+    QVERIFY(peers);
+    QSignalSpy peerRowsRemoved(peers->model(), &QAbstractItemModel::rowsRemoved);
     for (int i = 0; i < 3; ++i) {
-        peer.writeDatagram(QByteArray("datagram-") + QByteArray::number(i) + '\n',
+        (i == 1 ? other : peer)
+            .writeDatagram(QByteArray("datagram-") + QByteArray::number(i) + '\n',
                            QHostAddress::LocalHost, port);
     }
     // Nothing is dropped and nothing shown while paused: all 33 bytes wait.
     QTRY_COMPARE_WITH_TIMEOUT(panel.pendingDisplayBytes(), qint64(3 * 11), Timeout);
     QVERIFY(panel.viewText().isEmpty());
+    // A new peer adds its row; the list is not rebuilt for it.
+    QCOMPARE(peers->count(), 2);
+    QCOMPARE(peerRowsRemoved.count(), 0);
+
+    // A paused panel's queue takes no share of another panel's display budget: the
+    // other shows a 300000-byte block in one tick, not in halves.
+    SerialPortWidget busy;
+    busy.applySettings(tcpServerSettings(0));
+    QVERIFY(busy.start(QString()));
+    busy.pushByteArray(QByteArray(300000, 'b'), true, Received, QString());
+    QTRY_VERIFY_WITH_TIMEOUT(busy.pendingDisplayBytes() < 300000, Timeout);
+    QCOMPARE(busy.pendingDisplayBytes(), qint64(0));
 
     QVERIFY(panel.start(QString()));
     QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("datagram-2"), Timeout);
     QVERIFY(panel.viewText().contains("datagram-0"));
     QVERIFY(panel.viewText().contains("datagram-1"));
-    // The peer was kept across the pause, and is answered.
-    QCOMPARE(panel.connectedPeers().size(), 1);
+    // The peers were kept across the pause, and are answered.
+    QCOMPARE(panel.connectedPeers().size(), 2);
     QVERIFY(panel.sendMessage("answer"));
     QTRY_VERIFY_WITH_TIMEOUT(peer.hasPendingDatagrams(), Timeout);
     QCOMPARE(peer.receiveDatagram().data(), QByteArray("answer"));
@@ -308,11 +348,10 @@ void TestSerialPortWidget::fullViewsTrimInTurn()
     fill(first, budget + lines.size());
     fill(second, budget + lines.size());
     QVERIFY(first.receiveRenderer()->characterCount() <= budget);
-    // The second waits for a later tick, a little over its budget, and trims then.
+    // The second waits for a later tick, a little over its budget, and trims then, even
+    // with nothing more arriving.
     QVERIFY(second.receiveRenderer()->characterCount() > budget);
-    QTest::qWait(SerialPortWidget::DisplayTickMs + 5);
-    fill(second, lines.size());
-    QVERIFY(second.receiveRenderer()->characterCount() <= budget);
+    QTRY_VERIFY_WITH_TIMEOUT(second.receiveRenderer()->characterCount() <= budget, Timeout);
     // Half again over the budget, a view trims at once.
     fill(first, budget);
     fill(second, budget);
@@ -326,19 +365,28 @@ void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable_data()
     QTest::addColumn<QString>("target");
     QTest::addColumn<int>("port");
     QTest::addColumn<QString>("message");
-    QTest::newRow("reserved mode") << 3 << "" << 0 << "This connection type is not supported";
-    QTest::newRow("serial path missing")
-        << 0 << "/nonexistent/ttyNothing" << 0 << "Serial Port /nonexistent/ttyNothing OPEN FAILED";
-    QTest::newRow("serial without a name") << 0 << "" << 0 << "Choose a serial port";
+    QTest::addColumn<bool>("failsAtOnce"); // start() itself returns false
+    QTest::newRow("reserved mode") << 3 << "" << 0 << "This connection type is not supported"
+                                   << true;
+    QTest::newRow("serial path missing") << 0 << "/nonexistent/ttyNothing" << 0
+                                         << "Serial Port /nonexistent/ttyNothing OPEN FAILED"
+                                         << true;
+    QTest::newRow("serial without a name") << 0 << "" << 0 << "Choose a serial port" << true;
     QTest::newRow("host does not resolve")
-        << 2 << "no-such-host.invalid" << 80 << "TCP connect FAILED";
+        << 2 << "no-such-host.invalid" << 80 << "TCP connect FAILED" << false;
     QTest::newRow("peer refuses") << 2 << "127.0.0.1" << int(closedTcpPort())
-                                  << "TCP connect FAILED";
+                                  << "TCP connect FAILED" << false;
+    // The system refuses a connection to a broadcast address inside the call.
+    QTest::newRow("address unreachable")
+        << 2 << "255.255.255.255" << 80 << "TCP connect FAILED" << true;
     QTest::newRow("client port out of range")
-        << 2 << "127.0.0.1" << 70000 << "Port 70000 cannot be connected to";
-    QTest::newRow("client port zero") << 2 << "127.0.0.1" << 0 << "Port 0 cannot be connected to";
-    QTest::newRow("server port negative") << 1 << "" << -5 << "Port -5 cannot be listened on";
-    QTest::newRow("relay unavailable") << 8 << "" << 0 << "Live Relay needs the cloud client";
+        << 2 << "127.0.0.1" << 70000 << "Port 70000 cannot be connected to" << true;
+    QTest::newRow("client port zero")
+        << 2 << "127.0.0.1" << 0 << "Port 0 cannot be connected to" << true;
+    QTest::newRow("server port negative")
+        << 1 << "" << -5 << "Port -5 cannot be listened on" << true;
+    QTest::newRow("relay unavailable")
+        << 8 << "" << 0 << "Live Relay needs the cloud client" << true;
 }
 
 void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable()
@@ -347,6 +395,7 @@ void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable()
     QFETCH(QString, target);
     QFETCH(int, port);
     QFETCH(QString, message);
+    QFETCH(bool, failsAtOnce);
 
     SerialPortWidget panel;
     Settings settings;
@@ -356,7 +405,12 @@ void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable()
     settings.targetPort = port;
     panel.applySettings(settings);
     QSignalSpy status(&panel, &SerialPortWidget::statusShown);
-    panel.start(QString());
+    const bool started = panel.start(QString());
+    if (failsAtOnce) {
+        // Nothing is taken as open: no timers, no log, no "Opened".
+        QVERIFY(!started);
+        QCOMPARE(panel.portState(), int(SerialPortWidget::Stopped));
+    }
     QTRY_VERIFY_WITH_TIMEOUT(anyStartsWith(status, message), 30000);
     QTRY_COMPARE_WITH_TIMEOUT(panel.portState(), int(SerialPortWidget::Stopped), Timeout);
     QVERIFY(!panel.portIsOpen());
@@ -403,18 +457,6 @@ void TestSerialPortWidget::ptyPortIsLostOnlyWhenItsPathVanishes()
     QVERIFY(device.openSerial(serialSettings(pty.portB()), QString(), "B", true));
     QVERIFY(device.sendSerial("back\n", serialSettings(pty.portB()), QString()));
     QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("back"), Timeout);
-}
-
-void TestSerialPortWidget::consoleKeyNamesModeAndIndex()
-{
-    SerialPortWidget panel;
-    panel.setPortNumber(3);
-    panel.applySettings(tcpServerSettings(0));
-    QCOMPARE(panel.consolePortKey(), QString("tcps-3"));
-    Settings settings;
-    settings.connMode = ModeSerial;
-    panel.applySettings(settings);
-    QCOMPARE(panel.consolePortKey(), QString("ser-3"));
 }
 
 void TestSerialPortWidget::shortBreakPressLastsTheMinimum()
@@ -509,6 +551,120 @@ void TestSerialPortWidget::logFileHoldsWhatArrivedAndWasSent()
     QVERIFY(text.contains("first line\n"));
     QVERIFY(text.contains("reply"));
     QVERIFY(!text.contains("[1m"));
+}
+
+// The prompt picks this log's file; the name template stays, and a cancelled prompt
+// leaves the box unticked, so that ticking it asks again.
+void TestSerialPortWidget::logPromptChoosesTheFileOnly()
+{
+    QTemporaryDir dir;
+    SerialPortWidget panel;
+    FormatSetting format = panel.formatSettings();
+    format.logPromptForName = true;
+    format.logFilePath = dir.filePath("vlm_%S-%Y%M%D.log");
+    panel.applyFormatSetting(format);
+    auto *box = panel.findChild<QCheckBox *>("logSaveBox");
+    QVERIFY(box);
+
+    answerFileDialog(QString());
+    box->click();
+    QVERIFY(!box->isChecked());
+    QVERIFY(!panel.formatSettings().logSaveFlag);
+
+    const QString chosen = dir.filePath("picked.log");
+    answerFileDialog(chosen);
+    box->click();
+    QVERIFY(box->isChecked());
+    QVERIFY(panel.formatSettings().logSaveFlag);
+    QCOMPARE(panel.formatSettings().logFileName, chosen);
+    QCOMPARE(panel.formatSettings().logFilePath, format.logFilePath);
+
+    box->click();
+    QVERIFY(!panel.formatSettings().logSaveFlag);
+}
+
+// The line parameters edited in the pane of an open serial port reach the device at
+// once, without reopening it; what the driver refuses leaves the line as it was and says
+// why (Linux pseudo-terminals take only 8 data bits).
+void TestSerialPortWidget::lineSettingsReachARunningPort()
+{
+    testsupport::PtyPair pty;
+    QString why;
+    if (!pty.start(&why)) {
+        QSKIP(qPrintable(why));
+    }
+    SerialPortWidget panel;
+    Settings settings = serialSettings(pty.portA());
+    settings.baudRate = 9600;
+    panel.applySettings(settings);
+    QVERIFY(panel.start(QString()));
+    QVERIFY(sttySettings(pty.portA()).contains("speed 9600 baud"));
+    QSignalSpy status(&panel, &SerialPortWidget::statusShown);
+
+    auto *baud = panel.findChild<QComboBox *>("baudCombo");
+    auto *dataBits = panel.findChild<QComboBox *>("dataBitsCombo");
+    QVERIFY(baud && baud->isEnabled() && dataBits);
+    baud->setCurrentIndex(baud->findData(115200));
+    QVERIFY(sttySettings(pty.portA()).contains("speed 115200 baud"));
+    QCOMPARE(panel.settings().baudRate, 115200);
+    QVERIFY(status.isEmpty());
+
+    dataBits->setCurrentIndex(dataBits->findData(7));
+    const QString line = sttySettings(pty.portA());
+    QVERIFY(line.contains("speed 115200 baud"));
+    if (line.contains(" cs7")) {
+        QCOMPARE(panel.settings().stringDataBits, QString("7"));
+    } else {
+        QVERIFY(anyStartsWith(status, "The line settings were not changed: 7 data bits was "
+                                      "refused by the driver"));
+        QCOMPARE(panel.settings().dataBits, 8);
+        QCOMPARE(dataBits->currentText(), QString("8"));
+    }
+    QVERIFY(panel.portIsOpen());
+}
+
+// Each field of the panel edits its part of the records and leaves the rest as it is.
+void TestSerialPortWidget::panelFieldsEditTheWholeRecord()
+{
+    SerialPortWidget panel;
+    // A UDP group, which no pane offers, stays one when another field is edited.
+    Settings group;
+    group.connMode = ModeUdpGroup;
+    group.targetPort = 5000;
+    panel.applySettings(group);
+    panel.findChild<QSpinBox *>("targetPortSpin")->setValue(5001);
+    panel.updateSettings();
+    QCOMPARE(panel.settings().connMode, ModeUdpGroup);
+    QCOMPARE(panel.settings().targetPort, 5001);
+    // "Custom" takes any rate, 0 too.
+    panel.applySettings(serialSettings("/dev/ttyNothing"));
+    auto *baud = panel.findChild<QComboBox *>("baudCombo");
+    baud->setCurrentIndex(baud->findText("Custom"));
+    baud->setEditText("0");
+    Q_EMIT baud->lineEdit()->editingFinished();
+    panel.updateSettings();
+    QCOMPARE(panel.settings().baudRate, 0);
+
+    FormatSetting format = panel.formatSettings();
+    format.sendTimeUnit = 60000;
+    format.sendInterval = 30 * 60000;
+    format.logFont = {QString(), 11, int(QFont::Bold), true};
+    panel.applyFormatSetting(format);
+    // The interval box counts in the interval's unit; other edits leave the interval.
+    auto *interval = panel.findChild<QSpinBox *>("sendIntervelSB");
+    QCOMPARE(interval->value(), 30);
+    QCOMPARE(interval->suffix(), QString(" min"));
+    panel.findChild<QCheckBox *>("displayTimeBox")->click();
+    QCOMPARE(panel.formatSettings().sendInterval, 30 * 60000);
+    interval->setValue(2);
+    QCOMPARE(panel.formatSettings().sendInterval, 2 * 60000);
+    // The view has the whole font.
+    const QFont font = panel.findChild<QPlainTextEdit *>("receiveBrowser")->font();
+    QCOMPARE(font.weight(), QFont::Bold);
+    QVERIFY(font.italic());
+    // Auto reply rules match in the encoding the panel now reads.
+    panel.findChild<QComboBox *>("receiveEncodingCombo")->setCurrentText("GBK");
+    QCOMPARE(panel.autoReplyEngine().rxEncoding(), QString("GBK"));
 }
 
 QTEST_MAIN(TestSerialPortWidget)

@@ -93,4 +93,12 @@ quint16 closedTcpPort()
     return port;
 }
 
+QString sttySettings(const QString &path)
+{
+    QProcess stty;
+    stty.start(QStringLiteral("stty"), {QStringLiteral("-a"), QStringLiteral("-F"), path});
+    stty.waitForFinished(10000);
+    return QString::fromLocal8Bit(stty.readAllStandardOutput());
+}
+
 } // namespace testsupport

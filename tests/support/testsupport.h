@@ -43,4 +43,8 @@ QByteArray readExactly(QTcpSocket *socket, qsizetype size, int timeoutMs = 10000
 // A local TCP port that nothing listens on, for connections that must be refused.
 quint16 closedTcpPort();
 
+// The line settings of a serial device as the system has them (`stty -a`), such as
+// "speed 9600 baud; ... cs8 ...".
+QString sttySettings(const QString &path);
+
 } // namespace testsupport

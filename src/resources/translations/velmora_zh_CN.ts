@@ -1091,8 +1091,24 @@
         <translation>XON/XOFF</translation>
     </message>
     <message>
-        <source>Enter a rate from 1 to 100000000 bits per second</source>
-        <translation>请输入 1 到 100000000 之间的速率（单位 bit/s）</translation>
+        <source>Custom</source>
+        <translation>自定义</translation>
+    </message>
+    <message>
+        <source>UDP Group</source>
+        <translation>UDP 组播</translation>
+    </message>
+    <message>
+        <source>Unused</source>
+        <translation>未使用</translation>
+    </message>
+    <message>
+        <source>Bits per second</source>
+        <translation>每秒比特数</translation>
+    </message>
+    <message>
+        <source>Enter a rate from 0 to 100000000 bits per second</source>
+        <translation>请输入 0 到 100000000 之间的速率（单位 bit/s）</translation>
     </message>
 </context>
 <context>
@@ -1458,6 +1474,42 @@ Do you want to save your changes?</source>
     <message>
         <source>Scripts...</source>
         <translation>脚本...</translation>
+    </message>
+    <message>
+        <source>Commands and Sequences</source>
+        <translation>命令与序列</translation>
+    </message>
+    <message>
+        <source>A command is a message kept under a name. Its button, or its shortcut anywhere in the window, sends it on the focused port, shown in the view when Display Send is on. In text, \r \n \t and \xHH stand for the bytes they name; a hex command lists its bytes, as in 01 03 00 00 00 01. A command&apos;s own line ending and checksum, when it has them, replace the port&apos;s.</source>
+        <translation>命令是以名称保存的一条消息。单击它的按钮，或在窗口任意位置按下它的快捷键，即可在当前焦点端口上发送；开启“显示发送”时会显示在视图中。文本命令中，\r \n \t 和 \xHH 表示对应的字节；十六进制命令直接列出字节，例如 01 03 00 00 00 01。命令若设置了自己的行尾和校验，将取代端口的设置。</translation>
+    </message>
+    <message>
+        <source>A sequence runs its steps in order on the focused port: send a command, wait, expect a reply within a time, repeat from a label. Its bar above the port shows how it runs, and Tools &gt; Export Sequence Report... keeps the result.
+
+Edit Library... changes both; More &gt; Export... saves them as a .vlmcmd file for a colleague, who adds them with More &gt; Import....</source>
+        <translation>序列在当前焦点端口上依次执行各步骤：发送命令、等待、在限定时间内期待应答、从标签处重复。端口上方的序列栏显示执行情况，“工具 &gt; 导出序列报告...”可保存结果。
+
+“编辑命令库...”可修改命令和序列；“更多 &gt; 导出...”将它们保存为 .vlmcmd 文件交给同事，同事用“更多 &gt; 导入...”即可添加。</translation>
+    </message>
+    <message>
+        <source>Reopen Connection</source>
+        <translation>重新打开连接</translation>
+    </message>
+    <message>
+        <source>%1 is open. Its new connection settings take effect when it opens again.
+
+Reopen it now?</source>
+        <translation>%1 已打开。新的连接设置将在下次打开时生效。
+
+现在重新打开吗？</translation>
+    </message>
+    <message>
+        <source>%1: the line settings were not changed: %2</source>
+        <translation>%1：线路参数未更改：%2</translation>
+    </message>
+    <message>
+        <source>The focused port does not log to a file.</source>
+        <translation>当前焦点端口未记录日志文件。</translation>
     </message>
 </context>
 <context>
@@ -2841,24 +2893,56 @@ Do you want to save your changes?</source>
         <translation>自动应答 %1：已匹配，未应答（%2）</translation>
     </message>
     <message>
-        <source>Auto reply: playing dead</source>
-        <translation>自动应答：假死中</translation>
+        <source>Error: %1</source>
+        <translation>错误：%1</translation>
+    </message>
+    <message>
+        <source> s</source>
+        <translation> 秒</translation>
+    </message>
+    <message>
+        <source> min</source>
+        <translation> 分钟</translation>
+    </message>
+    <message>
+        <source> × %1 ms</source>
+        <translation> × %1 ms</translation>
+    </message>
+    <message>
+        <source>the port is not a serial port</source>
+        <translation>该端口不是串口</translation>
+    </message>
+    <message>
+        <source>The line settings were not changed: %1</source>
+        <translation>线路参数未更改：%1</translation>
+    </message>
+    <message>
+        <source>Auto reply</source>
+        <translation>自动应答</translation>
     </message>
     <message numerus="yes">
-        <source>Auto reply: %n rule(s)</source>
+        <source>%n rule(s)</source>
         <translation>
-            <numerusform>自动应答：%n 条规则</numerusform>
+            <numerusform>%n 条规则</numerusform>
         </translation>
     </message>
     <message numerus="yes">
-        <source>%n reply(ies) sent. Click to edit the rules.</source>
+        <source>%n reply(s)</source>
         <translation>
-            <numerusform>已发送 %n 次应答。单击可编辑规则。</numerusform>
+            <numerusform>%n 次应答</numerusform>
         </translation>
     </message>
     <message>
-        <source>Error: %1</source>
-        <translation>错误：%1</translation>
+        <source>playing dead</source>
+        <translation>假死</translation>
+    </message>
+    <message>
+        <source>This port answers matching data by itself. Click to edit the rules.</source>
+        <translation>此端口会自动应答匹配的数据。单击可编辑规则。</translation>
+    </message>
+    <message>
+        <source>The port did not take the command.</source>
+        <translation>端口未接受该命令。</translation>
     </message>
 </context>
 <context>
