@@ -56,8 +56,8 @@ void showSample(SerialPortWidget *port, const QByteArray &bytes, bool hex)
 
 QStringList MainWindow::screenshotSceneNames()
 {
-    return {QStringLiteral("single"), QStringLiteral("grid4"), QStringLiteral("grid16"),
-            QStringLiteral("tabs"), QStringLiteral("hex")};
+    return {QStringLiteral("single"), QStringLiteral("grid4"), QStringLiteral("row4"),
+            QStringLiteral("grid16"), QStringLiteral("tabs"), QStringLiteral("hex")};
 }
 
 QStringList MainWindow::screenshotDialogNames()
@@ -73,13 +73,15 @@ bool MainWindow::runScreenshotScene(const QString &name)
     if (!screenshotSceneNames().contains(name)) {
         return false;
     }
-    const int count = name == QLatin1String("grid4")    ? 4
-                      : name == QLatin1String("grid16") ? 16
-                      : name == QLatin1String("tabs")   ? 3
-                                                        : 1;
+    const bool row = name == QLatin1String("row4");
+    const int count = name == QLatin1String("grid4") || row ? 4
+                      : name == QLatin1String("grid16")     ? 16
+                      : name == QLatin1String("tabs")       ? 3
+                                                            : 1;
     setPortCount(count);
     tabLayout = name == QLatin1String("tabs");
-    columnCountValue = count == 16 ? 4 : count == 4 ? 2 : count;
+    // Four side by side in one row, or in a grid of two columns.
+    columnCountValue = count == 16 ? 4 : count == 4 && !row ? 2 : count;
     const connectionMode modes[] = {ModeSerial, ModeTcpClient, ModeUdpServer, ModeTcpServer};
     for (int i = 0; i < count; ++i) {
         SerialPortWidget *port = portWidgets[size_t(i)];

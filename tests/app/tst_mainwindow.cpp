@@ -1,5 +1,6 @@
 #include "app/mainwindow.h"
 #include "app/multiportsettingdlg.h"
+#include "app/newconnection.h"
 #include "automation/autoreplyengine.h"
 #include "scripting/scriptportlink.h"
 #include "scripting/scriptwindow.h"
@@ -9,6 +10,8 @@
 #include <QAction>
 #include <QFile>
 #include <QLabel>
+#include <QMessageBox>
+#include <QSettings>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
@@ -21,7 +24,13 @@ class TestMainWindow : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        // The application settings of this run are its own: other suites and other
+        // runs on the machine neither see nor change them.
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsDir.path());
+    }
     void gridRows_data();
     void gridRows();
     void viewActionsFollowTheShape_data();
@@ -37,7 +46,13 @@ private slots:
     void projectRoundTripRestoresTheBench();
     void projectLimitsAreClamped_data();
     void projectLimitsAreClamped();
+    void restartOpensTheLastProject();
+    void unsavedChangesAreNotLostOrSavedUnasked();
+    void newConnectionAddsTheChosenKind();
     void scriptRunsOnAPortAndOutlivesItsWindow();
+
+private:
+    QTemporaryDir settingsDir;
 };
 
 void TestMainWindow::gridRows_data()
@@ -308,6 +323,24 @@ void TestMainWindow::projectRoundTripRestoresTheBench()
     QCOMPARE(window.scripts().scripts.first().source, QString("sendLine(\"AT\")\nexpect(\"OK\")\n"));
     QVERIFY(!window.loadFile(dir.filePath("missing.vlm")));
     QCOMPARE(window.portCount(), 4);
+
+    // A file of random bytes, or some text, is refused, and the bench stays as it is.
+    QByteArray noise(2048, Qt::Uninitialized);
+    for (int i = 0; i < noise.size(); ++i) {
+        noise[i] = char((i * 131 + 7) % 256);
+    }
+    for (const QByteArray &content : {noise, QByteArray("just some notes\nabout a board\n")}) {
+        QFile other(dir.filePath("other.vlm"));
+        QVERIFY(other.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        other.write(content);
+        other.close();
+        QVERIFY(!window.loadFile(other.fileName()));
+        QCOMPARE(window.portCount(), 4);
+        QCOMPARE(window.currentFileName(), path);
+        QCOMPARE(window.portWidget(2)->settings().targetPort, 7002);
+        QCOMPARE(window.noticeHistory().last().text,
+                 QDir::toNativeSeparators(other.fileName()) + " is not a Velmora project file.");
+    }
 }
 
 void TestMainWindow::projectLimitsAreClamped_data()
@@ -334,11 +367,127 @@ void TestMainWindow::projectLimitsAreClamped()
     MainWindow window;
     QVERIFY(window.loadFile(file.fileName()));
     QCOMPARE(window.portCount(), ports);
+    // What had to be replaced is said once, naming the first key.
+    QVERIFY(!window.noticeHistory().isEmpty());
+    QVERIFY2(window.noticeHistory().last().text.startsWith(
+                 "hand.vlm: 1 values were out of range and were replaced (first: "),
+             qPrintable(window.noticeHistory().last().text));
     // A project without scripts starts with the samples.
     QCOMPARE(window.scripts().scripts.size(), ScriptLibrary::SampleCount);
     if (mode5 >= 0) {
         QCOMPARE(int(window.portWidget(5)->settings().connMode), mode5);
     }
+}
+
+// After a restart the last project is loaded, not only named; a last file that is no
+// project leaves the window untitled, so that Save cannot write over it.
+void TestMainWindow::restartOpensTheLastProject()
+{
+    QTemporaryDir dir;
+    QSettings().setValue("CONFIG_FILE_PATH", dir.filePath("state.ini"));
+    const QString path = dir.filePath("four.vlm");
+    {
+        MainWindow window;
+        window.setPortCount(4);
+        window.setColumnCount(4);
+        window.updateGrid();
+        for (int i = 0; i < 4; ++i) {
+            Settings settings = window.portWidget(i)->settings();
+            settings.connMode = ModeTcpClient;
+            settings.targetHost = "10.0.0.9";
+            settings.targetPort = 5000 + i;
+            window.portWidget(i)->applySettings(settings);
+        }
+        Command command;
+        command.name = "info";
+        command.text = "ATI";
+        CommandGroup group;
+        group.name = "Modem";
+        group.commands = {command};
+        CommandLibrary library;
+        library.groups = {group};
+        window.setCommandLibrary(library);
+        QVERIFY(window.saveFile(path, false));
+        window.writeSettings();
+    }
+    {
+        MainWindow window;
+        QCOMPARE(window.currentFileName(), path);
+        QVERIFY(window.windowTitle().startsWith("four.vlm[*]"));
+        QVERIFY(!window.isWindowModified());
+        QCOMPARE(window.portCount(), 4);
+        QCOMPARE(window.portWidget(3)->settings().targetPort, 5003);
+        QCOMPARE(window.library().groups.value(0).commands.value(0).text, QString("ATI"));
+    }
+    // The file is overwritten by something that is no project.
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write("\x89PNG\r\n\x1a\n not a project");
+    file.close();
+    {
+        MainWindow window;
+        QVERIFY(window.currentFileName().isEmpty());
+        QCOMPARE(window.portCount(), 1);
+    }
+    QSettings().remove("CONFIG_FILE_PATH");
+}
+
+// Quit, Open, Recent and New ask before unsaved changes go; nothing is saved unasked.
+void TestMainWindow::unsavedChangesAreNotLostOrSavedUnasked()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("bench.vlm");
+    MainWindow window;
+    QVERIFY(window.saveFile(path, false));
+    const QByteArray saved = [&] {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }();
+    QStringList asked;
+    int answer = QMessageBox::Cancel;
+    window.saveChangesHook = [&](const QString &question) {
+        asked << question;
+        return answer;
+    };
+    // Unmodified, nothing is asked.
+    window.on_acFileNew_triggered();
+    QVERIFY(asked.isEmpty());
+    QVERIFY(window.loadFile(path));
+
+    window.on_acViewTabs_triggered();
+    QVERIFY(window.isWindowModified());
+    QVERIFY(!window.close());
+    QCOMPARE(asked, QStringList{"Save changes to bench.vlm?"});
+    window.on_acFileNew_triggered();
+    QVERIFY(window.isTabLayout());
+    QCOMPARE(asked.size(), 2);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), saved);
+    file.close();
+
+    answer = QMessageBox::Save;
+    QVERIFY(window.close());
+    QVERIFY(!window.isWindowModified());
+    QSettings reread(path, QSettings::IniFormat);
+    QCOMPARE(reread.value("LayoutMode").toInt(), 1);
+}
+
+void TestMainWindow::newConnectionAddsTheChosenKind()
+{
+    MainWindow window;
+    window.addConnectionHook = [](MultiPortSettingDlg &) { return true; };
+    window.addConnectionOfKind(NewConnection::TcpIpKind);
+    window.addConnectionOfKind(NewConnection::SerialPortKind);
+    QCOMPARE(window.portCount(), 3);
+    QCOMPARE(window.portWidget(1)->settings().connMode, ModeTcpClient);
+    QCOMPARE(window.portWidget(2)->settings().connMode, ModeSerial);
+    // Panels that share a row start with their settings folded to a strip.
+    QVERIFY(window.portWidget(0)->quickSettingsCollapsed());
+    QVERIFY(window.portWidget(2)->quickSettingsCollapsed());
+    window.addConnectionOfKind(NewConnection::BridgeKind);
+    QCOMPARE(window.portCount(), 3);
+    QVERIFY(window.noticeHistory().last().text.startsWith("Bridges"));
 }
 
 void TestMainWindow::hiddenFieldsLeaveEveryPaneAndKeepTheirValue()

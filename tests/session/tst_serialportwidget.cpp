@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QNetworkDatagram>
+#include <QPushButton>
 #include <QSerialPort>
 #include <QSignalSpy>
 #include <QTcpServer>
@@ -65,6 +66,7 @@ private slots:
     void tcpClientRetriesUntilThePeerIsUp();
     void pausedSerialKeepsTheNewestBytes();
     void pausedUdpLosesNothing();
+    void textAndHexDoNotShareALine();
     void displayTicksHonourTheBudget();
     void fullViewsTrimInTurn();
     void badInputLeavesPanelStoppedAndUsable_data();
@@ -167,7 +169,13 @@ void TestSerialPortWidget::tcpClientPeerCloseStopsThePanel()
     peer->write("bye\n");
     peer->disconnectFromHost();
     QTRY_COMPARE_WITH_TIMEOUT(panel.portState(), int(SerialPortWidget::Stopped), Timeout);
-    QVERIFY(panel.viewText().contains("bye"));
+    // The view tells the story, naming the peer, in order.
+    const QString endpoint = QStringLiteral("127.0.0.1:%1").arg(server.serverPort());
+    const QString text = panel.viewText();
+    const qsizetype connected = text.indexOf("Connected to " + endpoint);
+    const qsizetype bye = text.indexOf("bye");
+    const qsizetype lost = text.indexOf("Connection to " + endpoint + " lost");
+    QVERIFY2(connected >= 0 && connected < bye && bye < lost, qPrintable(text));
 }
 
 void TestSerialPortWidget::tcpClientRetriesUntilThePeerIsUp()
@@ -209,6 +217,8 @@ void TestSerialPortWidget::pausedSerialKeepsTheNewestBytes()
     SerialPortWidget panel;
     FormatSetting format = panel.formatSettings();
     format.displayBufferSize = 64;
+    format.displayMsgTime = true;
+    format.rxTimeFormat = "<hh:mm:ss.zzz>";
     panel.applyFormatSetting(format);
     panel.applySettings(serialSettings(pty.portA()));
     QVERIFY(panel.start(QString()));
@@ -226,12 +236,21 @@ void TestSerialPortWidget::pausedSerialKeepsTheNewestBytes()
     QTRY_COMPARE_WITH_TIMEOUT(panel.rxByteCount(), qint64(sent.size()), Timeout);
     QCOMPARE(panel.pausedByteCount(), qsizetype(64));
     QCOMPARE(panel.pendingDisplayRecords(), qsizetype(0));
-    QVERIFY(panel.viewText().isEmpty());
+    QVERIFY(!panel.viewText().contains("line"));
 
+    // Held lines keep the time they arrived at, not the time of the resume.
+    const QTime arrived = QTime::currentTime();
+    QTRY_VERIFY(QTime::currentTime().msecsSinceStartOfDay() >
+                arrived.msecsSinceStartOfDay() + 50);
     QVERIFY(panel.start(QString()));
     QCOMPARE(panel.portState(), int(SerialPortWidget::Running));
     QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("line9"), Timeout);
     QVERIFY(!panel.viewText().contains("line0"));
+    const QString text = panel.viewText();
+    const qsizetype stamp = text.lastIndexOf(QLatin1Char('<'));
+    QVERIFY(stamp >= 0);
+    const QTime shown = QTime::fromString(text.mid(stamp + 1, 12), "hh:mm:ss.zzz");
+    QVERIFY2(shown.isValid() && shown <= arrived, qPrintable(text));
     // Resuming does not count the held bytes twice.
     QCOMPARE(panel.rxByteCount(), qint64(sent.size()));
 }
@@ -256,7 +275,9 @@ void TestSerialPortWidget::pausedUdpLosesNothing()
     }
     // Nothing is dropped and nothing shown while paused: all 33 bytes wait.
     QTRY_COMPARE_WITH_TIMEOUT(panel.pendingDisplayBytes(), qint64(3 * 11), Timeout);
-    QVERIFY(panel.viewText().isEmpty());
+    QVERIFY(!panel.viewText().contains("datagram"));
+    // Paused is still open: the send button sends.
+    QCOMPARE(panel.findChild<QPushButton *>("sendButton")->text(), QString("Send"));
 
     QVERIFY(panel.start(QString()));
     QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("datagram-2"), Timeout);
@@ -267,6 +288,19 @@ void TestSerialPortWidget::pausedUdpLosesNothing()
     QVERIFY(panel.sendMessage("answer"));
     QTRY_VERIFY_WITH_TIMEOUT(peer.hasPendingDatagrams(), Timeout);
     QCOMPARE(peer.receiveDatagram().data(), QByteArray("answer"));
+}
+
+void TestSerialPortWidget::textAndHexDoNotShareALine()
+{
+    SerialPortWidget panel;
+    panel.pushByteArray("abc", true, Received, QString());
+    panel.displayPortBuffer();
+    FormatSetting format = panel.formatSettings();
+    format.receiveMsgFormat = HexFormat;
+    panel.applyFormatSetting(format);
+    panel.pushByteArray("\x01\x02", true, Received, QString());
+    panel.displayPortBuffer();
+    QCOMPARE(panel.viewText(), QString("abc\n01 02 "));
 }
 
 void TestSerialPortWidget::displayTicksHonourTheBudget()
@@ -326,19 +360,30 @@ void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable_data()
     QTest::addColumn<QString>("target");
     QTest::addColumn<int>("port");
     QTest::addColumn<QString>("message");
-    QTest::newRow("reserved mode") << 3 << "" << 0 << "This connection type is not supported";
+    QTest::addColumn<QString>("inView"); // the line in the view, naming what failed
+    QTest::newRow("reserved mode") << 3 << "" << 0 << "This connection type is not supported"
+                                   << "Could not open";
     QTest::newRow("serial path missing")
-        << 0 << "/nonexistent/ttyNothing" << 0 << "Serial Port /nonexistent/ttyNothing OPEN FAILED";
-    QTest::newRow("serial without a name") << 0 << "" << 0 << "Choose a serial port";
-    QTest::newRow("host does not resolve")
-        << 2 << "no-such-host.invalid" << 80 << "TCP connect FAILED";
-    QTest::newRow("peer refuses") << 2 << "127.0.0.1" << int(closedTcpPort())
-                                  << "TCP connect FAILED";
-    QTest::newRow("client port out of range")
-        << 2 << "127.0.0.1" << 70000 << "Port 70000 cannot be connected to";
-    QTest::newRow("client port zero") << 2 << "127.0.0.1" << 0 << "Port 0 cannot be connected to";
-    QTest::newRow("server port negative") << 1 << "" << -5 << "Port -5 cannot be listened on";
-    QTest::newRow("relay unavailable") << 8 << "" << 0 << "Live Relay needs the cloud client";
+        << 0 << "/nonexistent/ttyNothing" << 0 << "Serial Port /nonexistent/ttyNothing OPEN FAILED"
+        << "Could not open /nonexistent/ttyNothing: Serial Port";
+    QTest::newRow("serial without a name") << 0 << "" << 0 << "Choose a serial port"
+                                           << "Could not open the serial port: Choose";
+    QTest::newRow("host does not resolve") << 2 << "no-such-host.invalid" << 80
+                                           << "TCP connect FAILED"
+                                           << "Could not connect to no-such-host.invalid:80: TCP";
+    const int refusing = int(closedTcpPort());
+    QTest::newRow("peer refuses") << 2 << "127.0.0.1" << refusing << "TCP connect FAILED"
+                                  << QStringLiteral("Could not connect to 127.0.0.1:%1: TCP")
+                                         .arg(refusing);
+    QTest::newRow("client port out of range") << 2 << "127.0.0.1" << 70000
+                                              << "Port 70000 cannot be connected to"
+                                              << "Could not open 127.0.0.1:70000: Port";
+    QTest::newRow("client port zero") << 2 << "127.0.0.1" << 0 << "Port 0 cannot be connected to"
+                                      << "Could not open 127.0.0.1:0: Port";
+    QTest::newRow("server port negative") << 1 << "" << -5 << "Port -5 cannot be listened on"
+                                          << "Could not open TCP server port -5: Port";
+    QTest::newRow("relay unavailable") << 8 << "" << 0 << "Live Relay needs the cloud client"
+                                       << "Could not open";
 }
 
 void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable()
@@ -360,6 +405,8 @@ void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable()
     QTRY_VERIFY_WITH_TIMEOUT(anyStartsWith(status, message), 30000);
     QTRY_COMPARE_WITH_TIMEOUT(panel.portState(), int(SerialPortWidget::Stopped), Timeout);
     QVERIFY(!panel.portIsOpen());
+    QFETCH(QString, inView);
+    QVERIFY2(panel.viewText().contains("] " + inView), qPrintable(panel.viewText()));
 
     // The panel still works afterwards.
     panel.applySettings(tcpServerSettings(0));
