@@ -1,109 +1,16 @@
 #include "session/controllineledrow.h"
 
+#include "session/flowlayout.h"
 #include "session/hled.h"
 
-#include <QLayout>
 #include <QPushButton>
 #include <QTimer>
-
-#include <algorithm>
-
-namespace {
-// Lays the lights out left to right and wraps to a further line when the row is too
-// narrow for all of them, so that a narrow panel shows every light instead of forcing
-// its window wider.
-class WrappingRowLayout : public QLayout
-{
-public:
-    explicit WrappingRowLayout(QWidget *parent)
-        : QLayout(parent)
-    {
-    }
-    ~WrappingRowLayout() override
-    {
-        while (QLayoutItem *item = takeAt(0)) {
-            delete item;
-        }
-    }
-
-    void addItem(QLayoutItem *item) override { items.append(item); }
-    int count() const override { return int(items.size()); }
-    QLayoutItem *itemAt(int index) const override { return items.value(index); }
-    QLayoutItem *takeAt(int index) override
-    {
-        return index >= 0 && index < items.size() ? items.takeAt(index) : nullptr;
-    }
-    Qt::Orientations expandingDirections() const override { return {}; }
-    bool hasHeightForWidth() const override { return true; }
-    int heightForWidth(int width) const override { return arrange(QRect(0, 0, width, 0), false); }
-    void setGeometry(const QRect &rect) override
-    {
-        QLayout::setGeometry(rect);
-        arrange(rect, true);
-    }
-    QSize sizeHint() const override
-    {
-        // All on one line.
-        int width = 0;
-        int height = 0;
-        for (const QLayoutItem *item : items) {
-            if (!item->isEmpty()) {
-                width += item->sizeHint().width() + spacing();
-                height = std::max(height, item->sizeHint().height());
-            }
-        }
-        const QMargins m = contentsMargins();
-        return {width + m.left() + m.right(), height + m.top() + m.bottom()};
-    }
-    QSize minimumSize() const override
-    {
-        // The widest single item: the rest can wrap.
-        QSize size;
-        for (const QLayoutItem *item : items) {
-            if (!item->isEmpty()) {
-                size = size.expandedTo(item->minimumSize());
-            }
-        }
-        const QMargins m = contentsMargins();
-        return size + QSize(m.left() + m.right(), m.top() + m.bottom());
-    }
-
-private:
-    // Places the items in `rect` (when `apply`) and returns the height they take.
-    int arrange(const QRect &rect, bool apply) const
-    {
-        const QRect area = rect.marginsRemoved(contentsMargins());
-        int x = area.x();
-        int y = area.y();
-        int lineHeight = 0;
-        for (QLayoutItem *item : items) {
-            if (item->isEmpty()) {
-                continue;
-            }
-            const QSize size = item->sizeHint();
-            if (x > area.x() && x + size.width() > area.right() + 1) {
-                x = area.x();
-                y += lineHeight + spacing();
-                lineHeight = 0;
-            }
-            if (apply) {
-                item->setGeometry(QRect(QPoint(x, y), size));
-            }
-            x += size.width() + spacing();
-            lineHeight = std::max(lineHeight, size.height());
-        }
-        const QMargins m = contentsMargins();
-        return y + lineHeight - rect.y() + m.bottom();
-    }
-
-    QList<QLayoutItem *> items;
-};
-} // namespace
 
 ControlLineLedRow::ControlLineLedRow(QWidget *parent)
     : QWidget(parent)
 {
-    auto *layout = new WrappingRowLayout(this);
+    // The lights wrap to a further line on a narrow panel instead of widening it.
+    auto *layout = new FlowLayout(this);
     layout->setContentsMargins(2, 0, 2, 0);
     layout->setSpacing(8);
     const char *captions[LedCount] = {"Tx", "Rx", "RTS", "DTR", "CTS", "DSR", "DCD", "RI"};
