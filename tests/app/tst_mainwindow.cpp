@@ -7,6 +7,7 @@
 #include "session/serialportwidget.h"
 #include "tools/toolbox.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QFile>
 #include <QLabel>
@@ -488,6 +489,18 @@ void TestMainWindow::newConnectionAddsTheChosenKind()
     window.addConnectionOfKind(NewConnection::BridgeKind);
     QCOMPARE(window.portCount(), 3);
     QVERIFY(window.noticeHistory().last().text.startsWith("Bridges"));
+
+    // Four side by side fit a 1366 by 768 screen; a panel's settings open on one click.
+    window.addConnectionOfKind(NewConnection::TcpIpKind);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QVERIFY2(window.minimumSizeHint().width() <= 1366 && window.minimumSizeHint().height() <= 768,
+             qPrintable(QStringLiteral("%1x%2").arg(window.minimumSizeHint().width())
+                            .arg(window.minimumSizeHint().height())));
+    auto *expand = window.portWidget(3)->findChild<QAbstractButton *>("quickSettingsExpandButton");
+    expand->click();
+    QVERIFY(!window.portWidget(3)->quickSettingsCollapsed());
+    QVERIFY(window.portWidget(2)->quickSettingsCollapsed());
 }
 
 void TestMainWindow::hiddenFieldsLeaveEveryPaneAndKeepTheirValue()

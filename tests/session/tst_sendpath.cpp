@@ -2,8 +2,11 @@
 #include "session/serialportwidget.h"
 #include "support/testsupport.h"
 
+#include <QPlainTextEdit>
 #include <QSignalSpy>
 #include <QTcpServer>
+#include <QTextBlock>
+#include <QTextLayout>
 #include <QTcpSocket>
 #include <QtTest>
 
@@ -237,6 +240,9 @@ void TestSendPath::badInputSendsNothingAndKeepsTheBox()
     QCOMPARE(bench.panel.txByteCount(), qint64(0));
     QVERIFY(bench.panel.sendHistory().isEmpty());
     QCOMPARE(bench.receive(1), QByteArray());
+    // Hex that would be refused is marked in the box as it stands.
+    const auto *box = bench.panel.findChild<QPlainTextEdit *>("sendTextEdit");
+    QCOMPARE(!box->document()->firstBlock().layout()->formats().isEmpty(), hex);
 }
 
 void TestSendPath::historyKeepsNewestFirstWithoutDuplicates()

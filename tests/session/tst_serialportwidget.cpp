@@ -1,5 +1,6 @@
 #include "connection/connectioncontroller.h"
 #include "connection/multiclientserver.h"
+#include "session/hled.h"
 #include "session/receiverenderer.h"
 #include "session/serialportwidget.h"
 #include "support/testsupport.h"
@@ -501,11 +502,13 @@ void TestSerialPortWidget::controlLinesOfNetworkPortsExplainThemselves_data()
     QTest::addColumn<int>("mode");
     QTest::addColumn<int>("flow");
     QTest::addColumn<QString>("message");
-    QTest::newRow("tcp client") << 2 << 0 << "Control lines belong to a serial port.";
-    QTest::newRow("udp") << 4 << 0 << "Control lines belong to a serial port.";
+    QTest::addColumn<bool>("linesShown"); // the serial lamps and Break
+    QTest::newRow("tcp client") << 2 << 0 << "Control lines belong to a serial port." << false;
+    QTest::newRow("udp") << 4 << 0 << "Control lines belong to a serial port." << false;
     QTest::newRow("rts under flow control")
-        << 0 << 1 << "RTS is driven by RTS/CTS flow control and cannot be set by hand.";
-    QTest::newRow("remote keeps its own config") << 7 << 0 << "The remote port is left under";
+        << 0 << 1 << "RTS is driven by RTS/CTS flow control and cannot be set by hand." << true;
+    QTest::newRow("remote keeps its own config")
+        << 7 << 0 << "The remote port is left under" << true;
 }
 
 void TestSerialPortWidget::controlLinesOfNetworkPortsExplainThemselves()
@@ -523,6 +526,14 @@ void TestSerialPortWidget::controlLinesOfNetworkPortsExplainThemselves()
     QVERIFY(anyStartsWith(status, message));
     QVERIFY(panel.explainInertControlLine().startsWith(message));
     QVERIFY(!panel.breakIsHeld());
+    // Lamps show only where a serial line exists, and none is lit on a closed port.
+    QFETCH(bool, linesShown);
+    for (const char *name : {"ledRTS", "ledDTR", "ledCTS", "breakButton"}) {
+        QCOMPARE(!panel.findChild<QWidget *>(name)->isHidden(), linesShown);
+    }
+    for (const char *name : {"ledRTS", "ledDTR"}) {
+        QVERIFY(!panel.findChild<HLed *>(name)->isOn());
+    }
 }
 
 void TestSerialPortWidget::logFileHoldsWhatArrivedAndWasSent()
