@@ -366,6 +366,12 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
                                 "it"));
     followButton->setArrowType(Qt::DownArrow);
     followButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    // In the window's font, not in the view's fixed-width one (which the view would
+    // hand down to it otherwise).
+    QFont buttonFont = window->font();
+    buttonFont.setFamily(buttonFont.family());
+    buttonFont.setPointSizeF(buttonFont.pointSizeF());
+    followButton->setFont(buttonFont);
     followButton->hide();
 
     auto *sendArea = new QWidget(dataSplitter);
