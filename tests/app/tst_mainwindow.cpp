@@ -501,6 +501,13 @@ void TestMainWindow::newConnectionAddsTheChosenKind()
     expand->click();
     QVERIFY(!window.portWidget(3)->quickSettingsCollapsed());
     QVERIFY(window.portWidget(2)->quickSettingsCollapsed());
+
+    // With several panels the window's bar is hidden: a notice shows in the focused
+    // panel's bar, such as why there is no sequence report yet.
+    window.exportSequenceReport();
+    const QString why = "The focused port has not run a sequence this session.";
+    QCOMPARE(window.noticeHistory().last().text, why);
+    QCOMPARE(window.focusedPortWidget()->statusBar()->currentMessage(), why);
 }
 
 void TestMainWindow::hiddenFieldsLeaveEveryPaneAndKeepTheirValue()
