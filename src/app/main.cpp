@@ -13,6 +13,9 @@
 #include <QTimer>
 #include <QTranslator>
 
+#include <algorithm>
+#include <cstdio>
+
 namespace {
 
 // The documentation switches: what to grab, into which file.
@@ -21,7 +24,7 @@ struct ScreenshotRequest
     QString kind; // "window", "dialog" or "scene"
     QString name;
     QString file;
-    QSize dialogSize;
+    QSize dialogSize; // the dialog's size, or the window's for a scene
 };
 
 bool parseScreenshot(const QStringList &args, ScreenshotRequest *request)
@@ -32,12 +35,10 @@ bool parseScreenshot(const QStringList &args, ScreenshotRequest *request)
             *request = {QStringLiteral("window"), QString(), args.at(i + 1), {}};
             return true;
         }
-        if (arg == QLatin1String("--screenshot-scene") && i + 2 < args.size()) {
-            *request = {QStringLiteral("scene"), args.at(i + 1), args.at(i + 2), {}};
-            return true;
-        }
-        if (arg == QLatin1String("--screenshot-dialog") && i + 2 < args.size()) {
-            *request = {QStringLiteral("dialog"), args.at(i + 1), args.at(i + 2), {}};
+        const bool scene = arg == QLatin1String("--screenshot-scene");
+        if ((scene || arg == QLatin1String("--screenshot-dialog")) && i + 2 < args.size()) {
+            *request = {scene ? QStringLiteral("scene") : QStringLiteral("dialog"), args.at(i + 1),
+                        args.at(i + 2), {}};
             if (i + 3 < args.size()) {
                 const QStringList size = args.at(i + 3).split(QLatin1Char('x'));
                 if (size.size() == 2) {
@@ -52,8 +53,10 @@ bool parseScreenshot(const QStringList &args, ScreenshotRequest *request)
 
 void grabLater(MainWindow &window, const ScreenshotRequest &request)
 {
-    window.resize(1280, 800);
-    window.move(80, 80);
+    // A scene takes the size it is given (a screen to fit, say); 1280 by 800 otherwise.
+    const bool sizedScene = request.kind == QLatin1String("scene") && request.dialogSize.isValid();
+    window.resize(sizedScene ? request.dialogSize : QSize(1280, 800));
+    window.move(sizedScene ? QPoint(0, 0) : QPoint(80, 80));
     window.raise();
     window.activateWindow();
     QWidget *target = &window;
@@ -82,6 +85,25 @@ void grabLater(MainWindow &window, const ScreenshotRequest &request)
 
 int main(int argc, char *argv[])
 {
+    // --help and --version answer before anything starts: no display is needed.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) {
+        arguments << QString::fromLocal8Bit(argv[i]);
+    }
+    switch (Startup::infoRequest(arguments)) {
+    case Startup::InfoRequest::Help:
+        std::fputs(qPrintable(Startup::helpText(QStringLiteral("velmora"),
+                                                MainWindow::screenshotSceneNames(),
+                                                MainWindow::screenshotDialogNames())),
+                   stdout);
+        return 0;
+    case Startup::InfoRequest::Version:
+        std::fputs("Velmora " VELMORA_VERSION "\n", stdout);
+        return 0;
+    case Startup::InfoRequest::None:
+        break;
+    }
+
     // Without TZ the C library looks at /etc/localtime again for every local time it
     // converts, which costs the display a stat call per record stamped.
     if (qEnvironmentVariableIsEmpty("TZ")) {
@@ -91,6 +113,7 @@ int main(int argc, char *argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("NORVANE"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("norvane.com"));
     QCoreApplication::setApplicationName(QStringLiteral("Velmora"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(VELMORA_VERSION));
     qCInfo(lcApp) << "arguments" << QCoreApplication::arguments();
 
     QSettings settings;
@@ -117,30 +140,24 @@ int main(int argc, char *argv[])
 
     ScreenshotRequest screenshot;
     const bool documenting = parseScreenshot(QCoreApplication::arguments(), &screenshot);
-    // Documentation runs are unattended: they take the suggested place.
-    const bool configured = Startup::ensureConfigFilePath(
-        settings, documenting, SetConfigFilePathDialog::defaultPath(), [](QString *path) {
-            SetConfigFilePathDialog dialog;
-            dialog.setPath(*path);
-            if (dialog.exec() != QDialog::Accepted) {
-                return false;
-            }
-            *path = dialog.path();
-            return true;
-        });
-    if (!configured) {
-        return 0;
-    }
+    // A first start takes the suggested place for the last-used state without asking.
+    Startup::ensureConfigFilePath(settings, SetConfigFilePathDialog::defaultPath());
 
     MainWindow window;
-    window.resize(settings.value(QStringLiteral("LAST_WINDOW_SIZE"), QSize(1000, 800)).toSize());
+    const QSize available = window.screen()->availableSize();
+    // A size saved on a larger screen, or the default on a small one, would not fit.
+    window.resize(settings.value(QStringLiteral("LAST_WINDOW_SIZE"), QSize(1000, 800))
+                      .toSize()
+                      .boundedTo(available));
     const QPoint position =
         settings.value(QStringLiteral("LAST_WINDOW_POSITION"), QPoint(200, 200)).toPoint();
-    const QSize available = window.screen()->availableSize();
     // A position saved on a screen that is gone would put the window out of sight.
     if (Startup::positionIsOnScreen(position, available)) {
-        window.move(position);
-        window.setGeometry(QRect(position, window.size()));
+        // Moved in as far as needed for the whole window to show.
+        const QPoint inside(std::max(0, std::min(position.x(), available.width() - window.width())),
+                            std::max(0, std::min(position.y(), available.height() - window.height())));
+        window.move(inside);
+        window.setGeometry(QRect(inside, window.size()));
     }
     window.show();
     if (!documenting) {

@@ -2,6 +2,7 @@
 
 #include "app/appearance.h"
 #include "app/logging.h"
+#include "app/setconfigfilepathdialog.h"
 #include "session/serialportwidget.h"
 #include "tools/asciicode.h"
 #include "tools/toolbox.h"
@@ -176,6 +177,18 @@ void MainWindow::createActions()
     QAction *settingsAction = edit->addAction(tr("Settings..."));
     settingsAction->setObjectName(QStringLiteral("acEditSettings"));
     connect(settingsAction, &QAction::triggered, this, &MainWindow::on_acEditSettings_triggered);
+    QAction *settingsFile = edit->addAction(tr("Settings File Location..."));
+    settingsFile->setObjectName(QStringLiteral("acEditSettingsFile"));
+    connect(settingsFile, &QAction::triggered, this, [this] {
+        SetConfigFilePathDialog dialog(this);
+        if (!configFilePath().isEmpty()) {
+            dialog.setPath(configFilePath());
+        }
+        if (dialog.exec() == QDialog::Accepted && !dialog.path().trimmed().isEmpty()) {
+            // The last-used state is written there when the program closes.
+            QSettings().setValue(QStringLiteral("CONFIG_FILE_PATH"), dialog.path().trimmed());
+        }
+    });
     QAction *newConnection = edit->addAction(tr("New Connection..."));
     newConnection->setObjectName(QStringLiteral("actionNew_Connection"));
     connect(newConnection, &QAction::triggered, this,
@@ -228,6 +241,7 @@ void MainWindow::createActions()
     connect(ascii, &QAction::triggered, this, [this] { openAsciiChart(); });
     createAutomationActions(tools);
     createScriptActions(tools);
+    createHelpActions();
 }
 
 ToolBox *MainWindow::openToolBox()
@@ -275,6 +289,11 @@ void MainWindow::markModified()
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
+    // Unsaved changes are not lost without a question.
+    if (!okToContinue()) {
+        event->ignore();
+        return;
+    }
     wasOpenAtExit = portWidgets[0]->portState() != SerialPortWidget::Stopped;
     closeScriptWindowForExit();
     for (int i = 0; i < portCountValue; ++i) {

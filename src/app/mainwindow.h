@@ -80,6 +80,9 @@ public:
     void on_acEditAdd_triggered();
     void on_acEditRemove_triggered();
     void on_actionNew_Connection_triggered();
+    // What New Connection does with the chosen kind (a NewConnection::Kind): a serial
+    // port or a TCP client through the Add Connection dialog; bridges are not built yet.
+    void addConnectionOfKind(int kind);
     void on_acEditSettings_triggered();
     void on_acViewQuickSettingsFields_triggered();
     void setQuickSettingsGroups(const QuickSettingsGroups &groups);
@@ -89,6 +92,9 @@ public:
     // Lets tests answer Edit > Settings and its question whether to reopen a port.
     std::function<bool(MultiPortSettingDlg &)> settingsDialogHook;
     std::function<bool(int index)> reopenQuestionHook;
+    // Lets tests answer "Save changes to ...?" instead of a user: QMessageBox::Save,
+    // Discard or Cancel.
+    std::function<int(const QString &question)> saveChangesHook;
     QAction *viewAction(const QString &name) const;
 
     // Notices.
@@ -115,7 +121,8 @@ public:
 
     // Projects and the last-used state.
     bool writeSettingFile(const QString &path, bool showProgress);
-    bool readSettingFile(const QString &path);
+    // False, with the reason in `error`, for a missing file or one that is no project.
+    bool readSettingFile(const QString &path, QString *error = nullptr);
     bool loadFile(const QString &path);
     bool saveFile(const QString &path, bool showProgress);
     bool saveAs();
@@ -123,6 +130,8 @@ public:
     void on_acFileOpen_triggered();
     void on_acFileNew_triggered();
     QString currentFileName() const { return currentFile; }
+    // Where file dialogs start: the project's folder, else the last folder used.
+    QString projectFolder() const;
     void readSettings();
     void writeSettings();
     static QString configFilePath();
@@ -146,6 +155,11 @@ public:
     // Tools.
     ToolBox *openToolBox();
     AsciiCode *openAsciiChart();
+
+    // Help: the About text, and the keys of menus, send boxes, scripts and commands.
+    static QString aboutText();
+    QList<QPair<QString, QString>> keyboardShortcuts() const;
+    void showKeyboardShortcuts();
 
     // Documentation images.
     bool runScreenshotScene(const QString &name);
@@ -188,6 +202,8 @@ private:
     bool addConnectionAccepted(MultiPortSettingDlg &dialog);
     bool settingsDialogAccepted(MultiPortSettingDlg &dialog);
     bool reopenWanted(int index);
+    // Add Connection, starting from the transport `mode` (-1: the last-used one).
+    void addConnection(int mode);
     void setupCommandPanel();
     void connectPortAutomation(SerialPortWidget *port);
     void refreshSequenceState();
@@ -197,6 +213,7 @@ private:
     void loadAutomation(QSettings &file);
     void connectPortScripts(SerialPortWidget *port, int index);
     void createScriptActions(QMenu *tools);
+    void createHelpActions();
     void attachScriptPorts(ScriptWindow *window);
     void saveScripts(QSettings &file) const;
     void loadScripts(QSettings &file);
@@ -212,6 +229,7 @@ private:
     QList<QSplitter *> rowSplitters;
     QTabWidget *portTabs = nullptr;
     QPair<int, int> gridShape{0, 0};
+    int panelsPerRow = 0; // as the last updateGrid() laid them out
     QList<int> rowSizes;
     QList<int> columnSizes;
     QPointer<SerialPortWidget> lastFocusedPort;

@@ -140,7 +140,7 @@ void MainWindow::setCommandLibrary(const CommandLibrary &library)
 
 void MainWindow::importCommandLibrary()
 {
-    const QString path = QFileDialog::getOpenFileName(this, tr("Import Commands"), lastDirectory,
+    const QString path = QFileDialog::getOpenFileName(this, tr("Import Commands"), projectFolder(),
                                                       CommandLibraryDialog::shareFileFilter());
     if (path.isEmpty()) {
         return;
@@ -159,7 +159,7 @@ void MainWindow::exportCommandLibrary()
 {
     const QString path = QFileDialog::getSaveFileName(
         this, tr("Export Commands"),
-        QDir(lastDirectory).filePath(CommandLibraryDialog::suggestedShareFileName()),
+        QDir(projectFolder()).filePath(CommandLibraryDialog::suggestedShareFileName()),
         CommandLibraryDialog::shareFileFilter());
     if (path.isEmpty()) {
         return;
@@ -177,10 +177,12 @@ void MainWindow::exportSequenceReport()
     if (!port) {
         return;
     }
-    const QString text =
-        SequenceReportExport::run(this, port->sequenceReportLog(), port->consolePortKey());
+    const QString text = SequenceReportExport::run(this, port->sequenceReportLog(),
+                                                   port->consolePortKey(), projectFolder());
     if (!text.isEmpty()) {
-        showStatusNotice(text);
+        // Also said when the port has run nothing yet, which would otherwise look like a
+        // menu entry that does nothing.
+        showStatusNotice(text, port->sequenceReportLog().isEmpty() ? NoticeWarning : NoticeInfo);
     }
 }
 

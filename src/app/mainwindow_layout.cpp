@@ -13,11 +13,16 @@
 #include <QInputDialog>
 #include <QLoggingCategory>
 #include <QMessageBox>
+#include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
+#include <QTimer>
 
 namespace {
+// Set on a panel once its quick settings were folded or opened for its first row.
+constexpr char FoldDecidedProperty[] = "quickSettingsFoldDecided";
+
 QSplitter *makeSplitter(Qt::Orientation orientation, const QString &name, QWidget *parent)
 {
     auto *splitter = new QSplitter(orientation, parent);
@@ -64,15 +69,35 @@ void MainWindow::updateGrid()
         portWidgets[size_t(i)]->statusBar()->setVisible(!single);
     }
     const bool quickView = acViewQuickSettings->isChecked();
+    // Panels that share a row start with their settings folded to a strip, so that four
+    // fit a small screen side by side; a change of how many share a row folds or opens
+    // them all, and a panel the user folded or opened otherwise stays so.
+    const int perRow = tabLayout ? 1 : std::max(std::min(portCountValue, columnCountValue), 1);
+    const bool shapeChanged = perRow != panelsPerRow;
+    panelsPerRow = perRow;
     for (int i = 0; i < portCountValue; ++i) {
         SerialPortWidget *port = portWidgets[size_t(i)];
         port->setQuickSettingsGroups(quickSettings);
         port->setQuickSettingsVisible(quickView);
         const FormatSetting format = port->formatSettings();
         port->updateSplitterSizes(format.splitterLeft, format.splitterRight);
+        if (shapeChanged || !port->property(FoldDecidedProperty).toBool()) {
+            port->setQuickSettingsCollapsed(perRow > 1);
+            port->setProperty(FoldDecidedProperty, true);
+        }
     }
     updateStatusBar();
     Q_EMIT portsChanged();
+    // A window wider or taller than its screen shrinks once the panels allow it (the
+    // layouts settle first).
+    QTimer::singleShot(0, this, [this] {
+        if (isVisible() && !isMaximized() && !isFullScreen() && screen()) {
+            const QSize room = screen()->availableSize();
+            if (width() > room.width() || height() > room.height()) {
+                resize(size().boundedTo(room));
+            }
+        }
+    });
 }
 
 void MainWindow::rebuildPortLayout()
@@ -299,15 +324,24 @@ void MainWindow::applyHorizontalAfterCountChange()
 
 void MainWindow::on_acEditAdd_triggered()
 {
+    addConnection(-1);
+}
+
+void MainWindow::addConnection(int mode)
+{
     if (portCountValue >= MaxPorts) {
         showStatusNotice(tr("A window holds at most %1 connections.").arg(MaxPorts), NoticeWarning);
         return;
     }
     MultiPortSettingDlg dialog(1, this);
     dialog.setWindowTitle(tr("Add Connection"));
-    // A new connection starts from the last-used records, with its own port name.
+    // A new connection starts from the last-used records, with its own port name, and
+    // the transport asked for when there is one.
     Settings seed = lastState.settings;
     seed.name = SettingsService::defaultPortSettings(QString()).name;
+    if (mode >= 0) {
+        seed.connMode = connectionModeFromInt(mode);
+    }
     dialog.setPortSettings(0, seed);
     dialog.setFormatSettings(0, lastState.format);
     if (!addConnectionAccepted(dialog)) {
@@ -454,10 +488,21 @@ void MainWindow::on_actionNew_Connection_triggered()
     if (dialog.exec() != QDialog::Accepted) {
         return;
     }
-    // Serial and TCP/IP connections are chosen in the panels themselves; only a bridge
-    // has a dialog of its own.
-    if (dialog.kind() == NewConnection::BridgeKind) {
+    addConnectionOfKind(dialog.kind());
+}
+
+void MainWindow::addConnectionOfKind(int kind)
+{
+    switch (kind) {
+    case NewConnection::SerialPortKind:
+        addConnection(ModeSerial);
+        break;
+    case NewConnection::TcpIpKind:
+        addConnection(ModeTcpClient);
+        break;
+    default:
         showStatusNotice(tr("Bridges between ports are not available in this build yet."),
-                         NoticeInfo);
+                         NoticeWarning);
+        break;
     }
 }

@@ -63,18 +63,36 @@ bool MainWindow::writeSettingFile(const QString &path, bool showProgress)
     return true;
 }
 
-bool MainWindow::readSettingFile(const QString &path)
+bool MainWindow::readSettingFile(const QString &path, QString *error)
 {
+    const QString shown = QDir::toNativeSeparators(path);
     if (!QFileInfo::exists(path)) {
         qCWarning(lcApp) << "readSettingFile: file not found:" << path;
+        if (error) {
+            *error = tr("Could not open %1").arg(shown);
+        }
         return false;
     }
     QSettings file(path, QSettings::IniFormat);
-    if (file.status() != QSettings::NoError) {
+    // A file that is no project (random bytes, some other text) would only replace the
+    // bench with defaults: it is refused and the bench stays as it is.
+    if (file.status() != QSettings::NoError || !ProjectCodec::looksLikeProject(file)) {
         qCWarning(lcApp) << "readFile: read parameter FAILED!" << path;
+        if (error) {
+            *error = tr("%1 is not a Velmora project file.").arg(shown);
+        }
         return false;
     }
-    const ProjectRecord project = ProjectCodec::load(file, &WireTextCodecRegistry::normalizeName);
+    QStringList replaced;
+    const ProjectRecord project =
+        ProjectCodec::load(file, &WireTextCodecRegistry::normalizeName, &replaced);
+    if (!replaced.isEmpty()) {
+        showStatusNotice(tr("%1: %2 values were out of range and were replaced (first: %3).")
+                             .arg(QFileInfo(path).fileName())
+                             .arg(replaced.size())
+                             .arg(replaced.first()),
+                         NoticeWarning, -1, replaced.join(QStringLiteral(", ")));
+    }
     quickSettings = project.quickSettings;
     // A project is a new bench: its ports are made afresh, so no view, counter, log or
     // run of the old ones carries over.
@@ -102,8 +120,9 @@ bool MainWindow::readSettingFile(const QString &path)
 
 bool MainWindow::loadFile(const QString &path)
 {
-    if (!readSettingFile(path)) {
-        showStatusNotice(tr("Could not open %1").arg(QDir::toNativeSeparators(path)), NoticeError);
+    QString error;
+    if (!readSettingFile(path, &error)) {
+        showStatusNotice(error, NoticeError);
         return false;
     }
     setCurrentFile(path);
@@ -128,7 +147,7 @@ bool MainWindow::saveFile(const QString &path, bool showProgress)
 
 bool MainWindow::saveAs()
 {
-    QString path = QFileDialog::getSaveFileName(this, tr("Save Velmora"), lastDirectory,
+    QString path = QFileDialog::getSaveFileName(this, tr("Save Velmora"), projectFolder(),
                                                 tr("Velmora files (*.vlm)"));
     if (path.isEmpty()) {
         return false;
@@ -155,10 +174,17 @@ bool MainWindow::okToContinue()
     if (!isWindowModified()) {
         return true;
     }
-    const QMessageBox::StandardButton answer = QMessageBox::warning(
-        this, tr("Velmora"),
-        tr("The project has been modified.\nDo you want to save your changes?"),
-        QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
+    // Nothing is saved unasked: Save writes (through Save As for a new project),
+    // Discard goes on without saving, Cancel stays.
+    const QString name =
+        currentFile.isEmpty() ? tr("the new project") : QFileInfo(currentFile).fileName();
+    const QString question = tr("Save changes to %1?").arg(name);
+    const int answer = saveChangesHook
+                           ? saveChangesHook(question)
+                           : QMessageBox::warning(this, tr("Velmora"), question,
+                                                  QMessageBox::Save | QMessageBox::Discard |
+                                                      QMessageBox::Cancel,
+                                                  QMessageBox::Save);
     if (answer == QMessageBox::Save) {
         on_acFileSave_triggered();
         return !isWindowModified();
@@ -171,7 +197,7 @@ void MainWindow::on_acFileOpen_triggered()
     if (!okToContinue()) {
         return;
     }
-    const QString path = QFileDialog::getOpenFileName(this, tr("Open Velmora"), lastDirectory,
+    const QString path = QFileDialog::getOpenFileName(this, tr("Open Velmora"), projectFolder(),
                                                       tr("Velmora files (*.vlm)"));
     if (path.isEmpty()) {
         return;
@@ -198,6 +224,14 @@ void MainWindow::on_acFileNew_triggered()
     setCurrentFile(QString());
     updateGrid();
     setWindowModified(false);
+}
+
+QString MainWindow::projectFolder() const
+{
+    if (!currentFile.isEmpty()) {
+        return QFileInfo(currentFile).absolutePath();
+    }
+    return lastDirectory.isEmpty() ? QDir::homePath() : lastDirectory;
 }
 
 void MainWindow::setCurrentFile(const QString &path)
@@ -263,7 +297,12 @@ void MainWindow::readSettings()
     port->setSendHistory(state.sendList);
     port->setAutoReconnect(autoReconnect);
     port->setAutoReplyConfig(lastAutoReply);
-    setCurrentFile(state.lastFile);
+    // The title names what is loaded: the last project when it can still be opened, or
+    // no file at all, so that Save can never write over a project that is not loaded.
+    setCurrentFile(QString());
+    if (!state.lastFile.isEmpty() && QFileInfo::exists(state.lastFile)) {
+        loadFile(state.lastFile);
+    }
     setWindowModified(false);
 }
 

@@ -8,12 +8,14 @@
 #include "automation/autoreplydialog.h"
 #include "automation/autoreplyengine.h"
 #include "automation/commandlibrarydialog.h"
+#include "scripting/scriptapireferencedialog.h"
 #include "scripting/scriptwindow.h"
 #include "session/serialportwidget.h"
 #include "tools/asciicode.h"
 #include "tools/toolbox.h"
 
 #include <QDateTime>
+#include <QDockWidget>
 
 namespace {
 
@@ -56,8 +58,9 @@ void showSample(SerialPortWidget *port, const QByteArray &bytes, bool hex)
 
 QStringList MainWindow::screenshotSceneNames()
 {
-    return {QStringLiteral("single"), QStringLiteral("grid4"), QStringLiteral("grid16"),
-            QStringLiteral("tabs"), QStringLiteral("hex")};
+    return {QStringLiteral("single"), QStringLiteral("grid4"), QStringLiteral("row4"),
+            QStringLiteral("grid16"), QStringLiteral("tabs"), QStringLiteral("hex"),
+            QStringLiteral("commands")};
 }
 
 QStringList MainWindow::screenshotDialogNames()
@@ -65,7 +68,8 @@ QStringList MainWindow::screenshotDialogNames()
     return {QStringLiteral("toolbox"),       QStringLiteral("ascii"),
             QStringLiteral("settings"),      QStringLiteral("quicksettings"),
             QStringLiteral("newconnection"), QStringLiteral("autoreply"),
-            QStringLiteral("commands"),      QStringLiteral("scripts")};
+            QStringLiteral("commands"),      QStringLiteral("scripts"),
+            QStringLiteral("apireference"),  QStringLiteral("shortcuts")};
 }
 
 bool MainWindow::runScreenshotScene(const QString &name)
@@ -73,13 +77,15 @@ bool MainWindow::runScreenshotScene(const QString &name)
     if (!screenshotSceneNames().contains(name)) {
         return false;
     }
-    const int count = name == QLatin1String("grid4")    ? 4
-                      : name == QLatin1String("grid16") ? 16
-                      : name == QLatin1String("tabs")   ? 3
-                                                        : 1;
+    const bool row = name == QLatin1String("row4");
+    const int count = name == QLatin1String("grid4") || row ? 4
+                      : name == QLatin1String("grid16")     ? 16
+                      : name == QLatin1String("tabs")       ? 3
+                                                            : 1;
     setPortCount(count);
     tabLayout = name == QLatin1String("tabs");
-    columnCountValue = count == 16 ? 4 : count == 4 ? 2 : count;
+    // Four side by side in one row, or in a grid of two columns.
+    columnCountValue = count == 16 ? 4 : count == 4 && !row ? 2 : count;
     const connectionMode modes[] = {ModeSerial, ModeTcpClient, ModeUdpServer, ModeTcpServer};
     for (int i = 0; i < count; ++i) {
         SerialPortWidget *port = portWidgets[size_t(i)];
@@ -90,6 +96,34 @@ bool MainWindow::runScreenshotScene(const QString &name)
                    hex ? QByteArray::fromHex("0103020001F8440106000A00C8A9F1").repeated(12)
                        : sampleLog(i),
                    hex);
+    }
+    if (name == QLatin1String("commands")) {
+        // The command panel beside a port, with a modem's commands and a sequence.
+        CommandGroup modem;
+        modem.name = QStringLiteral("Modem");
+        for (const char *text : {"AT", "ATI", "AT+CSQ", "AT+CREG?", "AT+COPS?", "AT+CGMR"}) {
+            Command command;
+            command.name = QString::fromLatin1(text);
+            command.text = QString::fromLatin1(text);
+            modem.commands.append(command);
+        }
+        Command reset;
+        reset.name = QStringLiteral("Factory reset and reboot");
+        reset.text = QStringLiteral("AT&F;+CFUN=1,1");
+        modem.commands.append(reset);
+        CommandGroup sensor;
+        sensor.name = QStringLiteral("Sensor board");
+        Command status;
+        status.name = QStringLiteral("Read all registers");
+        status.text = QStringLiteral("01 03 00 00 00 0A");
+        sensor.commands.append(status);
+        CommandLibrary library;
+        library.groups = {modem, sensor};
+        Sequence check;
+        check.name = QStringLiteral("Modem check");
+        library.sequences = {check};
+        setCommandLibrary(library);
+        commandDock->show();
     }
     updateGrid();
     return true;
@@ -159,6 +193,16 @@ QWidget *MainWindow::openScreenshotDialog(const QString &name)
         dialog->setAttribute(Qt::WA_DeleteOnClose);
         dialog->show();
         return dialog;
+    }
+    if (name == QLatin1String("apireference")) {
+        auto *dialog = new ScriptApiReferenceDialog(this);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        dialog->show();
+        return dialog;
+    }
+    if (name == QLatin1String("shortcuts")) {
+        showKeyboardShortcuts();
+        return findChild<QDialog *>(QStringLiteral("keyboardShortcutsDialog"));
     }
     if (name == QLatin1String("newconnection")) {
         auto *dialog = new NewConnection(this);

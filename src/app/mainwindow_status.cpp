@@ -168,6 +168,13 @@ int MainWindow::presentNotice(const QString &text, NoticeKind kind, int timeoutM
         noticeTimer->start(timeout);
     }
     relayoutStatusNotice();
+    // With several panels the window's own bar is hidden (each panel shows its own), so
+    // the focused panel's bar says it too.
+    if (portCountValue > 1) {
+        if (SerialPortWidget *port = focusedPortWidget()) {
+            port->statusBar()->showMessage(text, timeout);
+        }
+    }
     return noticeGeneration;
 }
 

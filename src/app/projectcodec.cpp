@@ -75,7 +75,9 @@ const QStringList LogKeys = {
     QStringLiteral("LogFontWeight"),       QStringLiteral("LogFontItalic"),
     QStringLiteral("FormatDisplayColor"),
     QStringLiteral("ShowControlLineLeds"), QStringLiteral("SendTextColor"),
-    QStringLiteral("ReceiveTextColor"),
+    QStringLiteral("ReceiveTextColor"),    QStringLiteral("LogRotateAtSize"),
+    QStringLiteral("LogRotateSize"),       QStringLiteral("LogRotateAtTime"),
+    QStringLiteral("LogRotateTime"),
 };
 const QStringList NetworkKeys = {
     QStringLiteral("LastTargetHost"),        QStringLiteral("LastTargetPort"),
@@ -84,11 +86,14 @@ const QStringList NetworkKeys = {
     QStringLiteral("RelayPortName"),         QStringLiteral("RelayPortKey"),
     QStringLiteral("RelayShareLabel"),       QStringLiteral("RelayGuestName"),
 };
-const QStringList RotationKeys = {
-    QStringLiteral("LogRotateAtSize"),   QStringLiteral("LogRotateSize"),
-    QStringLiteral("LogRotateAtTime"),   QStringLiteral("LogRotateTime"),
+const QStringList ReadOnlyKeys = {
     QStringLiteral("NeedHourTimeStamp"),
 };
+const QStringList TopLevelKeys = {
+    QStringLiteral("PortNumber"), QStringLiteral("ColumnNumber"), QStringLiteral("LayoutMode"),
+    QStringLiteral("QuickView"),
+};
+const QList<qint32> ConnectionModes = {0, 1, 2, 3, 4, 5, 6, 7, 8};
 } // namespace
 
 void ProjectCodec::save(QSettings &settings, const ProjectRecord &project, const Progress &progress)
@@ -177,9 +182,12 @@ void ProjectCodec::savePort(QSettings &settings, int index, const ProjectPortRec
     put(QStringLiteral("ShowControlLineLeds"), f.showControlLineLeds);
     put(QStringLiteral("SendTextColor"), f.sendTextColor);
     put(QStringLiteral("ReceiveTextColor"), f.receiveTextColor);
-    // Rotation belongs to the application-wide settings: a project written now reads
-    // back with rotation off, even over a file that still held these keys.
-    for (const QString &name : RotationKeys) {
+    // A port's log rotation travels with the project, so that a reload keeps it.
+    put(QStringLiteral("LogRotateAtSize"), f.logRotateAtSize);
+    put(QStringLiteral("LogRotateSize"), f.logRotateSize);
+    put(QStringLiteral("LogRotateAtTime"), f.logRotateAtTime);
+    put(QStringLiteral("LogRotateTime"), f.logRotateTime);
+    for (const QString &name : ReadOnlyKeys) {
         settings.remove(portKey(index, name));
     }
     report(progress, index, portCount, 50);
@@ -200,8 +208,10 @@ void ProjectCodec::savePort(QSettings &settings, int index, const ProjectPortRec
     report(progress, index, portCount, 100);
 }
 
-ProjectRecord ProjectCodec::load(const QSettings &settings, EncodingNormalizer normalizeEncoding)
+ProjectRecord ProjectCodec::load(const QSettings &settings, EncodingNormalizer normalizeEncoding,
+                                 QStringList *replacedKeys)
 {
+    const Reader::ReplacementLog replaced;
     ProjectRecord project;
     project.quickSettings = QuickSettingsGroups::load(settings);
 
@@ -218,7 +228,32 @@ ProjectRecord ProjectCodec::load(const QSettings &settings, EncodingNormalizer n
     for (int i = 0; i < count; ++i) {
         project.ports.append(loadPort(settings, i, normalizeEncoding));
     }
+    if (replacedKeys) {
+        *replacedKeys = replaced.keys();
+    }
     return project;
+}
+
+bool ProjectCodec::looksLikeProject(const QSettings &settings)
+{
+    const QStringList portKeys = writtenPortKeyNames() + readOnlyPortKeyNames();
+    const QStringList groups = {autoReplyGroup(0).section(QLatin1Char('/'), 1),
+                                plotGroup(0).section(QLatin1Char('/'), 1),
+                                decodeGroup(0).section(QLatin1Char('/'), 1)};
+    const QStringList libraries = {commandLibraryGroup(), frameTemplateLibraryGroup(),
+                                   scriptLibraryGroup(), bridgeGroup()};
+    for (const QString &key : settings.allKeys()) {
+        if (TopLevelKeys.contains(key) || libraries.contains(key.section(QLatin1Char('/'), 0, 0))) {
+            return true;
+        }
+        bool isIndex = false;
+        key.section(QLatin1Char('/'), 0, 0).toUInt(&isIndex);
+        const QString name = key.section(QLatin1Char('/'), 1, 1);
+        if (isIndex && (portKeys.contains(name) || groups.contains(name))) {
+            return true;
+        }
+    }
+    return false;
 }
 
 ProjectPortRecord ProjectCodec::loadPort(const QSettings &settings, int index,
@@ -320,8 +355,8 @@ ProjectPortRecord ProjectCodec::loadPort(const QSettings &settings, int index,
                                    Limits::MaxNetworkPort);
     s.udpLocalPort = quint16(Reader::readInt(settings, key(QStringLiteral("UdpLocalPort")), 60001,
                                              0, Limits::MaxNetworkPort));
-    s.connMode = connectionModeFromInt(Reader::readInt(settings, key(QStringLiteral("ConnMode")), 0,
-                                                       Limits::IntMin, Limits::IntMax));
+    s.connMode = connectionModeFromInt(
+        Reader::readChoice(settings, key(QStringLiteral("ConnMode")), 0, ConnectionModes));
     s.useRemoteSerialConfig = readBool(QStringLiteral("UseRemoteSerialConfig"), true);
     s.relayCid = readText(QStringLiteral("RelayCid"));
     s.relayPortName = readText(QStringLiteral("RelayPortName"));
@@ -359,7 +394,7 @@ QStringList ProjectCodec::writtenPortKeyNames()
 
 QStringList ProjectCodec::readOnlyPortKeyNames()
 {
-    return RotationKeys;
+    return ReadOnlyKeys;
 }
 
 QString ProjectCodec::autoReplyGroup(int index)

@@ -57,14 +57,19 @@ public:
     // Writes the top-level keys, then each port's keys in a fixed order. Ports beyond
     // the first 16 are not written; an empty list is written as one default port. Keys
     // of ports at or above the written count are removed with their whole group, and
-    // the rotation keys that older files held are removed from the written ports.
+    // the hourly stamp key that older files held is removed from the written ports.
     static void save(QSettings &settings, const ProjectRecord &project,
                      const Progress &progress = {});
     // Never fails: absent or malformed values take their read defaults, numbers are
     // clamped. `normalizeEncoding` turns stored encoding names into canonical ones;
-    // without it a blank name reads as "UTF-8" and any other is kept trimmed.
+    // without it a blank name reads as "UTF-8" and any other is kept trimmed. The keys
+    // whose stored values had to be clamped or replaced go to `replacedKeys`.
     static ProjectRecord load(const QSettings &settings,
-                              EncodingNormalizer normalizeEncoding = nullptr);
+                              EncodingNormalizer normalizeEncoding = nullptr,
+                              QStringList *replacedKeys = nullptr);
+    // Whether the file holds any key a project writes: a file without one is some other
+    // file, and opening it would only replace the bench with defaults.
+    static bool looksLikeProject(const QSettings &settings);
 
     static void savePort(QSettings &settings, int index, const ProjectPortRecord &port,
                          const Progress &progress = {}, int portCount = 1);

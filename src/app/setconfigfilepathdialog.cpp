@@ -13,7 +13,7 @@
 SetConfigFilePathDialog::SetConfigFilePathDialog(QWidget *parent)
     : QDialog(parent)
 {
-    setWindowTitle(tr("Velmora"));
+    setWindowTitle(tr("Settings File Location"));
     auto *layout = new QVBoxLayout(this);
     auto *intro = new QLabel(tr("Choose the file in which Velmora keeps the settings of your "
                                 "last session. You can keep the suggested place."),

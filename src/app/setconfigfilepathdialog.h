@@ -4,7 +4,8 @@
 
 class QLineEdit;
 
-// Asked once, at the first start: where the program keeps its last-used state.
+// Where the program keeps its last-used state; opened from Edit > Settings File
+// Location. A first start takes defaultPath() without asking.
 class SetConfigFilePathDialog : public QDialog
 {
     Q_OBJECT

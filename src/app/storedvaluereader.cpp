@@ -68,7 +68,26 @@ bool parseInteger(const QVariant &value, qint64 *out)
         return false;
     }
 }
+thread_local StoredValueReader::ReplacementLog *currentLog = nullptr;
 } // namespace
+
+StoredValueReader::ReplacementLog::ReplacementLog()
+    : outer(currentLog)
+{
+    currentLog = this;
+}
+
+StoredValueReader::ReplacementLog::~ReplacementLog()
+{
+    currentLog = outer;
+}
+
+void StoredValueReader::noteReplaced(const QString &key)
+{
+    if (currentLog && !currentLog->noted.contains(key)) {
+        currentLog->noted.append(key);
+    }
+}
 
 QString StoredValueReader::defaultEncoding()
 {
@@ -82,8 +101,13 @@ qint32 StoredValueReader::readInt(const QSettings &settings, const QString &key,
     const QVariant value = settings.value(key);
     if (value.isValid() && !parseInteger(value, &number)) {
         number = fallback;
+        noteReplaced(key);
     }
-    return qint32(std::clamp<qint64>(number, min, max));
+    const qint32 result = qint32(std::clamp<qint64>(number, min, max));
+    if (result != number && number != fallback) {
+        noteReplaced(key);
+    }
+    return result;
 }
 
 qint32 StoredValueReader::readChoice(const QSettings &settings, const QString &key, qint32 fallback,
@@ -91,13 +115,20 @@ qint32 StoredValueReader::readChoice(const QSettings &settings, const QString &k
 {
     const QVariant value = settings.value(key);
     qint64 number = 0;
-    if (!value.isValid() || !parseInteger(value, &number)) {
+    if (!value.isValid()) {
+        return fallback;
+    }
+    if (!parseInteger(value, &number)) {
+        noteReplaced(key);
         return fallback;
     }
     for (const qint32 choice : allowed) {
         if (number == choice) {
             return choice;
         }
+    }
+    if (number != fallback) {
+        noteReplaced(key);
     }
     return fallback;
 }
@@ -113,7 +144,11 @@ bool StoredValueReader::readBool(const QSettings &settings, const QString &key, 
     }
     qint64 number = 0;
     if (value.typeId() != QMetaType::QString && parseInteger(value, &number)) {
-        return number == 0 || number == 1 ? number == 1 : fallback;
+        if (number == 0 || number == 1) {
+            return number == 1;
+        }
+        noteReplaced(key);
+        return fallback;
     }
     const QString text = textOf(value).trimmed().toLower();
     if (text == QLatin1String("true") || text == QLatin1String("1")) {
@@ -122,6 +157,7 @@ bool StoredValueReader::readBool(const QSettings &settings, const QString &key, 
     if (text == QLatin1String("false") || text == QLatin1String("0")) {
         return false;
     }
+    noteReplaced(key);
     return fallback;
 }
 
@@ -163,10 +199,19 @@ QTime StoredValueReader::readTime(const QSettings &settings, const QString &key,
         return fallback;
     }
     QTime time;
+    // A time that was not set is stored as an invalid time or as no text; neither was
+    // replaced.
+    bool unset = false;
     if (value.typeId() == QMetaType::QTime) {
         time = value.toTime();
+        unset = !time.isValid();
     } else if (value.typeId() == QMetaType::QString) {
-        time = QTime::fromString(value.toString().trimmed(), Qt::ISODateWithMs);
+        const QString text = value.toString().trimmed();
+        time = QTime::fromString(text, Qt::ISODateWithMs);
+        unset = text.isEmpty();
+    }
+    if (!time.isValid() && !unset) {
+        noteReplaced(key);
     }
     return time.isValid() ? time : fallback;
 }
@@ -175,7 +220,13 @@ QString StoredValueReader::readColor(const QSettings &settings, const QString &k
                                      const QString &fallback)
 {
     const QString text = readString(settings, key, QString()).trimmed();
-    return isColor(text) ? text.toLower() : fallback;
+    if (isColor(text)) {
+        return text.toLower();
+    }
+    if (!text.isEmpty()) {
+        noteReplaced(key);
+    }
+    return fallback;
 }
 
 QString StoredValueReader::readEncoding(const QSettings &settings, const QString &key,

@@ -20,6 +20,26 @@ using EncodingNormalizer = QString (*)(const QString &name);
 class StoredValueReader
 {
 public:
+    // While one exists, the reads of its thread note the key of every stored value that
+    // they could not take as it stood (a number out of range, a word that is no choice,
+    // text that does not parse), so that the caller can say what was replaced. A key that
+    // is absent, or holds the caller's default, is no replacement. Logs nest; the
+    // innermost one takes the notes.
+    class ReplacementLog
+    {
+    public:
+        ReplacementLog();
+        ~ReplacementLog();
+        Q_DISABLE_COPY_MOVE(ReplacementLog)
+        // The keys in the order they were read, each once.
+        QStringList keys() const { return noted; }
+
+    private:
+        friend class StoredValueReader;
+        QStringList noted;
+        ReplacementLog *outer = nullptr;
+    };
+
     // "UTF-8": the encoding of a port when nothing else is known.
     static QString defaultEncoding();
 
@@ -51,4 +71,7 @@ public:
     // kept at its last place.
     static QStringList cleanHostList(const QStringList &hosts);
     static bool isColor(const QString &text);
+
+private:
+    static void noteReplaced(const QString &key);
 };

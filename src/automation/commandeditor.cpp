@@ -79,6 +79,12 @@ CommandEditor::CommandEditor(QWidget *parent)
     previewLabel->setWordWrap(true);
     previewLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
     form->addRow(QString(), previewLabel);
+    // The hint and the preview keep room for their longer texts, so that the fields
+    // below them do not jump while the user types.
+    for (auto [label, lines] : {std::pair{hintLabel, 2}, std::pair{previewLabel, 3}}) {
+        label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+        label->setMinimumHeight(label->fontMetrics().lineSpacing() * lines);
+    }
 
     connect(nameEdit, &QLineEdit::textEdited, this, &CommandEditor::onEdited);
     connect(formatBox, &QComboBox::currentIndexChanged, this, &CommandEditor::onEdited);

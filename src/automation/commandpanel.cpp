@@ -2,8 +2,8 @@
 
 #include "automation/commandlibrarydialog.h"
 #include "automation/commandlibrarytext.h"
+#include "session/flowlayout.h"
 
-#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
@@ -17,7 +17,6 @@
 #include <algorithm>
 
 namespace {
-constexpr int ButtonColumns = 3;
 constexpr int CaptionLength = 24;
 
 QString commandToolTip(const Command &command)
@@ -135,6 +134,7 @@ void CommandPanel::rebuildGroupTabs()
         auto *scroll = new QScrollArea(groupTabs);
         scroll->setWidgetResizable(true);
         scroll->setFrameShape(QFrame::NoFrame);
+        scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         groupTabs->addTab(scroll, CommandLibraryText::elide(group.name, CaptionLength));
     }
     groupTabs->setCurrentIndex(std::clamp(previous, 0, groupTabs->count() - 1));
@@ -151,7 +151,8 @@ void CommandPanel::rebuildCommands()
     }
     auto *scroll = qobject_cast<QScrollArea *>(groupTabs->widget(group));
     auto *page = new QWidget;
-    auto *grid = new QGridLayout(page);
+    // The buttons wrap to the dock's width: none is cut and nothing scrolls sideways.
+    auto *grid = new FlowLayout(page);
     const QList<Command> &commands = current.groups.at(group).commands;
     for (int i = 0; i < commands.size(); ++i) {
         const Command &command = commands.at(i);
@@ -165,9 +166,8 @@ void CommandPanel::rebuildCommands()
                 [this, group, i, button](const QPoint &pos) {
                     showCommandMenu(group, i, button->mapToGlobal(pos));
                 });
-        grid->addWidget(button, i / ButtonColumns, i % ButtonColumns);
+        grid->addWidget(button);
     }
-    grid->setRowStretch(grid->rowCount(), 1);
     scroll->setWidget(page); // deletes the previous page
 }
 

@@ -28,14 +28,15 @@ QString SequenceReportExport::write(const QString &path, const QList<SequenceRun
 }
 
 QString SequenceReportExport::run(QWidget *parent, const SequenceReportLog &log,
-                                  const QString &portKey)
+                                  const QString &portKey, const QString &folder)
 {
     if (log.isEmpty()) {
         return tr("The focused port has not run a sequence this session.");
     }
     const QString path = QFileDialog::getSaveFileName(
         parent, tr("Export Sequence Report"),
-        suggestedFileName(portKey, QDateTime::currentDateTime()), fileFilter());
+        QDir(folder).filePath(suggestedFileName(portKey, QDateTime::currentDateTime())),
+        fileFilter());
     if (path.isEmpty()) {
         return QString();
     }

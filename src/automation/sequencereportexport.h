@@ -22,7 +22,9 @@ public:
     static QString suggestedFileName(const QString &portKey, const QDateTime &when);
     // Writes the runs to `path` in the local time zone; returns the status text.
     static QString write(const QString &path, const QList<SequenceRunRecord> &runs);
-    // The whole action: the empty-log notice, the file dialog and the write. Returns the
-    // text for the status bar, or an empty text when the user cancelled.
-    static QString run(QWidget *parent, const SequenceReportLog &log, const QString &portKey);
+    // The whole action: the empty-log notice, the file dialog (starting in `folder`) and
+    // the write. Returns the text for the status bar, or an empty text when the user
+    // cancelled.
+    static QString run(QWidget *parent, const SequenceReportLog &log, const QString &portKey,
+                       const QString &folder = QString());
 };

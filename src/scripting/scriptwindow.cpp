@@ -1,5 +1,6 @@
 #include "scripting/scriptwindow.h"
 
+#include "scripting/scriptapireferencedialog.h"
 #include "scripting/scripteditor.h"
 #include "scripting/scriptlibrarycodec.h"
 #include "scripting/scriptportlink.h"
@@ -141,6 +142,18 @@ void ScriptWindow::buildUi()
     checkButton->setObjectName(QStringLiteral("scriptCheckButton"));
     checkButton->setToolTip(tr("Check the script for syntax errors without running it"));
     toolbar->addWidget(checkButton);
+
+    // The reference of the functions a script can call, also on F1.
+    auto *helpButton = new QPushButton(tr("API Reference"), toolbar);
+    helpButton->setObjectName(QStringLiteral("scriptHelpButton"));
+    helpButton->setToolTip(tr("The functions a script can call, with examples (F1)"));
+    helpButton->setShortcut(QKeySequence(QKeySequence::HelpContents));
+    toolbar->addWidget(helpButton);
+    connect(helpButton, &QPushButton::clicked, this, [this] {
+        auto *reference = new ScriptApiReferenceDialog(this);
+        reference->setAttribute(Qt::WA_DeleteOnClose);
+        reference->show();
+    });
 
     toolbar->addSeparator();
     stateLabel = new QLabel(toolbar);

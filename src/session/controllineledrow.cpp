@@ -1,15 +1,16 @@
 #include "session/controllineledrow.h"
 
+#include "session/flowlayout.h"
 #include "session/hled.h"
 
-#include <QHBoxLayout>
 #include <QPushButton>
 #include <QTimer>
 
 ControlLineLedRow::ControlLineLedRow(QWidget *parent)
     : QWidget(parent)
 {
-    auto *layout = new QHBoxLayout(this);
+    // The lights wrap to a further line on a narrow panel instead of widening it.
+    auto *layout = new FlowLayout(this);
     layout->setContentsMargins(2, 0, 2, 0);
     layout->setSpacing(8);
     const char *captions[LedCount] = {"Tx", "Rx", "RTS", "DTR", "CTS", "DSR", "DCD", "RI"};
@@ -32,7 +33,6 @@ ControlLineLedRow::ControlLineLedRow(QWidget *parent)
     breakButtonWidget->setToolTip(tr("Hold to send a break (at least 300 ms)"));
     breakButtonWidget->setFocusPolicy(Qt::NoFocus);
     layout->addWidget(breakButtonWidget);
-    layout->addStretch(1);
     connect(breakButtonWidget, &QPushButton::pressed, this, &ControlLineLedRow::breakPressed);
     connect(breakButtonWidget, &QPushButton::released, this, &ControlLineLedRow::breakReleased);
 
@@ -101,6 +101,14 @@ void ControlLineLedRow::clearInputs()
     for (Led which : {Cts, Dsr, Dcd, Ri}) {
         leds[which]->setOn(false);
     }
+}
+
+void ControlLineLedRow::setSerialLinesVisible(bool visible)
+{
+    for (Led which : {Rts, Dtr, Cts, Dsr, Dcd, Ri}) {
+        leds[which]->setVisible(visible);
+    }
+    breakButtonWidget->setVisible(visible);
 }
 
 void ControlLineLedRow::beginBreakIndication()

@@ -47,6 +47,9 @@ public:
     void setLine(Led which, bool on, bool takenOver = false);
     // Without a source of input line states the input lights stay off.
     void clearInputs();
+    // Shows or hides the lights of the serial lines and the Break button; Tx and Rx
+    // always show. A network connection has no serial lines to show.
+    void setSerialLinesVisible(bool visible);
 
     void beginBreakIndication();
     void endBreakIndication();

@@ -66,13 +66,20 @@ QString LogWriter::decode_file_name(const QString &tmpl, const QString &portName
     return decode_timestamp(now, name);
 }
 
-void LogWriter::appendLine(const QString &text, const FormatSetting &format)
+void LogWriter::appendLine(const QString &text, const FormatSetting &format,
+                           const QDateTime &time)
 {
     if (!format.logSaveFlag) {
         logging = false;
         return;
     }
     noteLoggingState(true);
+    if (text.isEmpty()) {
+        return;
+    }
+    if (pendingTimes.isEmpty() || pendingTimes.constLast().time != time) {
+        pendingTimes.append({pending.size(), time});
+    }
     pending.append(text);
 }
 
@@ -208,14 +215,24 @@ bool LogWriter::rotate(FormatSetting &format, const QString &portName, const QSt
     return true;
 }
 
-QString LogWriter::stampLines(const QString &text, const QString &stamp)
+QString LogWriter::stampLines(const FormatSetting &format)
 {
+    // Each line gets the time of the text it starts in: when its bytes arrived or were
+    // sent, not when the log is written.
+    const QString &text = pending;
+    const QString flushStamp = decode_timestamp(now(), format.logFileTime);
     QString out;
-    out.reserve(text.size() + stamp.size() * (text.count(QLatin1Char('\n')) + 1));
+    out.reserve(text.size() + flushStamp.size() * (text.count(QLatin1Char('\n')) + 1));
+    qsizetype mark = 0;
     qsizetype from = 0;
     while (from < text.size()) {
         if (atLineStart) {
-            out += stamp;
+            while (mark + 1 < pendingTimes.size() && pendingTimes.at(mark + 1).at <= from) {
+                ++mark;
+            }
+            const QDateTime time = mark < pendingTimes.size() ? pendingTimes.at(mark).time
+                                                              : QDateTime();
+            out += time.isValid() ? decode_timestamp(time, format.logFileTime) : flushStamp;
         }
         const qsizetype end = text.indexOf(QLatin1Char('\n'), from);
         const qsizetype stop = end < 0 ? text.size() : end + 1;
@@ -283,7 +300,7 @@ bool LogWriter::flush(FormatSetting &format, const QString &portName, const QStr
     }
     QByteArray data = isNew ? header.toUtf8() : QByteArray();
     if (format.logTimestampEnabled) {
-        data += stampLines(pending, decode_timestamp(now(), format.logFileTime)).toUtf8();
+        data += stampLines(format).toUtf8();
     } else {
         data += pending.toUtf8();
         atLineStart = pending.endsWith(QLatin1Char('\n'));
@@ -295,5 +312,6 @@ bool LogWriter::flush(FormatSetting &format, const QString &portName, const QStr
     }
     firstWrite = false;
     pending.clear();
+    pendingTimes.clear();
     return true;
 }

@@ -3,6 +3,7 @@
 #include "connection/settings.h"
 
 #include <QDateTime>
+#include <QList>
 #include <QObject>
 #include <QSet>
 #include <QString>
@@ -41,8 +42,11 @@ public:
                                     const QDateTime &now);
 
     // Queues `text` if the port logs (`logSaveFlag`); otherwise drops it and notes that
-    // logging is off.
-    void appendLine(const QString &text, const FormatSetting &format);
+    // logging is off. `time` is when its bytes arrived or were sent: each line that
+    // starts in this text is stamped with it. An invalid time stamps with the time of
+    // the flush.
+    void appendLine(const QString &text, const FormatSetting &format,
+                    const QDateTime &time = QDateTime());
     // Logging switched on after being off forgets the failures already told.
     void noteLoggingState(bool on);
     // Writes `pending`, resolving `format.logFileName` when needed and rotating first when
@@ -65,13 +69,20 @@ private:
     bool rotate(FormatSetting &format, const QString &portName, const QString &current,
                 QString *reason);
     QString archiveName(const QString &current, const QDateTime &at) const;
-    QString stampLines(const QString &text, const QString &stamp);
+    QString stampLines(const FormatSetting &format);
     bool fail(const QString &text, QString *error);
 
     Clock clock;
     QSet<QString> notes;
     bool logging = false;
     QString pending;
+    // Where in `pending` text of each time begins, in order.
+    struct TimeMark
+    {
+        qsizetype at = 0;
+        QDateTime time;
+    };
+    QList<TimeMark> pendingTimes;
     bool rotateDue = true;
     bool firstWrite = true;
     bool atLineStart = true;

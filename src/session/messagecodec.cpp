@@ -155,7 +155,12 @@ EncodeSendResult MessageCodec::encodeSend(const QString &text, bool isHex,
         // or not, and is never sent.
         const qsizetype cut = text.indexOf(CommentMark);
         const QString comment = cut < 0 ? QString() : text.mid(cut + CommentMark.size());
-        const QByteArray bytes = fromHexString(text);
+        QString error;
+        const QByteArray bytes = fromHexString(text, &error);
+        if (!error.isEmpty()) {
+            result.error = error;
+            return result;
+        }
         if (format.formatSend) {
             result.text = toHexString(bytes);
             if (!comment.isEmpty()) {
@@ -266,32 +271,71 @@ int MessageCodec::hexDigitValue(QChar c)
     return -1;
 }
 
-QByteArray MessageCodec::GetHexValue(const QString &text)
+QList<qsizetype> MessageCodec::hexProblems(const QString &text)
 {
+    QList<qsizetype> problems;
+    qsizetype pending = -1; // a first digit waiting for its second
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text.at(i);
+        if (c.isSpace()) {
+            if (pending >= 0) {
+                problems.append(pending);
+                pending = -1;
+            }
+        } else if (hexDigitValue(c) < 0) {
+            problems.append(i);
+            pending = -1;
+        } else {
+            pending = pending < 0 ? i : -1;
+        }
+    }
+    if (pending >= 0) {
+        problems.append(pending);
+    }
+    return problems;
+}
+
+QByteArray MessageCodec::GetHexValue(const QString &text, QString *error)
+{
+    const QList<qsizetype> problems = hexProblems(text);
+    if (!problems.isEmpty()) {
+        if (error) {
+            const qsizetype at = problems.first();
+            const QChar c = text.at(at);
+            const QString shown = c.isPrint() ? QString(c)
+                                              : QStringLiteral("U+%1").arg(
+                                                    uint(c.unicode()), 4, 16, QLatin1Char('0'));
+            *error = hexDigitValue(c) < 0
+                         ? tr("\"%1\" at position %2 is not a hex digit.").arg(shown).arg(at + 1)
+                         : tr("\"%1\" at position %2 has no second digit: use two hex digits "
+                              "per byte.")
+                               .arg(shown)
+                               .arg(at + 1);
+        }
+        return QByteArray();
+    }
     QByteArray bytes;
     bytes.reserve(text.size() / 2);
-    const qsizetype size = text.size();
-    qsizetype i = 0;
-    while (i < size) {
-        if (text.at(i).isSpace()) {
-            ++i;
-            continue;
+    int high = -1;
+    for (const QChar c : text) {
+        const int nibble = hexDigitValue(c);
+        if (nibble < 0) {
+            continue; // white space between pairs
         }
-        if (i + 1 >= size) {
-            break; // a lone last digit
+        if (high < 0) {
+            high = nibble;
+        } else {
+            bytes.append(char(high << 4 | nibble));
+            high = -1;
         }
-        const int high = qMax(MessageCodec::hexDigitValue(text.at(i)), 0);
-        const int low = qMax(MessageCodec::hexDigitValue(text.at(i + 1)), 0);
-        bytes.append(char(high << 4 | low));
-        i += 2;
     }
     return bytes;
 }
 
-QByteArray MessageCodec::fromHexString(const QString &text)
+QByteArray MessageCodec::fromHexString(const QString &text, QString *error)
 {
     const qsizetype cut = text.indexOf(CommentMark);
-    return GetHexValue(cut < 0 ? text : text.left(cut));
+    return GetHexValue(cut < 0 ? text : text.left(cut), error);
 }
 
 QString MessageCodec::applyLineEnding(const QString &text, _tagLineEndingMode mode)

@@ -12,6 +12,7 @@
 #include <QByteArray>
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QList>
 #include <QString>
 
 class WireTextDecoder;
@@ -33,15 +34,20 @@ public:
 
     static EncodeSendResult encodeSend(const QString &text, bool isHex,
                                        const FormatSetting &format);
-    // The hex parser behind hex input: pairs of characters, blanks between pairs
-    // skipped, anything that is not a hex digit read as 0, a lone last digit dropped.
-    // Never fails.
-    static QByteArray GetHexValue(const QString &text);
+    // The hex parser behind hex input: pairs of hex digits in either case, white space
+    // between pairs. A character that is neither, or a digit left without its pair,
+    // refuses the whole text: the result is empty and `error` names the character and
+    // its position, counted from 1. Nothing is guessed, so no wrong byte is sent.
+    static QByteArray GetHexValue(const QString &text, QString *error = nullptr);
+    // The positions (from 0) of every character that makes hex text invalid: those that
+    // are neither a hex digit nor white space, and digits left without their pair.
+    // Digits pair up within a run between blanks; an invalid character ends a run.
+    static QList<qsizetype> hexProblems(const QString &text);
     // The value of a hex digit in either case, or -1 for any other character.
     static int hexDigitValue(QChar c);
     // The bytes of a hex send box: what stands before the first "//", through
     // GetHexValue.
-    static QByteArray fromHexString(const QString &text);
+    static QByteArray fromHexString(const QString &text, QString *error = nullptr);
     static QString applyLineEnding(const QString &text, _tagLineEndingMode mode);
     static QByteArray applyLineEnding(const QByteArray &bytes, _tagLineEndingMode mode);
     // What the Enter key sends in terminal typing: LF, CR LF, LF CR, else CR.

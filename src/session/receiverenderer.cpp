@@ -13,6 +13,7 @@
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QTextLayout>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -28,11 +29,6 @@ const QByteArray &bytesOf(const rxData &rx)
     return rx.raw.isEmpty() ? rx.data : rx.raw;
 }
 
-bool atScrollEnd(const QScrollBar *bar)
-{
-    return bar->value() >= bar->maximum();
-}
-
 } // namespace
 
 ReceiveRenderer::ReceiveRenderer(QPlainTextEdit *view, const FormatSetting *format)
@@ -40,10 +36,26 @@ ReceiveRenderer::ReceiveRenderer(QPlainTextEdit *view, const FormatSetting *form
     , format(format)
 {
     resetDecoders();
+    QScrollBar *bar = view->verticalScrollBar();
+    // The scroll bar's own actions (drag, click, wheel) are the user's.
+    barConnections << QObject::connect(bar, &QScrollBar::actionTriggered, view,
+                                       [this](int) { noteUserScroll(); });
+    barConnections << QObject::connect(bar, &QScrollBar::valueChanged, view,
+                                       [this](int value) { onScrollValueChanged(value); });
+    // A view that follows stays at the end when its range grows or shrinks.
+    barConnections << QObject::connect(bar, &QScrollBar::rangeChanged, view,
+                                       [this, bar](int, int maximum) {
+                                           if (following && !batch.active) {
+                                               bar->setValue(maximum);
+                                           }
+                                       });
 }
 
 ReceiveRenderer::~ReceiveRenderer()
 {
+    for (const QMetaObject::Connection &connection : std::as_const(barConnections)) {
+        QObject::disconnect(connection);
+    }
     // The view may already be gone; only the document's edit block is closed (a cursor
     // whose document died does nothing).
     if (batch.active) {
@@ -142,7 +154,7 @@ ReceiveRenderer::Range ReceiveRenderer::append(const QString &text, const QColor
     }
     QScrollBar *bar = view->verticalScrollBar();
     const int oldValue = bar->value();
-    const bool followEnd = atScrollEnd(bar);
+    const bool followEnd = following;
 
     QTextCursor cursor(document);
     cursor.movePosition(QTextCursor::End);
@@ -182,7 +194,7 @@ void ReceiveRenderer::beginBatch()
     }
     const QScrollBar *bar = view->verticalScrollBar();
     batch.active = true;
-    batch.followEnd = atScrollEnd(bar);
+    batch.followEnd = following;
     batch.scrollValue = bar->value();
     batch.cursor = std::make_unique<QTextCursor>(view->document());
     batch.cursor->beginEditBlock();
@@ -218,6 +230,59 @@ void ReceiveRenderer::clear()
     }
 }
 
+void ReceiveRenderer::startNewLine()
+{
+    if (!lineStart) {
+        append(QString(LineFeed));
+        lineStart = true;
+    }
+}
+
+void ReceiveRenderer::followEnd()
+{
+    setFollowing(true);
+    QScrollBar *bar = view->verticalScrollBar();
+    bar->setValue(bar->maximum());
+}
+
+void ReceiveRenderer::noteUserScroll()
+{
+    // Until the event loop turns: the scroll that the key, wheel or drag causes comes
+    // within the same turn.
+    if (!userScrolling) {
+        userScrolling = true;
+        QTimer::singleShot(0, view, [this] { userScrolling = false; });
+    }
+}
+
+void ReceiveRenderer::setUserHolding(bool holding)
+{
+    userHolding = holding;
+}
+
+void ReceiveRenderer::onScrollValueChanged(int value)
+{
+    QScrollBar *bar = view->verticalScrollBar();
+    if (value >= bar->maximum()) {
+        setFollowing(true);
+    } else if (userScrolling || userHolding) {
+        setFollowing(false);
+    } else if (following && !batch.active) {
+        // The view laid itself out anew (a resize, a new font) and moved: back to the end.
+        bar->setValue(bar->maximum());
+    }
+}
+
+void ReceiveRenderer::setFollowing(bool on)
+{
+    if (following != on) {
+        following = on;
+        if (followingChanged) {
+            followingChanged(on);
+        }
+    }
+}
+
 int ReceiveRenderer::characterCount() const
 {
     return view->document()->characterCount();
@@ -236,7 +301,7 @@ int ReceiveRenderer::trimToBudget()
     // The document's last character is the closing paragraph separator, which stays.
     const int removed = std::min(count - 1, budget / 2);
     QScrollBar *bar = view->verticalScrollBar();
-    const bool followEnd = atScrollEnd(bar);
+    const bool followEnd = following;
     const int topPosition = followEnd ? 0 : view->cursorForPosition(QPoint(0, 0)).position();
 
     QTextCursor cursor(document);

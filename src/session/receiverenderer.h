@@ -6,9 +6,12 @@
 #include <QByteArray>
 #include <QColor>
 #include <QDateTime>
+#include <QList>
+#include <QMetaObject>
 #include <QPointer>
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 class QObject;
@@ -70,6 +73,22 @@ public:
     bool inBatch() const { return batch.active; }
     // Empties the view and the index, starts a new line and resets the decoders.
     void clear();
+    // Ends the view's open line, so that what comes next (after a switch between text
+    // and hex, say) starts a line of its own.
+    void startNewLine();
+
+    // Whether the view follows new data to its end. It does until the user scrolls up
+    // (by the scroll bar, the wheel or the keys), and again once the end is reached or
+    // followEnd() is called; a layout change of the view does not stop it.
+    bool followingEnd() const { return following; }
+    void followEnd();
+    // Tells the renderer that the user acts on the view (a key, a mouse button held),
+    // so that the scrolling that follows is the user's.
+    void noteUserScroll();
+    // While a mouse button is held in the view (selecting drags the view along).
+    void setUserHolding(bool holding);
+    // Called with the new state whenever following starts or stops.
+    std::function<void(bool following)> followingChanged;
     // When the view holds more than characterBudget() characters, removes the oldest
     // half of the budget. Returns the number of characters removed (0 most of the time).
     int trimToBudget();
@@ -106,6 +125,8 @@ private:
     void holdBytes(const rxData &rx);
     QColor readableColor(const QColor &color);
     void scrollToTop(int position);
+    void onScrollValueChanged(int value);
+    void setFollowing(bool on);
 
     QPlainTextEdit *view;
     const FormatSetting *format;
@@ -120,6 +141,10 @@ private:
     bool lineStart = true;
     qsizetype currentLineLength = 0; // characters after the last line feed
     bool trimmedSinceLastAppend = false;
+    bool following = true;
+    bool userScrolling = false;
+    bool userHolding = false;
+    QList<QMetaObject::Connection> barConnections;
 
     struct Batch
     {

@@ -31,6 +31,7 @@
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTextCursor>
+#include <QTime>
 #include <QTimer>
 #include <QToolButton>
 
@@ -179,6 +180,11 @@ void SerialPortWidget::connectController()
     connect(c, &ConnectionController::peerArrived, this, &SerialPortWidget::peerArrived);
     connect(c, &ConnectionController::queuedUdpWritten, this,
             [this](const QByteArray &bytes) { noteTxAccepted(bytes, QString(), false); });
+    connect(c, &ConnectionController::peerArrived, this, [this](const QString &peer) {
+        if (peer.isEmpty() && connectionModeIsTcpClient(portSettings.connMode)) {
+            noteInView(tr("Connected to %1").arg(endpointText()));
+        }
+    });
 }
 
 void SerialPortWidget::connectDirtyTrackers()
@@ -206,6 +212,15 @@ void SerialPortWidget::connectDirtyTrackers()
     connect(ui->pauseButton, &QPushButton::clicked, this,
             &SerialPortWidget::on_pauseButton_clicked);
     connect(ui->clearButton, &QPushButton::clicked, this, &SerialPortWidget::clear);
+    connect(ui->stripOpenButton, &QToolButton::clicked, this,
+            &SerialPortWidget::on_openButton_clicked);
+    connect(ui->stripPauseButton, &QToolButton::clicked, this,
+            &SerialPortWidget::on_pauseButton_clicked);
+    connect(ui->stripClearButton, &QToolButton::clicked, this, &SerialPortWidget::clear);
+    connect(ui->collapseButton, &QToolButton::clicked, this,
+            [this] { setQuickSettingsCollapsed(true); });
+    connect(ui->expandButton, &QToolButton::clicked, this,
+            [this] { setQuickSettingsCollapsed(false); });
     connect(ui->sendButton, &QPushButton::clicked, this, &SerialPortWidget::on_sendButton_clicked);
     connectFormatWidgets();
     connect(ui->ledRow, &ControlLineLedRow::breakPressed, this, &SerialPortWidget::pressBreak);
@@ -302,9 +317,15 @@ void SerialPortWidget::pullFormatFromWidgets()
     const bool encodingChanged = next.receiveEncoding != format.receiveEncoding ||
                                  next.sendEncoding != format.sendEncoding ||
                                  next.receiveMsgFormat != format.receiveMsgFormat;
-    if (encodingChanged) {
+    // Text and hex do not share a line: a switch starts a new one.
+    const bool viewSwitched = next.receiveMsgFormat != format.receiveMsgFormat ||
+                              next.sendMsgFormat != format.sendMsgFormat;
+    if (encodingChanged || viewSwitched) {
         // What waits was read under the old settings and is shown under them.
         displayPortBuffer();
+    }
+    if (viewSwitched) {
+        renderer->startNewLine();
     }
     format = next;
     sendTimer->setInterval(std::max(1, format.sendInterval));
@@ -353,6 +374,13 @@ void SerialPortWidget::connectFormatWidgets()
             &SerialPortWidget::on_logPathButton_clicked);
     ui->receiveBrowser->installEventFilter(this);
     ui->receiveBrowser->viewport()->installEventFilter(this);
+    ui->sendTextEdit->installEventFilter(this);
+    // The view says when it does not follow new data, and one click makes it follow.
+    renderer->followingChanged = [this](bool following) {
+        ui->followButton->setVisible(!following);
+        placeFollowButton();
+    };
+    connect(ui->followButton, &QToolButton::clicked, this, [this] { renderer->followEnd(); });
 }
 
 void SerialPortWidget::setPortNumber(int number)
@@ -496,8 +524,13 @@ void SerialPortWidget::applyFormatSetting(const FormatSetting &newFormat)
 {
     const bool encodingChanged = newFormat.receiveEncoding != format.receiveEncoding ||
                                  newFormat.sendEncoding != format.sendEncoding;
-    if (encodingChanged) {
+    const bool viewSwitched = newFormat.receiveMsgFormat != format.receiveMsgFormat ||
+                              newFormat.sendMsgFormat != format.sendMsgFormat;
+    if (encodingChanged || viewSwitched) {
         displayPortBuffer();
+    }
+    if (viewSwitched) {
+        renderer->startNewLine();
     }
     format = newFormat;
     autoReplyRunner->setEncodings(format.receiveEncoding, format.sendEncoding);
@@ -520,6 +553,9 @@ bool SerialPortWidget::start(const QString &portName)
 {
     disarmReconnect();
     const int oldState = state;
+    if (oldState != Paused) {
+        lastError.clear(); // a failure names this attempt's reason, not an older one
+    }
     updateSettings();
     logAtLineStart = true;
     logPendingFlag = false;
@@ -529,9 +565,14 @@ bool SerialPortWidget::start(const QString &portName)
         displayTimer->start();
     } else {
         displayTimer->start();
-        const QByteArray held = std::exchange(pausedBytes, QByteArray());
-        for (qsizetype at = 0; at < held.size(); at += ResumeSlice) {
-            pushByteArray(held.mid(at, ResumeSlice), false, Received, QString());
+        // Held bytes keep the times they arrived at, not the time of the resume.
+        const QList<HeldBytes> held = std::exchange(pausedBytes, {});
+        pausedSize = 0;
+        for (const HeldBytes &piece : held) {
+            for (qsizetype at = 0; at < piece.bytes.size(); at += ResumeSlice) {
+                pushByteArray(piece.bytes.mid(at, ResumeSlice), false, Received, QString(),
+                              piece.time);
+            }
         }
     }
     state = Running;
@@ -602,6 +643,10 @@ bool SerialPortWidget::start(const QString &portName)
     }
 
     if (!ok) {
+        // The reason the transport gave, or the one shown for settings that cannot open.
+        const QString why = lastError.isEmpty() ? statusBar()->currentMessage() : lastError;
+        noteInView(why.isEmpty() ? tr("Could not open %1").arg(endpointText())
+                                 : tr("Could not open %1: %2").arg(endpointText(), why));
         failStart();
         return false;
     }
@@ -624,6 +669,9 @@ bool SerialPortWidget::start(const QString &portName)
         const QString detail = sessionPortInfo();
         noteSession(detail.isEmpty() ? tr("Opened %1").arg(sessionPortLabel())
                                      : tr("Opened %1 (%2)").arg(sessionPortLabel(), detail));
+        noteInView(connectionModeIsTcpClient(portSettings.connMode) && !portIsOpen()
+                       ? tr("Connecting to %1 ...").arg(endpointText())
+                       : tr("Opened %1").arg(endpointText()));
     }
     return true;
 }
@@ -681,6 +729,7 @@ void SerialPortWidget::stop()
         displayPortBuffer();
         onSaveData();
         noteSession(tr("Closed %1").arg(sessionPortLabel()));
+        noteInView(tr("Closed %1").arg(endpointText()));
     }
     if (nextOpenSettings) {
         portSettings = *std::exchange(nextOpenSettings, std::nullopt);
@@ -702,6 +751,7 @@ void SerialPortWidget::pause()
 void SerialPortWidget::clear()
 {
     renderer->clear();
+    lastViewNote.clear();
     rxBytes = 0;
     txBytes = 0;
     resetTextDecoders();
@@ -867,10 +917,19 @@ void SerialPortWidget::ingestRx(const QByteArray &bytes, bool pausable, const QS
     if (pausable && state == Paused) {
         ui->ledRow->flashRx();
         rxBytes += bytes.size();
-        pausedBytes.append(bytes);
+        pausedBytes.append({QDateTime::currentDateTime(), bytes});
+        pausedSize += bytes.size();
+        // The newest bytes up to the buffer size stay; the oldest go first.
         const qsizetype limit = std::max<qsizetype>(0, format.displayBufferSize);
-        if (pausedBytes.size() > limit) {
-            pausedBytes.remove(0, pausedBytes.size() - limit);
+        while (pausedSize > limit) {
+            HeldBytes &oldest = pausedBytes.first();
+            const qsizetype drop = std::min(oldest.bytes.size(), pausedSize - limit);
+            pausedSize -= drop;
+            if (drop == oldest.bytes.size()) {
+                pausedBytes.removeFirst();
+            } else {
+                oldest.bytes.remove(0, drop);
+            }
         }
         return;
     }
@@ -878,7 +937,7 @@ void SerialPortWidget::ingestRx(const QByteArray &bytes, bool pausable, const QS
 }
 
 void SerialPortWidget::pushByteArray(const QByteArray &bytes, bool count, RXorTx direction,
-                                     const QString &peer)
+                                     const QString &peer, const QDateTime &time)
 {
     if (bytes.isEmpty()) {
         return;
@@ -916,7 +975,7 @@ void SerialPortWidget::pushByteArray(const QByteArray &bytes, bool count, RXorTx
         }
     }
     rxData record;
-    record.time = QDateTime::currentDateTime();
+    record.time = time.isValid() ? time : QDateTime::currentDateTime();
     record.direction = direction;
     record.data = data;
     record.raw = bytes;
@@ -968,13 +1027,12 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
     // waits than the view holds, the oldest records skip the view. Counters, taps and
     // the recording saw them at arrival.
     const qint64 keep = renderer->characterBudget();
-    QString logBatch;
     qint64 skipped = 0;
     while (displayBacklogBytes > keep && rxDataList.size() > 1) {
         const rxData record = takeDisplayPiece(-1);
         displayBacklogBytes -= record.data.size();
         skipped += record.data.size();
-        logRecord(record, logBatch);
+        logRecord(record);
     }
     if (skipped > 0) {
         renderer->appendSystemLine(
@@ -1005,7 +1063,7 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
         displayBacklogBytes -= record.data.size();
         total += record.data.size();
         renderer->render(record);
-        logRecord(record, logBatch);
+        logRecord(record);
         if (budget >= 0 && total >= budget) {
             break;
         }
@@ -1015,9 +1073,6 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
     }
     renderer->endBatch();
     trimViewInTurn();
-    if (!logBatch.isEmpty()) {
-        logWriter->appendLine(logBatch, format);
-    }
 }
 
 void SerialPortWidget::trimViewInTurn()
@@ -1067,14 +1122,17 @@ rxData SerialPortWidget::takeDisplayPiece(qint64 limit)
     return piece;
 }
 
-void SerialPortWidget::logRecord(const rxData &record, QString &batch)
+void SerialPortWidget::logRecord(const rxData &record)
 {
     // Local echo is shown, never logged; nothing is decoded while logging is off.
     if (record.isLocalEcho || !format.logSaveFlag) {
         return;
     }
-    batch += MessageCodec::decodeForLog(record, format, logAtLineStart, logPendingFlag, logLastTime,
-                                        logDecoders[1].get(), logDecoders[0].get());
+    // Each line of the log carries the time its bytes arrived or were sent.
+    logWriter->appendLine(MessageCodec::decodeForLog(record, format, logAtLineStart,
+                                                     logPendingFlag, logLastTime,
+                                                     logDecoders[1].get(), logDecoders[0].get()),
+                          format, record.time);
 }
 
 QString SerialPortWidget::viewText() const
@@ -1085,6 +1143,47 @@ QString SerialPortWidget::viewText() const
 // ---------------------------------------------------------------------------
 // Transport events
 
+QString SerialPortWidget::endpointText() const
+{
+    const Settings &s = portSettings;
+    switch (s.connMode) {
+    case ModeSerial:
+        return s.name.isEmpty() ? tr("the serial port") : s.name;
+    case ModeTcpServer:
+        return tr("TCP server port %1").arg(s.targetPort);
+    case ModeUdpServer:
+        return tr("UDP port %1").arg(s.udpServerPort);
+    case ModeUdpClient:
+        return tr("UDP %1 (local port %2)").arg(sessionPortLabel()).arg(s.udpLocalPort);
+    case ModeUdpGroup:
+        return tr("UDP port %1").arg(s.udpLocalPort);
+    case ModeTcpClient:
+    case ModeRemoteSerial:
+    case ModeLiveRelay:
+    case ModeReserved:
+        break;
+    }
+    const QString label = sessionPortLabel();
+    return label.isEmpty() ? tr("this connection") : label;
+}
+
+void SerialPortWidget::noteInView(const QString &text)
+{
+    // A failure that repeats (a reconnect every two seconds) is written once.
+    if (text == lastViewNote) {
+        return;
+    }
+    lastViewNote = text;
+    // What arrived before the event shows above its line, unless the view is held.
+    if (state != Paused) {
+        displayPortBuffer();
+    }
+    renderer->appendSystemLine(
+        QStringLiteral("[%1] %2").arg(QTime::currentTime().toString(QStringLiteral("hh:mm:ss.zzz")),
+                                      text),
+        QColor(0x80, 0x80, 0x80));
+}
+
 void SerialPortWidget::onControllerError(const QString &text)
 {
     lastError = text;
@@ -1094,6 +1193,7 @@ void SerialPortWidget::onControllerError(const QString &text)
     // A client connection that failed to come up leaves nothing open.
     if (connectionModeIsTcpClient(portSettings.connMode) && state != Stopped &&
         !controller->hasTcpClientSocket()) {
+        noteInView(tr("Could not connect to %1: %2").arg(endpointText(), text));
         // What a run sent while connecting is gone with the connection.
         stopRuns(int(SequenceRunner::StopReason::ConnectionLost));
         if (autoReconnect) {
@@ -1109,6 +1209,9 @@ void SerialPortWidget::onControllerError(const QString &text)
 void SerialPortWidget::onSerialPortLost()
 {
     noteSession(tr("Serial port lost"));
+    noteInView(autoReconnect && state != Stopped
+                   ? tr("Lost %1, waiting for it to come back").arg(endpointText())
+                   : tr("Lost %1").arg(endpointText()));
     stopRuns(int(SequenceRunner::StopReason::ConnectionLost));
     breakReleaseTimer->stop();
     if (breakHeld) {
@@ -1139,6 +1242,7 @@ void SerialPortWidget::disconnectTcpClient()
     if (state == Stopped) {
         return;
     }
+    noteInView(tr("Connection to %1 lost").arg(endpointText()));
     if (autoReconnect && connectionModeIsTcpClient(portSettings.connMode)) {
         showMessage(tr("Connection lost, reconnecting..."), 3000);
         reconnectTimer->start();

@@ -160,7 +160,9 @@ public:
 
     // The receive road, open to the transports' slots and to tests.
     void ingestRx(const QByteArray &bytes, bool pausable, const QString &peer);
-    void pushByteArray(const QByteArray &bytes, bool count, RXorTx direction, const QString &peer);
+    // `time` is when the bytes arrived or were sent; an invalid time means now.
+    void pushByteArray(const QByteArray &bytes, bool count, RXorTx direction, const QString &peer,
+                       const QDateTime &time = QDateTime());
     void displayPortBuffer(qint64 budget = -1);
     void noteTxAccepted(const QByteArray &bytes, const QString &peer, bool hasPeer);
 
@@ -168,7 +170,7 @@ public:
     qint64 txByteCount() const { return txBytes; }
     qsizetype pendingDisplayRecords() const { return rxDataList.size(); }
     qint64 pendingDisplayBytes() const { return displayBacklogBytes; }
-    qsizetype pausedByteCount() const { return pausedBytes.size(); }
+    qsizetype pausedByteCount() const { return pausedSize; }
     QString lastTransportError() const { return lastError; }
     QString peerTranscript(const QString &peer) const { return peerTranscripts.value(peer); }
     ConnectionController *connectionController() const { return controller; }
@@ -182,6 +184,9 @@ public:
     // `left` to `right` (the stored splitterLeft and splitterRight); sizes the user
     // drags are kept in the same two fields.
     void updateSplitterSizes(int left, int right);
+    // The column folds to a narrow strip with one button that opens it again.
+    void setQuickSettingsCollapsed(bool collapsed);
+    bool quickSettingsCollapsed() const;
 
     // Automation: auto reply rules and sequences.
     void setAutoReplyConfig(const AutoReplyConfig &config);
@@ -281,7 +286,7 @@ private:
     void onRefreshAvalablePorts();
     void onSendData();
     void onSaveData();
-    void logRecord(const rxData &record, QString &batch);
+    void logRecord(const rxData &record);
     // The next piece of the display queue, at most `limit` bytes (the rest of the front
     // record when `limit` is negative).
     rxData takeDisplayPiece(qint64 limit);
@@ -321,6 +326,12 @@ private:
     void refreshStatus();
     void updateCommonStatus();
     void showMessage(const QString &text, int timeoutMs);
+    // A line of its own in the receive view, stamped now: opens, closes, losses,
+    // reconnects and failures, naming the path or host:port. Not logged.
+    void noteInView(const QString &text);
+    QString endpointText() const;
+    void updateTerminalIndicator();
+    void placeFollowButton();
 
     void resetTextDecoders();
     WireTextDecoderPtr createDecoder(const QString &encoding) const;
@@ -356,8 +367,17 @@ private:
     QList<rxData> rxDataList;
     qint64 displayBacklogBytes = 0; // bytes of data in rxDataList not yet shown
     qint64 frontOffset = 0;         // bytes of the front record already shown
-    QByteArray pausedBytes;
+    // What arrived while paused, with the time each piece arrived.
+    struct HeldBytes
+    {
+        QDateTime time;
+        QByteArray bytes;
+    };
+    QList<HeldBytes> pausedBytes;
+    qsizetype pausedSize = 0;
     AnsiEscapeFilter ansiFilter;
+    QString lastViewNote;
+    bool terminalShown = false;
 
     // Text decoders keep their carry-over per peer and direction, so a character
     // split between two packets survives.

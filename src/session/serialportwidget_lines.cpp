@@ -61,6 +61,7 @@ void SerialPortWidget::onReconnectTick()
     refreshSerialControlUi();
     showMessage(tr("Serial Port %1 RECONNECTED").arg(portSettings.name), 3000);
     noteSession(tr("Reconnected %1").arg(sessionPortLabel()));
+    noteInView(tr("Reconnected %1").arg(endpointText()));
     refreshStatus();
 }
 
@@ -172,15 +173,16 @@ void SerialPortWidget::onControlLinePollTick()
         return;
     }
     ControlLineLedRow *row = ui->ledRow;
-    const bool serial = portSettings.connMode == ModeSerial;
+    QSerialPort *device = controller->serialDevice();
+    // A closed port drives no line: all lights are grey until it opens.
+    const bool serial = portSettings.connMode == ModeSerial && device->isOpen();
     const bool rtsByFlow = serial && portSettings.flowControl == 1;
     row->setLine(ControlLineLedRow::Rts,
                  serial && controller->serialLineRequested(ConnectionController::LineRts),
                  rtsByFlow);
     row->setLine(ControlLineLedRow::Dtr,
                  serial && controller->serialLineRequested(ConnectionController::LineDtr));
-    QSerialPort *device = controller->serialDevice();
-    if (!serial || !device->isOpen() || !controller->serialControlLinesSupported()) {
+    if (!serial || !controller->serialControlLinesSupported()) {
         row->clearInputs();
         return;
     }

@@ -3,6 +3,7 @@
 #include "connection/connectioncontroller.h"
 #include "session/controllineledrow.h"
 #include "session/messagecodec.h"
+#include "session/receiverenderer.h"
 #include "session/ui_serialportwidget.h"
 #include "session/wiretextcodecregistry.h"
 
@@ -12,6 +13,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSignalBlocker>
+#include <QStatusBar>
 #include <QTextCursor>
 
 // The send path of a port panel: the send box and its history, auto send, terminal
@@ -168,7 +170,7 @@ int SerialPortWidget::selectedPeerRow() const
 
 void SerialPortWidget::on_sendButton_clicked()
 {
-    if (state != Running) {
+    if (state == Stopped) {
         start(QString());
         return;
     }
@@ -362,13 +364,69 @@ bool SerialPortWidget::terminalPassthroughReady() const
 
 bool SerialPortWidget::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::KeyPress &&
-        (watched == ui->receiveBrowser || watched == ui->receiveBrowser->viewport())) {
-        if (handleTerminalKey(static_cast<QKeyEvent *>(event))) {
+    // Ctrl+Enter in the send box sends it; Enter alone starts a new line there.
+    if (watched == ui->sendTextEdit && event->type() == QEvent::KeyPress) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) &&
+            key->modifiers().testFlag(Qt::ControlModifier)) {
+            on_sendButton_clicked();
             return true;
         }
     }
+    if (watched != ui->receiveBrowser && watched != ui->receiveBrowser->viewport()) {
+        return QMainWindow::eventFilter(watched, event);
+    }
+    switch (event->type()) {
+    case QEvent::KeyPress:
+        if (handleTerminalKey(static_cast<QKeyEvent *>(event))) {
+            return true;
+        }
+        renderer->noteUserScroll();
+        break;
+    case QEvent::Wheel:
+        renderer->noteUserScroll();
+        break;
+    case QEvent::MouseButtonPress:
+        renderer->setUserHolding(true);
+        break;
+    case QEvent::MouseButtonRelease:
+        renderer->setUserHolding(false);
+        break;
+    case QEvent::FocusIn:
+    case QEvent::FocusOut:
+        updateTerminalIndicator();
+        break;
+    case QEvent::Resize:
+        placeFollowButton();
+        break;
+    default:
+        break;
+    }
     return QMainWindow::eventFilter(watched, event);
+}
+
+void SerialPortWidget::updateTerminalIndicator()
+{
+    // The view takes keys for the device: it says so with a frame, a wider caret and a
+    // hint, instead of silently sending every key.
+    const bool taking = ui->receiveBrowser->hasFocus() && terminalPassthroughReady() &&
+                        format.sendMsgFormat == TextFormat;
+    if (taking == terminalShown) {
+        return;
+    }
+    terminalShown = taking;
+    ui->receiveBrowser->setCursorWidth(taking ? 2 : 1);
+    ui->receiveBrowser->setStyleSheet(
+        taking ? QStringLiteral("QPlainTextEdit#receiveBrowser { border: 2px solid "
+                                "palette(highlight); }")
+               : QString());
+    const QString hint = tr("Keys typed in the receive view go to the device as you type. "
+                            "Click the send box to write a message instead.");
+    if (taking) {
+        showMessage(hint, 8000);
+    } else if (statusBar()->currentMessage() == hint) {
+        statusBar()->clearMessage();
+    }
 }
 
 bool SerialPortWidget::handleTerminalKey(QKeyEvent *event)

@@ -12,12 +12,15 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSerialPort>
 #include <QSignalBlocker>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTimer>
+#include <QToolButton>
 
 // The one-second tick of a port panel: port scan, lost-port detection and the status
 // line.
@@ -41,6 +44,7 @@ void SerialPortWidget::onRefreshAvalablePorts()
             controller->closeAll(ModeSerial, portSettings.name);
             onSerialPortLost();
         } else {
+            noteInView(tr("Lost %1").arg(endpointText()));
             stop();
             showMessage(tr("Serial Port %1 DISCONNECTED").arg(portSettings.name), 5000);
         }
@@ -54,11 +58,19 @@ void SerialPortWidget::onRefreshAvalablePorts()
 
 void SerialPortWidget::refreshStatus()
 {
-    ui->sendButton->setText(state == Running ? tr("Send") : tr("Open"));
+    // A paused port is still open: pausing holds the view, not the connection.
+    ui->sendButton->setText(state == Stopped ? tr("Open") : tr("Send"));
     ui->openButton->setText(state == Stopped ? tr("Open") : tr("Close"));
     ui->pauseButton->setText(state == Paused ? tr("Resume") : tr("Pause"));
     ui->pauseButton->setEnabled(state != Stopped);
     ui->connectionSettings->setConnectionOpen(state != Stopped);
+    ui->stripOpenButton->setIcon(
+        style()->standardIcon(state == Stopped ? QStyle::SP_MediaPlay : QStyle::SP_MediaStop));
+    ui->stripOpenButton->setToolTip(ui->openButton->text());
+    ui->stripPauseButton->setIcon(
+        style()->standardIcon(state == Paused ? QStyle::SP_MediaPlay : QStyle::SP_MediaPause));
+    ui->stripPauseButton->setToolTip(ui->pauseButton->text());
+    ui->stripPauseButton->setEnabled(state != Stopped);
     const connectionMode mode = portSettings.connMode;
     const bool multiPeer = mode == ModeTcpServer || mode == ModeUdpServer;
     ui->peerLabel->setVisible(multiPeer);
@@ -87,6 +99,9 @@ void SerialPortWidget::refreshStatus()
         updateCommonStatus();
         break;
     }
+    // Control lines mean something only where there is a serial line, here or remote.
+    ui->ledRow->setSerialLinesVisible(mode == ModeSerial || connectionModeIsRemoteSerial(mode));
+    updateTerminalIndicator();
 }
 
 void SerialPortWidget::onRefreshSerialPortDisplay()
@@ -195,6 +210,17 @@ void SerialPortWidget::updateCommonStatus()
         ui->logLabel->setText(QStringLiteral("  "));
         ui->logLabel->setToolTip(QString());
     }
+}
+
+void SerialPortWidget::placeFollowButton()
+{
+    // At the bottom right of the view's text area, over the text.
+    QToolButton *button = ui->followButton;
+    const QRect area = ui->receiveBrowser->viewport()->geometry();
+    const QSize size = button->sizeHint();
+    button->setGeometry(QRect(area.bottomRight() - QPoint(size.width() + 4, size.height() + 4),
+                              size));
+    button->raise();
 }
 
 void SerialPortWidget::showMessage(const QString &text, int timeoutMs)
@@ -346,4 +372,30 @@ void SerialPortWidget::updateSplitterSizes(int left, int right)
     if (left > 0 && right > 0 && !ui->splitter->widget(0)->isHidden()) {
         ui->splitter->setSizes({left, right});
     }
+}
+
+void SerialPortWidget::setQuickSettingsCollapsed(bool collapsed)
+{
+    if (collapsed == quickSettingsCollapsed()) {
+        return;
+    }
+    ui->settingsScroll->setVisible(!collapsed);
+    ui->collapsedStrip->setVisible(collapsed);
+    // Folded, the pane is no wider than its strip, so the view takes the room.
+    ui->settingsHost->setMaximumWidth(collapsed ? ui->collapsedStrip->sizeHint().width()
+                                                : QWIDGETSIZE_MAX);
+    if (!collapsed) {
+        // Opened again at the width its fields ask for.
+        const QList<int> sizes = ui->splitter->sizes();
+        const int wanted = ui->settingsHost->sizeHint().width();
+        if (sizes.size() == 2 && sizes.at(0) < wanted) {
+            const int total = sizes.at(0) + sizes.at(1);
+            ui->splitter->setSizes({wanted, std::max(0, total - wanted)});
+        }
+    }
+}
+
+bool SerialPortWidget::quickSettingsCollapsed() const
+{
+    return ui->settingsScroll->isHidden();
 }

@@ -3,6 +3,7 @@
 #include "app/connectionsettingswidget.h"
 #include "automation/sequencebar.h"
 #include "session/controllineledrow.h"
+#include "session/hexinputhighlighter.h"
 #include "session/wiretextcodecregistry.h"
 #include "tools/crccatalog.h"
 
@@ -23,6 +24,7 @@
 #include <QSpinBox>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QStyle>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -71,11 +73,16 @@ QWidget *Ui_SerialPortWidget::fieldRow(QGroupBox *group, const QString &id, cons
     layout->setContentsMargins(0, 0, 0, 0);
     if (!label.isEmpty()) {
         auto *caption = new QLabel(label, row);
-        caption->setMinimumWidth(110);
+        caption->setMinimumWidth(84);
         layout->addWidget(caption);
     }
     for (QWidget *widget : widgets) {
         widget->setParent(row);
+        if (auto *combo = qobject_cast<QComboBox *>(widget)) {
+            // A long entry is shown cut rather than widening the column.
+            combo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+            combo->setMinimumContentsLength(5);
+        }
         layout->addWidget(widget, qobject_cast<QComboBox *>(widget) ? 1 : 0);
     }
     layout->addStretch(0);
@@ -241,9 +248,48 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     splitter->setObjectName(QStringLiteral("splitter"));
     splitter->setChildrenCollapsible(false);
 
+    // The splitter's first pane holds the quick settings column, or, folded, a strip
+    // with the button that opens it.
+    settingsHost = new QWidget(splitter);
+    settingsHost->setObjectName(QStringLiteral("quickSettingsHost"));
+    auto *hostLayout = new QHBoxLayout(settingsHost);
+    hostLayout->setContentsMargins(0, 0, 0, 0);
+    hostLayout->setSpacing(0);
+    collapsedStrip = new QWidget(settingsHost);
+    collapsedStrip->setObjectName(QStringLiteral("quickSettingsStrip"));
+    auto *stripLayout = new QVBoxLayout(collapsedStrip);
+    stripLayout->setContentsMargins(2, 4, 2, 4);
+    expandButton = new QToolButton(collapsedStrip);
+    expandButton->setObjectName(QStringLiteral("quickSettingsExpandButton"));
+    expandButton->setArrowType(Qt::RightArrow);
+    expandButton->setAutoRaise(true);
+    expandButton->setToolTip(tr("Show the settings of this connection"));
+    stripLayout->addWidget(expandButton);
+    const auto stripButton = [this](const QString &name, QStyle::StandardPixmap icon,
+                                    const QString &tip) {
+        auto *button = new QToolButton(collapsedStrip);
+        button->setObjectName(name);
+        button->setIcon(collapsedStrip->style()->standardIcon(icon));
+        button->setAutoRaise(true);
+        button->setToolTip(tip);
+        collapsedStrip->layout()->addWidget(button);
+        return button;
+    };
+    stripOpenButton = stripButton(QStringLiteral("stripOpenButton"), QStyle::SP_MediaPlay,
+                                  tr("Open"));
+    stripPauseButton = stripButton(QStringLiteral("stripPauseButton"), QStyle::SP_MediaPause,
+                                   tr("Pause"));
+    stripClearButton = stripButton(QStringLiteral("stripClearButton"),
+                                   QStyle::SP_DialogResetButton, tr("Clear"));
+    stripLayout->addStretch(1);
+    collapsedStrip->hide();
+    hostLayout->addWidget(collapsedStrip);
+
     // The quick settings column: the open/pause/clear buttons on top, then the
     // connection, receive and send groups in the order the user chose.
-    auto *scroll = new QScrollArea(splitter);
+    auto *scroll = new QScrollArea(settingsHost);
+    settingsScroll = scroll;
+    hostLayout->addWidget(scroll, 1);
     scroll->setObjectName(QStringLiteral("quickSettingsScroll"));
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
@@ -254,6 +300,12 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     auto *settingsLayout = new QVBoxLayout(settingsColumn);
     settingsLayout->setContentsMargins(4, 4, 4, 4);
     auto *buttons = new QHBoxLayout;
+    collapseButton = new QToolButton(settingsColumn);
+    collapseButton->setObjectName(QStringLiteral("quickSettingsCollapseButton"));
+    collapseButton->setArrowType(Qt::LeftArrow);
+    collapseButton->setAutoRaise(true);
+    collapseButton->setToolTip(tr("Fold the settings to a strip"));
+    buttons->addWidget(collapseButton);
     openButton = new QPushButton(tr("Open"), settingsColumn);
     openButton->setObjectName(QStringLiteral("openButton"));
     pauseButton = new QPushButton(tr("Pause"), settingsColumn);
@@ -277,8 +329,17 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     setupSendGroup(settingsColumn);
     settingsLayout->addWidget(sendGroup);
     settingsLayout->addStretch(1);
-    // The column scrolls vertically on a small panel, never horizontally.
-    scroll->setMinimumWidth(settingsColumn->sizeHint().width() +
+    // The column scrolls vertically on a small panel, never horizontally; its fields
+    // shrink to their least useful width before the panel grows.
+    for (QComboBox *combo : connectionSettings->findChildren<QComboBox *>()) {
+        combo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+        combo->setMinimumContentsLength(5);
+    }
+    for (QPushButton *button : {openButton, pauseButton, clearButton}) {
+        button->setMinimumWidth(0);
+        button->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    }
+    scroll->setMinimumWidth(settingsColumn->minimumSizeHint().width() +
                             scroll->verticalScrollBar()->sizeHint().width());
 
     auto *dataSplitter = new QSplitter(Qt::Vertical, splitter);
@@ -297,6 +358,21 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     receiveBrowser->setTextInteractionFlags(Qt::TextSelectableByMouse |
                                             Qt::TextSelectableByKeyboard);
     receiveBrowser->setLineWrapMode(QPlainTextEdit::WidgetWidth);
+    receiveBrowser->setMinimumWidth(120);
+    followButton = new QToolButton(receiveBrowser);
+    followButton->setObjectName(QStringLiteral("followButton"));
+    followButton->setText(tr("Not following: click to follow"));
+    followButton->setToolTip(tr("New data arrives below; click to scroll to the end and follow "
+                                "it"));
+    followButton->setArrowType(Qt::DownArrow);
+    followButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    // In the window's font, not in the view's fixed-width one (which the view would
+    // hand down to it otherwise).
+    QFont buttonFont = window->font();
+    buttonFont.setFamily(buttonFont.family());
+    buttonFont.setPointSizeF(buttonFont.pointSizeF());
+    followButton->setFont(buttonFont);
+    followButton->hide();
 
     auto *sendArea = new QWidget(dataSplitter);
     auto *sendLayout = new QVBoxLayout(sendArea);
@@ -328,9 +404,14 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     auto *sendRow = new QHBoxLayout;
     sendTextEdit = new QPlainTextEdit(sendArea);
     sendTextEdit->setObjectName(QStringLiteral("sendTextEdit"));
-    sendTextEdit->setPlaceholderText(tr("Text to send"));
+    sendTextEdit->setPlaceholderText(tr("Text to send (Ctrl+Enter sends)"));
+    // Marks what a hex send would refuse, as it is typed.
+    hexHighlighter = new HexInputHighlighter(sendTextEdit->document());
+    QObject::connect(hexSendRadio, &QRadioButton::toggled, hexHighlighter,
+                     &HexInputHighlighter::setHexMode);
     sendButton = new QPushButton(tr("Open"), sendArea);
     sendButton->setObjectName(QStringLiteral("sendButton"));
+    sendButton->setToolTip(tr("Sends the message (Ctrl+Enter); opens a closed port"));
     sendButton->setMinimumHeight(48);
     sendRow->addWidget(sendTextEdit, 1);
     sendRow->addWidget(sendButton);
@@ -348,7 +429,11 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     counterLabel->setObjectName(QStringLiteral("counterLabel"));
     logLabel = new QLabel(window);
     logLabel->setObjectName(QStringLiteral("logLabel"));
-    window->statusBar()->addWidget(statusLabel);
+    // The state text is cut on a narrow panel rather than widening it.
+    statusLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    statusLabel->setMinimumWidth(40);
+    window->statusBar()->setSizeGripEnabled(false);
+    window->statusBar()->addWidget(statusLabel, 1);
     window->statusBar()->addPermanentWidget(counterLabel);
     window->statusBar()->addPermanentWidget(logLabel);
 }

@@ -8,6 +8,7 @@
 // The widgets of a port panel, built in code.
 
 class ConnectionSettingsWidget;
+class HexInputHighlighter;
 class SequenceBar;
 class ControlLineLedRow;
 class QCheckBox;
@@ -36,6 +37,8 @@ public:
     // The receive view. A plain-text layout, because it lays a 256 KiB display tick out
     // about six times faster than the rich-text browser, and colours still work per run.
     QPlainTextEdit *receiveBrowser = nullptr;
+    // Over the view's bottom right while it does not follow new data.
+    QToolButton *followButton = nullptr;
     ControlLineLedRow *ledRow = nullptr;
     QLabel *peerLabel = nullptr;
     QComboBox *peerCombo = nullptr;
@@ -70,6 +73,7 @@ public:
     QToolButton *autoReplyBadge = nullptr;
     SequenceBar *sequenceBar = nullptr;
     QPlainTextEdit *sendTextEdit = nullptr;
+    HexInputHighlighter *hexHighlighter = nullptr;
     QPushButton *sendButton = nullptr;
     QLabel *statusLabel = nullptr;
     QLabel *counterLabel = nullptr;
@@ -83,6 +87,17 @@ public:
     void applyGroupOrder(const QStringList &order, const QStringList &visible);
     QWidget *settingsColumn = nullptr;
     QGroupBox *connectionGroup = nullptr;
+    // The quick settings column folds to `collapsedStrip`, a narrow strip with one
+    // button; `settingsHost` holds both and is the splitter's first pane.
+    QWidget *settingsHost = nullptr;
+    QWidget *settingsScroll = nullptr;
+    QWidget *collapsedStrip = nullptr;
+    QToolButton *collapseButton = nullptr;
+    QToolButton *expandButton = nullptr;
+    // Open/Close, Pause/Resume and Clear stay at hand on the folded strip.
+    QToolButton *stripOpenButton = nullptr;
+    QToolButton *stripPauseButton = nullptr;
+    QToolButton *stripClearButton = nullptr;
 
 private:
     void setupReceiveGroup(QWidget *parent);

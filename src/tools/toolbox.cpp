@@ -334,6 +334,12 @@ void ToolBox::onAlgorithmChanged()
     }
     filling = false;
     customShown = custom;
+    // The byte order follows the wire convention of the algorithm: a CRC computed
+    // reflected (MODBUS, USB, CRC-32) goes out low byte first, as a port's Append
+    // Checksum sends it, so a frame built here is the frame a device expects.
+    const int order = int(reflectOutputCheck->isChecked() ? QSysInfo::LittleEndian
+                                                          : QSysInfo::BigEndian);
+    byteOrderCombo->setCurrentIndex(byteOrderCombo->findData(order));
 
     for (QLineEdit *field : {widthEdit, polynomialEdit, initialEdit, finalXorEdit}) {
         field->setReadOnly(!custom);

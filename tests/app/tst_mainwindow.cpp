@@ -1,5 +1,6 @@
 #include "app/mainwindow.h"
 #include "app/multiportsettingdlg.h"
+#include "app/newconnection.h"
 #include "automation/autoreplyengine.h"
 #include "scripting/scriptportlink.h"
 #include "scripting/scriptwindow.h"
@@ -7,6 +8,7 @@
 #include "support/testsupport.h"
 #include "tools/toolbox.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QDesktopServices>
 #include <QFile>
@@ -15,6 +17,8 @@
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QMessageBox>
+#include <QSettings>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
@@ -38,7 +42,13 @@ class TestMainWindow : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        // The application settings of this run are its own: other suites and other
+        // runs on the machine neither see nor change them.
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsDir.path());
+    }
     void gridRows_data();
     void gridRows();
     void viewActionsFollowTheShape_data();
@@ -53,10 +63,16 @@ private slots:
     void projectRoundTripRestoresTheBench();
     void projectLimitsAreClamped_data();
     void projectLimitsAreClamped();
+    void restartOpensTheLastProject();
+    void unsavedChangesAreNotLostOrSavedUnasked();
+    void newConnectionAddsTheChosenKind();
     void scriptRunsOnAPortAndOutlivesItsWindow();
     void commandPanelActsOnTheFocusedPort();
     void settingsOfARunningPortApplyOrWait();
     void logLinkOpensTheFocusedPortsLog();
+
+private:
+    QTemporaryDir settingsDir;
 };
 
 void TestMainWindow::gridRows_data()
@@ -356,6 +372,24 @@ void TestMainWindow::projectRoundTripRestoresTheBench()
     QCOMPARE(window.scripts().scripts.first().source, QString("sendLine(\"AT\")\nexpect(\"OK\")\n"));
     QVERIFY(!window.loadFile(dir.filePath("missing.vlm")));
     QCOMPARE(window.portCount(), 4);
+
+    // A file of random bytes, or some text, is refused, and the bench stays as it is.
+    QByteArray noise(2048, Qt::Uninitialized);
+    for (int i = 0; i < noise.size(); ++i) {
+        noise[i] = char((i * 131 + 7) % 256);
+    }
+    for (const QByteArray &content : {noise, QByteArray("just some notes\nabout a board\n")}) {
+        QFile other(dir.filePath("other.vlm"));
+        QVERIFY(other.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        other.write(content);
+        other.close();
+        QVERIFY(!window.loadFile(other.fileName()));
+        QCOMPARE(window.portCount(), 4);
+        QCOMPARE(window.currentFileName(), path);
+        QCOMPARE(window.portWidget(2)->settings().targetPort, 7002);
+        QCOMPARE(window.noticeHistory().last().text,
+                 QDir::toNativeSeparators(other.fileName()) + " is not a Velmora project file.");
+    }
 }
 
 void TestMainWindow::projectLimitsAreClamped_data()
@@ -382,11 +416,146 @@ void TestMainWindow::projectLimitsAreClamped()
     MainWindow window;
     QVERIFY(window.loadFile(file.fileName()));
     QCOMPARE(window.portCount(), ports);
+    // What had to be replaced is said once, naming the first key.
+    QVERIFY(!window.noticeHistory().isEmpty());
+    QVERIFY2(window.noticeHistory().last().text.startsWith(
+                 "hand.vlm: 1 values were out of range and were replaced (first: "),
+             qPrintable(window.noticeHistory().last().text));
     // A project without scripts starts with the samples.
     QCOMPARE(window.scripts().scripts.size(), ScriptLibrary::SampleCount);
     if (mode5 >= 0) {
         QCOMPARE(int(window.portWidget(5)->settings().connMode), mode5);
     }
+}
+
+// After a restart the last project is loaded, not only named; a last file that is no
+// project leaves the window untitled, so that Save cannot write over it.
+void TestMainWindow::restartOpensTheLastProject()
+{
+    QTemporaryDir dir;
+    QSettings().setValue("CONFIG_FILE_PATH", dir.filePath("state.ini"));
+    const QString path = dir.filePath("four.vlm");
+    {
+        MainWindow window;
+        window.setPortCount(4);
+        window.setColumnCount(4);
+        window.updateGrid();
+        for (int i = 0; i < 4; ++i) {
+            Settings settings = window.portWidget(i)->settings();
+            settings.connMode = ModeTcpClient;
+            settings.targetHost = "10.0.0.9";
+            settings.targetPort = 5000 + i;
+            window.portWidget(i)->applySettings(settings);
+        }
+        Command command;
+        command.name = "info";
+        command.text = "ATI";
+        CommandGroup group;
+        group.name = "Modem";
+        group.commands = {command};
+        CommandLibrary library;
+        library.groups = {group};
+        window.setCommandLibrary(library);
+        QVERIFY(window.saveFile(path, false));
+        window.writeSettings();
+    }
+    {
+        MainWindow window;
+        QCOMPARE(window.currentFileName(), path);
+        QVERIFY(window.windowTitle().startsWith("four.vlm[*]"));
+        QVERIFY(!window.isWindowModified());
+        QCOMPARE(window.portCount(), 4);
+        QCOMPARE(window.portWidget(3)->settings().targetPort, 5003);
+        QCOMPARE(window.library().groups.value(0).commands.value(0).text, QString("ATI"));
+    }
+    // The file is overwritten by something that is no project.
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write("\x89PNG\r\n\x1a\n not a project");
+    file.close();
+    {
+        MainWindow window;
+        QVERIFY(window.currentFileName().isEmpty());
+        QCOMPARE(window.portCount(), 1);
+    }
+    QSettings().remove("CONFIG_FILE_PATH");
+}
+
+// Quit, Open, Recent and New ask before unsaved changes go; nothing is saved unasked.
+void TestMainWindow::unsavedChangesAreNotLostOrSavedUnasked()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("bench.vlm");
+    MainWindow window;
+    QVERIFY(window.saveFile(path, false));
+    const QByteArray saved = [&] {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }();
+    QStringList asked;
+    int answer = QMessageBox::Cancel;
+    window.saveChangesHook = [&](const QString &question) {
+        asked << question;
+        return answer;
+    };
+    // Unmodified, nothing is asked.
+    window.on_acFileNew_triggered();
+    QVERIFY(asked.isEmpty());
+    QVERIFY(window.loadFile(path));
+
+    window.on_acViewTabs_triggered();
+    QVERIFY(window.isWindowModified());
+    QVERIFY(!window.close());
+    QCOMPARE(asked, QStringList{"Save changes to bench.vlm?"});
+    window.on_acFileNew_triggered();
+    QVERIFY(window.isTabLayout());
+    QCOMPARE(asked.size(), 2);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), saved);
+    file.close();
+
+    answer = QMessageBox::Save;
+    QVERIFY(window.close());
+    QVERIFY(!window.isWindowModified());
+    QSettings reread(path, QSettings::IniFormat);
+    QCOMPARE(reread.value("LayoutMode").toInt(), 1);
+}
+
+void TestMainWindow::newConnectionAddsTheChosenKind()
+{
+    MainWindow window;
+    window.addConnectionHook = [](MultiPortSettingDlg &) { return true; };
+    window.addConnectionOfKind(NewConnection::TcpIpKind);
+    window.addConnectionOfKind(NewConnection::SerialPortKind);
+    QCOMPARE(window.portCount(), 3);
+    QCOMPARE(window.portWidget(1)->settings().connMode, ModeTcpClient);
+    QCOMPARE(window.portWidget(2)->settings().connMode, ModeSerial);
+    // Panels that share a row start with their settings folded to a strip.
+    QVERIFY(window.portWidget(0)->quickSettingsCollapsed());
+    QVERIFY(window.portWidget(2)->quickSettingsCollapsed());
+    window.addConnectionOfKind(NewConnection::BridgeKind);
+    QCOMPARE(window.portCount(), 3);
+    QVERIFY(window.noticeHistory().last().text.startsWith("Bridges"));
+
+    // Four side by side fit a 1366 by 768 screen; a panel's settings open on one click.
+    window.addConnectionOfKind(NewConnection::TcpIpKind);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QVERIFY2(window.minimumSizeHint().width() <= 1366 && window.minimumSizeHint().height() <= 768,
+             qPrintable(QStringLiteral("%1x%2").arg(window.minimumSizeHint().width())
+                            .arg(window.minimumSizeHint().height())));
+    auto *expand = window.portWidget(3)->findChild<QAbstractButton *>("quickSettingsExpandButton");
+    expand->click();
+    QVERIFY(!window.portWidget(3)->quickSettingsCollapsed());
+    QVERIFY(window.portWidget(2)->quickSettingsCollapsed());
+
+    // With several panels the window's bar is hidden: a notice shows in the focused
+    // panel's bar, such as why there is no sequence report yet.
+    window.exportSequenceReport();
+    const QString why = "The focused port has not run a sequence this session.";
+    QCOMPARE(window.noticeHistory().last().text, why);
+    QCOMPARE(window.focusedPortWidget()->statusBar()->currentMessage(), why);
 }
 
 void TestMainWindow::hiddenFieldsLeaveEveryPaneAndKeepTheirValue()

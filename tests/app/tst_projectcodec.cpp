@@ -26,7 +26,7 @@ ProjectRecord projectOf(int ports)
 }
 
 // A port as it reads back: what the project does not keep returns to the record
-// default, and the rotation settings, read but never written, to their read defaults.
+// default, and the hourly stamp flag, read but never written, to its read default.
 ProjectPortRecord asReloaded(ProjectPortRecord port)
 {
     const ProjectPortRecord plain;
@@ -35,10 +35,7 @@ ProjectPortRecord asReloaded(ProjectPortRecord port)
     port.settings.relayPasscode = QString();
     port.format.logFileName = plain.format.logFileName;
     port.format.lineByLine = port.format.textSent = false;
-    port.format.logRotateAtSize = port.format.logRotateAtTime = false;
     port.format.needHourTimeStamp = false;
-    port.format.logRotateSize = 0;
-    port.format.logRotateTime = QTime();
     return port;
 }
 
@@ -59,6 +56,8 @@ private slots:
     void readsClampedAndDefaulted();
     void derivedFieldsAndRotationKeys();
     void writesExactlyTheTableKeys();
+    void recognisesProjects_data();
+    void recognisesProjects();
     void savingKeepsOtherGroupsAndDropsStalePorts_data();
     void savingKeepsOtherGroupsAndDropsStalePorts();
 
@@ -113,41 +112,45 @@ void TestProjectCodec::readsClampedAndDefaulted_data()
     QTest::addColumn<QByteArray>("ini");
     QTest::addColumn<QString>("key");
     QTest::addColumn<QString>("read");
-    const auto row = [](const char *ini, const char *key, const QString &read) {
+    QTest::addColumn<bool>("replaced"); // named in the notice of replaced values
+    const auto row = [](const char *ini, const char *key, const QString &read,
+                        bool replaced = false) {
         QTest::newRow((QByteArray(key) + " <- " + ini).constData())
-            << QByteArray(ini).replace(';', '\n') << QString(key) << read;
+            << QByteArray(ini).replace(';', '\n') << QString(key) << read << replaced;
     };
-    row("[General];PortNumber=0", "PortNumber", "1");
-    row("[General];PortNumber=99", "PortNumber", "16");
-    row("[General];ColumnNumber=40", "ColumnNumber", "16");
+    row("[General];PortNumber=0", "PortNumber", "1", true);
+    row("[General];PortNumber=99", "PortNumber", "16", true);
+    row("[General];ColumnNumber=40", "ColumnNumber", "16", true);
     row("[General];LayoutMode=2", "LayoutMode", "0");
     row("", "QuickView", "true");
     row("[General];PortNumber=2", "QuickView", "false");
-    row("[0];BaudRate=-9600", "0/BaudRate", "0");
-    row("[0];BaudRate=99999999999", "0/BaudRate", "100000000");
-    row("[0];BaudRate=1, 2", "0/BaudRate", "0");
+    row("[0];BaudRate=-9600", "0/BaudRate", "0", true);
+    row("[0];BaudRate=99999999999", "0/BaudRate", "100000000", true);
+    row("[0];BaudRate=1, 2", "0/BaudRate", "0", true);
     row("[0];BaudRate=\" 115200 \"", "0/BaudRate", "115200");
-    row("[0];DataBits=9", "0/DataBits", "0");
-    row("[0];DtrOn=banana", "0/DtrOn", "true");
-    row("[0];ConnMode=9", "0/ConnMode", "0");
-    row("[General];PortNumber=6;[5];ConnMode=42", "5/ConnMode", "0");
+    row("[0];DataBits=9", "0/DataBits", "0", true);
+    row("[0];DtrOn=banana", "0/DtrOn", "true", true);
+    row("[0];ConnMode=9", "0/ConnMode", "0", true);
+    row("[General];PortNumber=6;[5];ConnMode=42", "5/ConnMode", "0", true);
     row("[0];ReceiveMsgForamt=2", "0/ReceiveMsgForamt", "2");
     row("[0];ReceiveMsgFormat=2", "0/ReceiveMsgForamt", "1");
     row("[0];ReceiveEncoding=", "0/ReceiveEncoding", "UTF-8");
     row("[0];RxTimeFormat=\"   \"", "0/RxTimeFormat", "[Rx][hh:mm:ss.zzz] ");
     row("[0];LastTargetHost=a-||--||- b -||-a", "0/LastTargetHost", "b-||-a");
     row("[0];BaudRate=1", "0/LastTargetHost", "");
-    row("[0];UdpLocalPort=70000", "0/UdpLocalPort", "65535");
-    row("[0];UdpLocalPort=x", "0/UdpLocalPort", "60001");
+    row("[0];UdpLocalPort=70000", "0/UdpLocalPort", "65535", true);
+    row("[0];UdpLocalPort=x", "0/UdpLocalPort", "60001", true);
     row("[0];SendTimeUnit=0", "0/SendTimeUnit", "1");
-    row("[0];SendChecksum=6", "0/SendChecksum", "0");
-    row("[0];TerminalEnterMode=7", "0/TerminalEnterMode", "1");
+    row("[0];SendChecksum=6", "0/SendChecksum", "0", true);
+    row("[0];TerminalEnterMode=7", "0/TerminalEnterMode", "1", true);
     row("[0];TxAutoFeedLine=true", "0/TxAutoFeedLine", "false");
     row("[0];TxAutoFeedLine=false;TxLineEndingMode=2", "0/TxAutoFeedLine", "true");
     row("[0];SendList=a, b", "0/SendList", "a|b");
     row("[0];SendTextColor=#ABCDEF", "0/SendTextColor", "#abcdef");
-    row("[0];SendTextColor=red", "0/SendTextColor", "");
-    row("[0];LogFontWeight=5000", "0/LogFontWeight", "1000");
+    row("[0];SendTextColor=red", "0/SendTextColor", "", true);
+    row("[0];LogFontWeight=5000", "0/LogFontWeight", "1000", true);
+    row("[0];LogRotateTime=25:61", "0/LogRotateTime", "", true);
+    row("[0];DataBits=0", "0/DataBits", "0");
     // A port the file says nothing about takes the read defaults, not the record's.
     row("[General];PortNumber=2", "1/BaudRate", "0");
     row("[General];PortNumber=2", "1/ReceiveMsgForamt", "1");
@@ -163,8 +166,14 @@ void TestProjectCodec::readsClampedAndDefaulted()
     QFETCH(QString, key);
     QSettings in(writeFile(dir, ini), QSettings::IniFormat);
     QSettings out(writeFile(dir, {}), QSettings::IniFormat);
-    ProjectCodec::save(out, ProjectCodec::load(in));
+    QStringList replaced;
+    ProjectCodec::save(out, ProjectCodec::load(in, nullptr, &replaced));
     QTEST(storedText(out, key), "read");
+    QTEST(replaced.contains(key), "replaced");
+    // What a project writes reads back with nothing to replace.
+    QStringList again;
+    ProjectCodec::load(out, nullptr, &again);
+    QVERIFY2(again.isEmpty(), qPrintable(again.join(' ')));
 }
 
 void TestProjectCodec::derivedFieldsAndRotationKeys()
@@ -183,12 +192,11 @@ void TestProjectCodec::derivedFieldsAndRotationKeys()
     QCOMPARE(port.format.receiveEncoding, QString("GBK"));
     QCOMPARE(port.format.sendEncoding, QString("UTF-8"));
     QCOMPARE(ProjectCodec::load(settings).ports[0].format.receiveEncoding, QString("CP936"));
-    // Rotation is read from older files...
     QVERIFY(port.format.logRotateAtSize && port.format.logRotateAtTime);
     QVERIFY(port.format.needHourTimeStamp);
     QCOMPARE(port.format.logRotateSize, 2048);
     QCOMPARE(port.format.logRotateTime, QTime(8, 30, 15));
-    // ...and a save over such a file drops it.
+    // A save keeps the rotation and drops the hourly stamp flag of older files.
     ProjectRecord project;
     project.ports = {port};
     ProjectCodec::save(settings, project);
@@ -205,13 +213,38 @@ void TestProjectCodec::writesExactlyTheTableKeys()
     QStringList stored = out.childKeys();
     out.endGroup();
     QStringList names = ProjectCodec::writtenPortKeyNames();
-    QCOMPARE(names.size(), 59);
+    QCOMPARE(names.size(), 63);
     QVERIFY(names.contains("ReceiveMsgForamt") && !names.contains("ReceiveMsgFormat"));
     stored.sort();
     names.sort();
     QCOMPARE(stored, names);
     QCOMPARE(out.value("PortNumber"), QVariant(QString("3")));
     QCOMPARE(out.value("2/LastTargetHost").toString(), QString("10.0.0.2-||-::1-||-bench.example"));
+}
+
+void TestProjectCodec::recognisesProjects_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<bool>("project");
+    QByteArray noise(4096, Qt::Uninitialized);
+    for (int i = 0; i < noise.size(); ++i) {
+        noise[i] = char((i * 7919 + 13) % 251);
+    }
+    QTest::newRow("random bytes") << noise << false;
+    QTest::newRow("a text file") << QByteArray("Dear diary,\nthe board booted.\n") << false;
+    QTest::newRow("some other ini") << QByteArray("[General]\ncolor=blue\n[0]\nname=x\n")
+                                    << false;
+    QTest::newRow("port count only") << QByteArray("[General]\nPortNumber=2\n") << true;
+    QTest::newRow("one port key") << QByteArray("[3]\nBaudRate=9600\n") << true;
+    QTest::newRow("rules of a port") << QByteArray("[0]\nAutoReply\\size=1\n") << true;
+    QTest::newRow("a library only") << QByteArray("[ScriptLibrary]\nScripts\\size=0\n") << true;
+}
+
+void TestProjectCodec::recognisesProjects()
+{
+    QFETCH(QByteArray, content);
+    QSettings file(writeFile(dir, content), QSettings::IniFormat);
+    QTEST(file.status() == QSettings::NoError && ProjectCodec::looksLikeProject(file), "project");
 }
 
 void TestProjectCodec::savingKeepsOtherGroupsAndDropsStalePorts_data()

@@ -11,6 +11,8 @@ class TestStartup : public QObject
 private slots:
     void firstRunPath_data();
     void firstRunPath();
+    void helpAndVersionAnswerFirst_data();
+    void helpAndVersionAnswerFirst();
     void savedPositionMustBeOnScreen_data();
     void savedPositionMustBeOnScreen();
     void chineseFollowsChoiceOrLocale_data();
@@ -20,41 +22,51 @@ private slots:
 void TestStartup::firstRunPath_data()
 {
     QTest::addColumn<QString>("stored");
-    QTest::addColumn<bool>("unattended");
-    QTest::addColumn<int>("answer"); // -1 cancel, 0 accept suggested, 1 accept another
-    QTest::addColumn<bool>("goesOn");
     QTest::addColumn<QString>("result");
-    QTest::addColumn<bool>("asked");
-    QTest::newRow("already set") << "/x/state.ini" << false << -1 << true << "/x/state.ini"
-                                 << false;
-    QTest::newRow("cancelled first run") << "" << false << -1 << false << "" << true;
-    QTest::newRow("accepted") << "" << false << 0 << true << "/sugg.ini" << true;
-    QTest::newRow("chose another") << "" << false << 1 << true << "/mine.ini" << true;
-    QTest::newRow("unattended") << "" << true << -1 << true << "/sugg.ini" << false;
+    QTest::newRow("already set") << "/x/state.ini" << "/x/state.ini";
+    // A first start asks nothing: the suggested place is taken.
+    QTest::newRow("first start") << "" << "/sugg.ini";
 }
 
 void TestStartup::firstRunPath()
 {
     QFETCH(QString, stored);
-    QFETCH(bool, unattended);
-    QFETCH(int, answer);
     QTemporaryDir dir;
     QSettings settings(dir.filePath("app.ini"), QSettings::IniFormat);
     if (!stored.isEmpty()) {
         settings.setValue("CONFIG_FILE_PATH", stored);
     }
-    bool asked = false;
-    const bool goesOn =
-        Startup::ensureConfigFilePath(settings, unattended, "/sugg.ini", [&](QString *path) {
-            asked = true;
-            if (answer == 1) {
-                *path = "/mine.ini";
-            }
-            return answer >= 0;
-        });
-    QTEST(goesOn, "goesOn");
-    QTEST(asked, "asked");
+    Startup::ensureConfigFilePath(settings, "/sugg.ini");
     QTEST(settings.value("CONFIG_FILE_PATH").toString(), "result");
+}
+
+void TestStartup::helpAndVersionAnswerFirst_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("request");
+    const int none = int(Startup::InfoRequest::None);
+    const int help = int(Startup::InfoRequest::Help);
+    const int version = int(Startup::InfoRequest::Version);
+    QTest::newRow("nothing") << QStringList{"velmora"} << none;
+    QTest::newRow("--help") << QStringList{"velmora", "--help"} << help;
+    QTest::newRow("-h after a scene") << QStringList{"velmora", "--screenshot-scene", "grid4", "-h"}
+                                      << help;
+    QTest::newRow("--version") << QStringList{"velmora", "--version"} << version;
+    QTest::newRow("first one wins") << QStringList{"velmora", "-v", "--help"} << version;
+    QTest::newRow("after --") << QStringList{"velmora", "--", "--help"} << none;
+    QTest::newRow("program name only") << QStringList{"--help"} << none;
+}
+
+void TestStartup::helpAndVersionAnswerFirst()
+{
+    QFETCH(QStringList, arguments);
+    QTEST(int(Startup::infoRequest(arguments)), "request");
+    // The help names every switch and the scenes it was given.
+    const QString help = Startup::helpText("velmora", {"grid4", "row4"}, {"toolbox"});
+    for (const char *word : {"--help", "--version", "--screenshot-scene", "--screenshot-dialog",
+                             "row4", "toolbox"}) {
+        QVERIFY2(help.contains(QLatin1String(word)), word);
+    }
 }
 
 void TestStartup::savedPositionMustBeOnScreen_data()

@@ -162,6 +162,21 @@ void TestLogWriter::stampsEachLine()
     QVERIFY(b.write("c\n\nd\n")); // "c" ends the open line: no stamp in front of it
     QCOMPARE(readFile(b.path("port.log")), QByteArray("[10:00:00.005] a\n[10:00:00.005] bc\n"
                                                       "[10:00:01.005] \n[10:00:01.005] d\n"));
+
+    // Lines given the time their bytes arrived or were sent carry it, not the flush's;
+    // a line carries the time of the text it starts in.
+    Bench timed;
+    timed.format.logTimestampEnabled = true;
+    const QDateTime sent(QDate(2026, 3, 14), QTime(10, 0, 0), Qt::UTC);
+    timed.writer->appendLine("AT\n", timed.format, sent);
+    timed.writer->appendLine("OK\nRE", timed.format, sent.addSecs(4));
+    timed.writer->appendLine("ADY\nAT+GMR\n", timed.format, sent.addSecs(8));
+    timed.now = sent.addSecs(10);
+    QString error;
+    QVERIFY(timed.writer->flush(timed.format, "COM3", QString(), &error));
+    QCOMPARE(readFile(timed.path("port.log")),
+             QByteArray("[10:00:00.000] AT\n[10:00:04.000] OK\n[10:00:04.000] READY\n"
+                        "[10:00:08.000] AT+GMR\n"));
 }
 
 void TestLogWriter::sizeZeroRotatesEveryFlush()

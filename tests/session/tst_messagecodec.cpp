@@ -23,18 +23,38 @@ void TestMessageCodec::getHexValue_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QByteArray>("bytes"); // hex
-    QTest::newRow("lone last digit dropped") << "41 4" << QByteArray("41");
-    QTest::newRow("non-hex is nibble 0") << "4G" << QByteArray("40");
-    QTest::newRow("either case, no blanks") << "0a0B" << QByteArray("0a0b");
-    QTest::newRow("blank inside a pair is a nibble") << "4 1" << QByteArray("40");
-    QTest::newRow("lines and tabs between pairs") << " 41\r\n42\t43 " << QByteArray("414243");
-    QTest::newRow("only ASCII digits are hex") << "١٢" << QByteArray("00");
+    QTest::addColumn<QString>("error");    // empty: accepted
+    // Nothing is guessed: a text that is not whole hex bytes sends nothing and says
+    // which character, where.
+    QTest::newRow("either case, no blanks") << "0a0B" << QByteArray("0a0b") << "";
+    QTest::newRow("lines and tabs between pairs") << " 41\r\n42\t43 " << QByteArray("414243")
+                                                  << "";
+    QTest::newRow("bad digit") << "41 4G ZZ 1" << QByteArray()
+                               << "\"G\" at position 5 is not a hex digit.";
+    QTest::newRow("a word") << "hello" << QByteArray() << "\"h\" at position 1 is not a hex digit.";
+    QTest::newRow("C notation") << "0x41,0x42" << QByteArray()
+                                << "\"x\" at position 2 is not a hex digit.";
+    QTest::newRow("lone last digit") << "41 4" << QByteArray()
+                                     << "\"4\" at position 4 has no second digit: use two hex "
+                                        "digits per byte.";
+    QTest::newRow("blank inside a pair") << "4 1" << QByteArray()
+                                         << "\"4\" at position 1 has no second digit: use two "
+                                            "hex digits per byte.";
+    QTest::newRow("only ASCII digits are hex")
+        << "١٢" << QByteArray() << "\"١\" at position 1 is not a hex digit.";
 }
 
 void TestMessageCodec::getHexValue()
 {
     QFETCH(QString, text);
-    QTEST(MessageCodec::GetHexValue(text).toHex(), "bytes");
+    QString error;
+    QTEST(MessageCodec::GetHexValue(text, &error).toHex(), "bytes");
+    QTEST(error, "error");
+    // The send box refuses the same text with the same sentence, and marks it.
+    const EncodeSendResult result = MessageCodec::encodeSend(text, true, FormatSetting());
+    QCOMPARE(result.ok, error.isEmpty());
+    QCOMPARE(result.error, error);
+    QCOMPARE(MessageCodec::hexProblems(text).isEmpty(), error.isEmpty());
 }
 
 void TestMessageCodec::encodeHex_data()
@@ -48,7 +68,7 @@ void TestMessageCodec::encodeHex_data()
     QTest::newRow("comment kept when formatted")
         << "01 02 // note" << true << 0 << QByteArray("0102") << "01 02 // note";
     QTest::newRow("unformatted text untouched")
-        << "1 2// x" << false << 0 << QByteArray("10") << "1 2// x";
+        << "12// x" << false << 0 << QByteArray("12") << "12// x";
     QTest::newRow("comment is all after the first mark")
         << "0a//x//y" << true << 0 << QByteArray("0a") << "0A //x//y";
     QTest::newRow("empty comment dropped")

@@ -46,6 +46,7 @@ private slots:
     void oneByteReadsMerge();
     void trimKeepsPositionsAndPlace_data();
     void trimKeepsPositionsAndPlace();
+    void followsTheEndUntilTheUserScrollsUp();
     void clearForgetsHeldBytes();
 
 private:
@@ -292,7 +293,8 @@ void TestReceiveRenderer::trimKeepsPositionsAndPlace()
     QScrollBar *scroll = view->verticalScrollBar();
     QCOMPARE(scroll->value(), scroll->maximum());
     if (scrolledBack) {
-        scroll->setValue(scroll->maximum() / 4 * 3);
+        // As a drag of the scroll bar does it.
+        scroll->setSliderPosition(scroll->maximum() / 4 * 3);
     }
     const int topBefore = view->cursorForPosition(QPoint(0, 0)).position();
     const QString topLine = view->document()->findBlock(topBefore).text();
@@ -335,6 +337,42 @@ void TestReceiveRenderer::trimKeepsPositionsAndPlace()
     } else {
         QCOMPARE(scroll->value(), scroll->maximum());
     }
+}
+
+// The view follows new data through layout changes until the user scrolls up, tells when
+// it stops following, and follows again on request.
+void TestReceiveRenderer::followsTheEndUntilTheUserScrollsUp()
+{
+    QList<bool> changes;
+    renderer->followingChanged = [&changes](bool following) { changes << following; };
+    for (int i = 0; i < 200; ++i) {
+        renderer->render(record(QByteArray::number(i) + " a line long enough to wrap anew\n", i));
+    }
+    QScrollBar *bar = view->verticalScrollBar();
+    QCOMPARE(bar->value(), bar->maximum());
+    // The panel narrows: lines wrap anew and the view stays at the end.
+    view->resize(150, 200);
+    QCoreApplication::processEvents();
+    renderer->render(record("next\n", 300));
+    QCoreApplication::processEvents();
+    QCOMPARE(bar->value(), bar->maximum());
+    view->resize(500, 120);
+    QCoreApplication::processEvents();
+    QCOMPARE(bar->value(), bar->maximum());
+    QVERIFY(renderer->followingEnd());
+    QVERIFY(changes.isEmpty());
+
+    // The user drags the bar up: the view keeps its place under new data.
+    bar->setSliderPosition(bar->maximum() / 2);
+    QVERIFY(!renderer->followingEnd());
+    const int place = bar->value();
+    renderer->render(record("more\n", 400));
+    QCOMPARE(bar->value(), place);
+    renderer->followEnd();
+    QCOMPARE(bar->value(), bar->maximum());
+    renderer->render(record("last\n", 500));
+    QCOMPARE(bar->value(), bar->maximum());
+    QCOMPARE(changes, QList<bool>({false, true}));
 }
 
 void TestReceiveRenderer::clearForgetsHeldBytes()

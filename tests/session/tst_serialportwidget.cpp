@@ -1,6 +1,7 @@
 #include "automation/autoreplyengine.h"
 #include "connection/connectioncontroller.h"
 #include "connection/multiclientserver.h"
+#include "session/hled.h"
 #include "session/receiverenderer.h"
 #include "session/serialportwidget.h"
 #include "support/testsupport.h"
@@ -13,6 +14,7 @@
 #include <QNetworkDatagram>
 #include <QPlainTextEdit>
 #include <QSpinBox>
+#include <QPushButton>
 #include <QSerialPort>
 #include <QSignalSpy>
 #include <QTcpServer>
@@ -94,6 +96,7 @@ private slots:
     void tcpClientRetriesUntilThePeerIsUp();
     void pausedSerialKeepsTheNewestBytes();
     void pausedUdpLosesNothing();
+    void textAndHexDoNotShareALine();
     void displayTicksHonourTheBudget();
     void fullViewsTrimInTurn();
     void badInputLeavesPanelStoppedAndUsable_data();
@@ -141,8 +144,14 @@ void TestSerialPortWidget::tcpClientShowsWhatTheServerSends()
     peer->write("bye\n");
     peer->disconnectFromHost();
     QTRY_COMPARE_WITH_TIMEOUT(panel.portState(), int(SerialPortWidget::Stopped), Timeout);
-    QVERIFY(panel.viewText().contains("bye"));
     QVERIFY(!panel.portIsOpen());
+    // The view tells the story, naming the peer, in order.
+    const QString endpoint = QStringLiteral("127.0.0.1:%1").arg(server.serverPort());
+    const QString text = panel.viewText();
+    const qsizetype connected = text.indexOf("Connected to " + endpoint);
+    const qsizetype bye = text.indexOf("bye");
+    const qsizetype lost = text.indexOf("Connection to " + endpoint + " lost");
+    QVERIFY2(connected >= 0 && connected < bye && bye < lost, qPrintable(text));
 }
 
 void TestSerialPortWidget::tcpServerKeepsPeersApart()
@@ -232,6 +241,8 @@ void TestSerialPortWidget::pausedSerialKeepsTheNewestBytes()
     SerialPortWidget panel;
     FormatSetting format = panel.formatSettings();
     format.displayBufferSize = 64;
+    format.displayMsgTime = true;
+    format.rxTimeFormat = "<hh:mm:ss.zzz>";
     panel.applyFormatSetting(format);
     panel.applySettings(serialSettings(pty.portA()));
     QVERIFY(panel.start(QString()));
@@ -249,12 +260,21 @@ void TestSerialPortWidget::pausedSerialKeepsTheNewestBytes()
     QTRY_COMPARE_WITH_TIMEOUT(panel.rxByteCount(), qint64(sent.size()), Timeout);
     QCOMPARE(panel.pausedByteCount(), qsizetype(64));
     QCOMPARE(panel.pendingDisplayRecords(), qsizetype(0));
-    QVERIFY(panel.viewText().isEmpty());
+    QVERIFY(!panel.viewText().contains("line"));
 
+    // Held lines keep the time they arrived at, not the time of the resume.
+    const QTime arrived = QTime::currentTime();
+    QTRY_VERIFY(QTime::currentTime().msecsSinceStartOfDay() >
+                arrived.msecsSinceStartOfDay() + 50);
     QVERIFY(panel.start(QString()));
     QCOMPARE(panel.portState(), int(SerialPortWidget::Running));
     QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("line9"), Timeout);
     QVERIFY(!panel.viewText().contains("line0"));
+    const QString text = panel.viewText();
+    const qsizetype stamp = text.lastIndexOf(QLatin1Char('<'));
+    QVERIFY(stamp >= 0);
+    const QTime shown = QTime::fromString(text.mid(stamp + 1, 12), "hh:mm:ss.zzz");
+    QVERIFY2(shown.isValid() && shown <= arrived, qPrintable(text));
     // Resuming does not count the held bytes twice.
     QCOMPARE(panel.rxByteCount(), qint64(sent.size()));
 }
@@ -284,7 +304,9 @@ void TestSerialPortWidget::pausedUdpLosesNothing()
     }
     // Nothing is dropped and nothing shown while paused: all 33 bytes wait.
     QTRY_COMPARE_WITH_TIMEOUT(panel.pendingDisplayBytes(), qint64(3 * 11), Timeout);
-    QVERIFY(panel.viewText().isEmpty());
+    QVERIFY(!panel.viewText().contains("datagram"));
+    // Paused is still open: the send button sends.
+    QCOMPARE(panel.findChild<QPushButton *>("sendButton")->text(), QString("Send"));
     // A new peer adds its row; the list is not rebuilt for it.
     QCOMPARE(peers->count(), 2);
     QCOMPARE(peerRowsRemoved.count(), 0);
@@ -307,6 +329,19 @@ void TestSerialPortWidget::pausedUdpLosesNothing()
     QVERIFY(panel.sendMessage("answer"));
     QTRY_VERIFY_WITH_TIMEOUT(peer.hasPendingDatagrams(), Timeout);
     QCOMPARE(peer.receiveDatagram().data(), QByteArray("answer"));
+}
+
+void TestSerialPortWidget::textAndHexDoNotShareALine()
+{
+    SerialPortWidget panel;
+    panel.pushByteArray("abc", true, Received, QString());
+    panel.displayPortBuffer();
+    FormatSetting format = panel.formatSettings();
+    format.receiveMsgFormat = HexFormat;
+    panel.applyFormatSetting(format);
+    panel.pushByteArray("\x01\x02", true, Received, QString());
+    panel.displayPortBuffer();
+    QCOMPARE(panel.viewText(), QString("abc\n01 02 "));
 }
 
 void TestSerialPortWidget::displayTicksHonourTheBudget()
@@ -366,27 +401,33 @@ void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable_data()
     QTest::addColumn<int>("port");
     QTest::addColumn<QString>("message");
     QTest::addColumn<bool>("failsAtOnce"); // start() itself returns false
+    QTest::addColumn<QString>("inView");    // the line in the view, naming what failed
     QTest::newRow("reserved mode") << 3 << "" << 0 << "This connection type is not supported"
-                                   << true;
-    QTest::newRow("serial path missing") << 0 << "/nonexistent/ttyNothing" << 0
-                                         << "Serial Port /nonexistent/ttyNothing OPEN FAILED"
-                                         << true;
-    QTest::newRow("serial without a name") << 0 << "" << 0 << "Choose a serial port" << true;
-    QTest::newRow("host does not resolve")
-        << 2 << "no-such-host.invalid" << 80 << "TCP connect FAILED" << false;
-    QTest::newRow("peer refuses") << 2 << "127.0.0.1" << int(closedTcpPort())
-                                  << "TCP connect FAILED" << false;
+                                   << true << "Could not open";
+    QTest::newRow("serial path missing")
+        << 0 << "/nonexistent/ttyNothing" << 0 << "Serial Port /nonexistent/ttyNothing OPEN FAILED"
+        << true << "Could not open /nonexistent/ttyNothing: Serial Port";
+    QTest::newRow("serial without a name") << 0 << "" << 0 << "Choose a serial port" << true
+                                           << "Could not open the serial port: Choose";
+    QTest::newRow("host does not resolve") << 2 << "no-such-host.invalid" << 80
+                                           << "TCP connect FAILED" << false
+                                           << "Could not connect to no-such-host.invalid:80: TCP";
+    const int refusing = int(closedTcpPort());
+    QTest::newRow("peer refuses") << 2 << "127.0.0.1" << refusing << "TCP connect FAILED" << false
+                                  << QStringLiteral("Could not connect to 127.0.0.1:%1: TCP")
+                                         .arg(refusing);
     // The system refuses a connection to a broadcast address inside the call.
-    QTest::newRow("address unreachable")
-        << 2 << "255.255.255.255" << 80 << "TCP connect FAILED" << true;
-    QTest::newRow("client port out of range")
-        << 2 << "127.0.0.1" << 70000 << "Port 70000 cannot be connected to" << true;
-    QTest::newRow("client port zero")
-        << 2 << "127.0.0.1" << 0 << "Port 0 cannot be connected to" << true;
-    QTest::newRow("server port negative")
-        << 1 << "" << -5 << "Port -5 cannot be listened on" << true;
-    QTest::newRow("relay unavailable")
-        << 8 << "" << 0 << "Live Relay needs the cloud client" << true;
+    QTest::newRow("address unreachable") << 2 << "255.255.255.255" << 80 << "TCP connect FAILED"
+                                         << true << "Could not connect to 255.255.255.255:80";
+    QTest::newRow("client port out of range") << 2 << "127.0.0.1" << 70000
+                                              << "Port 70000 cannot be connected to" << true
+                                              << "Could not open 127.0.0.1:70000: Port";
+    QTest::newRow("client port zero") << 2 << "127.0.0.1" << 0 << "Port 0 cannot be connected to"
+                                      << true << "Could not open 127.0.0.1:0: Port";
+    QTest::newRow("server port negative") << 1 << "" << -5 << "Port -5 cannot be listened on"
+                                          << true << "Could not open TCP server port -5: Port";
+    QTest::newRow("relay unavailable") << 8 << "" << 0 << "Live Relay needs the cloud client"
+                                       << true << "Could not open";
 }
 
 void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable()
@@ -414,6 +455,8 @@ void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable()
     QTRY_VERIFY_WITH_TIMEOUT(anyStartsWith(status, message), 30000);
     QTRY_COMPARE_WITH_TIMEOUT(panel.portState(), int(SerialPortWidget::Stopped), Timeout);
     QVERIFY(!panel.portIsOpen());
+    QFETCH(QString, inView);
+    QVERIFY2(panel.viewText().contains("] " + inView), qPrintable(panel.viewText()));
 
     // The panel still works afterwards.
     panel.applySettings(tcpServerSettings(0));
@@ -496,11 +539,13 @@ void TestSerialPortWidget::controlLinesOfNetworkPortsExplainThemselves_data()
     QTest::addColumn<int>("mode");
     QTest::addColumn<int>("flow");
     QTest::addColumn<QString>("message");
-    QTest::newRow("tcp client") << 2 << 0 << "Control lines belong to a serial port.";
-    QTest::newRow("udp") << 4 << 0 << "Control lines belong to a serial port.";
+    QTest::addColumn<bool>("linesShown"); // the serial lamps and Break
+    QTest::newRow("tcp client") << 2 << 0 << "Control lines belong to a serial port." << false;
+    QTest::newRow("udp") << 4 << 0 << "Control lines belong to a serial port." << false;
     QTest::newRow("rts under flow control")
-        << 0 << 1 << "RTS is driven by RTS/CTS flow control and cannot be set by hand.";
-    QTest::newRow("remote keeps its own config") << 7 << 0 << "The remote port is left under";
+        << 0 << 1 << "RTS is driven by RTS/CTS flow control and cannot be set by hand." << true;
+    QTest::newRow("remote keeps its own config")
+        << 7 << 0 << "The remote port is left under" << true;
 }
 
 void TestSerialPortWidget::controlLinesOfNetworkPortsExplainThemselves()
@@ -518,6 +563,14 @@ void TestSerialPortWidget::controlLinesOfNetworkPortsExplainThemselves()
     QVERIFY(anyStartsWith(status, message));
     QVERIFY(panel.explainInertControlLine().startsWith(message));
     QVERIFY(!panel.breakIsHeld());
+    // Lamps show only where a serial line exists, and none is lit on a closed port.
+    QFETCH(bool, linesShown);
+    for (const char *name : {"ledRTS", "ledDTR", "ledCTS", "breakButton"}) {
+        QCOMPARE(!panel.findChild<QWidget *>(name)->isHidden(), linesShown);
+    }
+    for (const char *name : {"ledRTS", "ledDTR"}) {
+        QVERIFY(!panel.findChild<HLed *>(name)->isOn());
+    }
 }
 
 void TestSerialPortWidget::logFileHoldsWhatArrivedAndWasSent()

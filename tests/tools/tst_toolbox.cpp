@@ -306,10 +306,16 @@ void TestToolBox::insertFrame_data()
     QTest::addColumn<QString>("input");
     QTest::addColumn<int>("algorithm");
     QTest::addColumn<QString>("frame");
+    // The byte order starts at the algorithm's wire convention: reflected CRCs low byte
+    // first, as a port's Append Checksum sends them, the others high byte first.
     QTest::newRow("Modbus read request")
         << true << "01 03 00 00 00 0A" << int(CrcCatalog::Crc16Modbus) << "01 03 00 00 00 0A C5 CD";
+    QTest::newRow("Modbus one register")
+        << true << "01 03 00 00 00 01" << int(CrcCatalog::Crc16Modbus) << "01 03 00 00 00 01 84 0A";
     QTest::newRow("text") << false << "AB" << int(CrcCatalog::Crc8) << "41 42 87";
     QTest::newRow("no input") << true << "" << int(CrcCatalog::Crc32) << "00 00 00 00";
+    QTest::newRow("CCITT-FALSE high byte first")
+        << false << "123456789" << int(CrcCatalog::Custom) << "31 32 33 34 35 36 37 38 39 29 B1";
 }
 
 void TestToolBox::insertFrame()
@@ -320,7 +326,6 @@ void TestToolBox::insertFrame()
     ToolBox box;
     QSignalSpy spy(&box, &ToolBox::insertRequested);
     child<QComboBox>(box, "inputFormatCombo")->setCurrentIndex(hexInput ? 1 : 0);
-    child<QComboBox>(box, "byteOrderCombo")->setCurrentIndex(1);
     selectAlgorithm(box, CrcCatalog::Algorithm(algorithm));
     child<QPlainTextEdit>(box, "crcInput")->setPlainText(input);
     click(box, "insertFrameButton");

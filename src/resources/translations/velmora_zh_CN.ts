@@ -1362,12 +1362,6 @@
         <translation>Velmora 文件 (*.vlm)</translation>
     </message>
     <message>
-        <source>The project has been modified.
-Do you want to save your changes?</source>
-        <translation>项目已修改。
-是否保存更改？</translation>
-    </message>
-    <message>
         <source>Open Velmora</source>
         <translation>打开 Velmora 项目</translation>
     </message>
@@ -1511,6 +1505,70 @@ Reopen it now?</source>
         <source>The focused port does not log to a file.</source>
         <translation>当前焦点端口未记录日志文件。</translation>
     </message>
+    <message>
+        <source>%1 is not a Velmora project file.</source>
+        <translation>%1 不是 Velmora 项目文件。</translation>
+    </message>
+    <message>
+        <source>%1: %2 values were out of range and were replaced (first: %3).</source>
+        <translation>%1：有 %2 个值超出范围，已被替换（第一个：%3）。</translation>
+    </message>
+    <message>
+        <source>the new project</source>
+        <translation>新项目</translation>
+    </message>
+    <message>
+        <source>Save changes to %1?</source>
+        <translation>是否保存对 %1 的更改？</translation>
+    </message>
+    <message>
+        <source>Settings File Location...</source>
+        <translation>设置文件位置...</translation>
+    </message>
+    <message>
+        <source>&amp;Help</source>
+        <translation>帮助(&amp;H)</translation>
+    </message>
+    <message>
+        <source>Keyboard Shortcuts</source>
+        <translation>键盘快捷键</translation>
+    </message>
+    <message>
+        <source>Lua API Reference</source>
+        <translation>Lua API 参考</translation>
+    </message>
+    <message>
+        <source>About Velmora</source>
+        <translation>关于 Velmora</translation>
+    </message>
+    <message>
+        <source>&lt;h3&gt;Velmora %1&lt;/h3&gt;&lt;p&gt;A workbench for bringing up and debugging serial devices: serial, TCP, UDP and remote serial connections side by side, with auto reply, commands, sequences and Lua scripts.&lt;/p&gt;&lt;p&gt;Built with Qt %2 (running on Qt %3) and %4.&lt;/p&gt;&lt;p&gt;Copyright © NORVANE. All rights reserved. Qt is used under the GNU LGPL version 3; Lua is free software under the MIT licence.&lt;/p&gt;</source>
+        <translation>&lt;h3&gt;Velmora %1&lt;/h3&gt;&lt;p&gt;用于串口设备调试与联调的工作台：串口、TCP、UDP 和远程串口连接并排显示，支持自动应答、命令、序列和 Lua 脚本。&lt;/p&gt;&lt;p&gt;基于 Qt %2 构建（运行于 Qt %3），使用 %4。&lt;/p&gt;&lt;p&gt;版权所有 © NORVANE。保留所有权利。Qt 依据 GNU LGPL 第 3 版使用；Lua 是依据 MIT 许可证发布的自由软件。&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>Send box: send the message</source>
+        <translation>发送框：发送消息</translation>
+    </message>
+    <message>
+        <source>Receive view: every key goes to the device while the port is open and sends text; Enter sends the port&apos;s Enter bytes</source>
+        <translation>接收区：端口打开且以文本发送时，每个按键都会发往设备；回车发送端口设定的回车字节</translation>
+    </message>
+    <message>
+        <source>any key</source>
+        <translation>任意键</translation>
+    </message>
+    <message>
+        <source>Scripts window: run the script</source>
+        <translation>脚本窗口：运行脚本</translation>
+    </message>
+    <message>
+        <source>Scripts window: Lua API reference</source>
+        <translation>脚本窗口：Lua API 参考</translation>
+    </message>
+    <message>
+        <source>Command %1 / %2: send to the focused port</source>
+        <translation>命令 %1 / %2：发送到当前端口</translation>
+    </message>
 </context>
 <context>
     <name>MessageCodec</name>
@@ -1525,6 +1583,14 @@ Reopen it now?</source>
     <message>
         <source>Unknown escape sequence \%1. Write \\ to send a backslash.</source>
         <translation>未知的转义序列 \%1。要发送反斜杠，请写作 \\。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; at position %2 is not a hex digit.</source>
+        <translation>第 %2 个字符“%1”不是十六进制数字。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; at position %2 has no second digit: use two hex digits per byte.</source>
+        <translation>第 %2 个字符“%1”缺少第二位数字：每个字节请使用两位十六进制数字。</translation>
     </message>
 </context>
 <context>
@@ -1616,6 +1682,184 @@ Reopen it now?</source>
     <message>
         <source>Live Relay is not available in this build.</source>
         <translation>此版本不支持 Live Relay。</translation>
+    </message>
+</context>
+<context>
+    <name>ScriptApiReference</name>
+    <message>
+        <source>Sends raw bytes and waits until the port took them. Unread received bytes are dropped first, unless options.keepRx is true.</source>
+        <translation>发送原始字节，并等待端口接收。除非 options.keepRx 为 true，否则会先丢弃尚未读取的接收字节。</translation>
+    </message>
+    <message>
+        <source>Sends bytes written as pairs of hex digits.</source>
+        <translation>发送以两位一组的十六进制数字表示的字节。</translation>
+    </message>
+    <message>
+        <source>Sends text with the port&apos;s send encoding, line ending and checksum.</source>
+        <translation>按端口的发送编码、换行符和校验发送文本。</translation>
+    </message>
+    <message>
+        <source>Sends bytes followed by a line ending, CR LF unless one is given.</source>
+        <translation>发送字节并追加换行符，未指定时为 CR LF。</translation>
+    </message>
+    <message>
+        <source>Sends a command of the project&apos;s command library, found by its name.</source>
+        <translation>按名称查找并发送项目命令库中的命令。</translation>
+    </message>
+    <message>
+        <source>Waits for the text in the received data and fails the run on timeout. Timeouts are in ms, 1000 by default, 0 waits for ever.</source>
+        <translation>等待接收数据中出现该文本，超时则运行失败。超时以毫秒计，默认 1000，0 表示无限等待。</translation>
+    </message>
+    <message>
+        <source>Waits for bytes written in hex; ?? stands for any byte.</source>
+        <translation>等待以十六进制表示的字节；?? 代表任意字节。</translation>
+    </message>
+    <message>
+        <source>Waits for a match of a regular expression over the received bytes.</source>
+        <translation>等待接收字节中出现与正则表达式匹配的内容。</translation>
+    </message>
+    <message>
+        <source>Waits for whichever of several texts comes first.</source>
+        <translation>等待多个文本中最先出现的那个。</translation>
+    </message>
+    <message>
+        <source>Like expect, but gives nil on timeout.</source>
+        <translation>与 expect 相同，但超时返回 nil。</translation>
+    </message>
+    <message>
+        <source>Like expectHex, but gives nil on timeout.</source>
+        <translation>与 expectHex 相同，但超时返回 nil。</translation>
+    </message>
+    <message>
+        <source>Like expectRegex, but gives nil on timeout.</source>
+        <translation>与 expectRegex 相同，但超时返回 nil。</translation>
+    </message>
+    <message>
+        <source>Like expectAny, but gives nil on timeout.</source>
+        <translation>与 expectAny 相同，但超时返回 nil。</translation>
+    </message>
+    <message>
+        <source>Waits for exactly count bytes (1 to 65536); on timeout gives nil and leaves the bytes unread.</source>
+        <translation>等待恰好 count 个字节（1 到 65536）；超时返回 nil，已收到的字节保持未读。</translation>
+    </message>
+    <message>
+        <source>Waits for a line ended by LF and gives it without its line ending.</source>
+        <translation>等待以 LF 结尾的一行，返回时不含行尾。</translation>
+    </message>
+    <message>
+        <source>Takes all unread received bytes at once; never waits.</source>
+        <translation>一次取走所有未读的接收字节；从不等待。</translation>
+    </message>
+    <message>
+        <source>Drops all unread received bytes.</source>
+        <translation>丢弃所有未读的接收字节。</translation>
+    </message>
+    <message>
+        <source>Pauses the script for 0 to 86400000 ms.</source>
+        <translation>暂停脚本 0 到 86400000 毫秒。</translation>
+    </message>
+    <message>
+        <source>Waits until the run is stopped while onReceive handles the data; never returns.</source>
+        <translation>一直等待到运行被停止，期间由 onReceive 处理数据；不会返回。</translation>
+    </message>
+    <message>
+        <source>Calls the function with (bytes, source) for each piece of received data; nil removes it.</source>
+        <translation>每收到一段数据，就以 (bytes, source) 调用该函数；传入 nil 则取消。</translation>
+    </message>
+    <message>
+        <source>Calls the function with (how, why) when the run ends: &quot;passed&quot;, &quot;failed&quot; or &quot;stopped&quot;.</source>
+        <translation>运行结束时以 (how, why) 调用该函数：how 为 &quot;passed&quot;、&quot;failed&quot; 或 &quot;stopped&quot;。</translation>
+    </message>
+    <message>
+        <source>Writes the values to the script output.</source>
+        <translation>将这些值写到脚本输出。</translation>
+    </message>
+    <message>
+        <source>Writes the values to the script output and to the port&apos;s receive view.</source>
+        <translation>将这些值写到脚本输出和端口的接收区。</translation>
+    </message>
+    <message>
+        <source>Ends the run as failed, with the value as the reason; never returns.</source>
+        <translation>以该值为原因结束运行并判为失败；不会返回。</translation>
+    </message>
+    <message>
+        <source>Milliseconds since the run began.</source>
+        <translation>自运行开始以来的毫秒数。</translation>
+    </message>
+    <message>
+        <source>The local time as HH:mm:ss.zzz.</source>
+        <translation>本地时间，格式为 HH:mm:ss.zzz。</translation>
+    </message>
+    <message>
+        <source>The bytes as hex pairs, such as &quot;01 0A FF&quot;.</source>
+        <translation>以十六进制字节对表示的字节，例如 &quot;01 0A FF&quot;。</translation>
+    </message>
+    <message>
+        <source>The bytes that hex pairs stand for.</source>
+        <translation>十六进制字节对所表示的字节。</translation>
+    </message>
+    <message>
+        <source>The value of a named checksum, such as &quot;crc16modbus&quot;, &quot;crc32&quot; or &quot;sum8&quot;.</source>
+        <translation>指定名称的校验值，例如 &quot;crc16modbus&quot;、&quot;crc32&quot; 或 &quot;sum8&quot;。</translation>
+    </message>
+    <message>
+        <source>The bytes with their checksum behind them, low byte first unless order is &quot;be&quot;.</source>
+        <translation>在字节后附加其校验值，除非 order 为 &quot;be&quot;，否则低字节在前。</translation>
+    </message>
+    <message>
+        <source>Whether the frame ends in the right checksum of the bytes before it.</source>
+        <translation>帧末尾是否为其前面字节的正确校验值。</translation>
+    </message>
+    <message>
+        <source>Matches a regular expression against a string, without waiting.</source>
+        <translation>对字符串进行正则匹配，不等待。</translation>
+    </message>
+    <message>
+        <source>UTF-8 text in the port&apos;s send encoding.</source>
+        <translation>将 UTF-8 文本转换为端口的发送编码。</translation>
+    </message>
+    <message>
+        <source>Bytes in the port&apos;s receive encoding, as UTF-8 text.</source>
+        <translation>将端口接收编码的字节转换为 UTF-8 文本。</translation>
+    </message>
+    <message>
+        <source>Lua API Reference</source>
+        <translation>Lua API 参考</translation>
+    </message>
+    <message>
+        <source>A script runs on one port. Besides Lua&apos;s base, string, table, math and utf8 libraries it can call the functions below. Strings are byte strings; [brackets] mark optional arguments.</source>
+        <translation>脚本在一个端口上运行。除 Lua 的 base、string、table、math 和 utf8 库之外，还可以调用下列函数。字符串均为字节串；[方括号] 表示可选参数。</translation>
+    </message>
+    <message>
+        <source>Functions that wait (sends, expect, read, sleep) cannot be called inside onReceive or onStop. The read-only object port has the fields port.name and port.mode.</source>
+        <translation>会等待的函数（发送、expect、read、sleep）不能在 onReceive 或 onStop 中调用。只读对象 port 有 port.name 和 port.mode 两个字段。</translation>
+    </message>
+    <message>
+        <source>Function</source>
+        <translation>函数</translation>
+    </message>
+    <message>
+        <source>Results</source>
+        <translation>返回值</translation>
+    </message>
+    <message>
+        <source>What it does</source>
+        <translation>作用</translation>
+    </message>
+</context>
+<context>
+    <name>ScriptApiReferenceDialog</name>
+    <message>
+        <source>Lua API Reference</source>
+        <translation>Lua API 参考</translation>
+    </message>
+    <message>
+        <source>Function name, e.g. expect</source>
+        <translation>函数名，例如 expect</translation>
+    </message>
+    <message>
+        <source>Find:</source>
+        <translation>查找：</translation>
     </message>
 </context>
 <context>
@@ -2116,6 +2360,14 @@ Reopen it now?</source>
     <message>
         <source>Signal level</source>
         <translation>信号强度</translation>
+    </message>
+    <message>
+        <source>API Reference</source>
+        <translation>API 参考</translation>
+    </message>
+    <message>
+        <source>The functions a script can call, with examples (F1)</source>
+        <translation>脚本可调用的函数及示例 (F1)</translation>
     </message>
 </context>
 <context>
@@ -2865,10 +3117,6 @@ Reopen it now?</source>
         <translation>历史记录</translation>
     </message>
     <message>
-        <source>Text to send</source>
-        <translation>待发送的文本</translation>
-    </message>
-    <message>
         <source>None</source>
         <translation>无</translation>
     </message>
@@ -2944,13 +3192,89 @@ Reopen it now?</source>
         <source>The port did not take the command.</source>
         <translation>端口未接受该命令。</translation>
     </message>
+    <message>
+        <source>Connected to %1</source>
+        <translation>已连接到 %1</translation>
+    </message>
+    <message>
+        <source>Could not open %1</source>
+        <translation>无法打开 %1</translation>
+    </message>
+    <message>
+        <source>Could not open %1: %2</source>
+        <translation>无法打开 %1：%2</translation>
+    </message>
+    <message>
+        <source>Connecting to %1 ...</source>
+        <translation>正在连接 %1 ...</translation>
+    </message>
+    <message>
+        <source>the serial port</source>
+        <translation>串口</translation>
+    </message>
+    <message>
+        <source>TCP server port %1</source>
+        <translation>TCP 服务器端口 %1</translation>
+    </message>
+    <message>
+        <source>UDP port %1</source>
+        <translation>UDP 端口 %1</translation>
+    </message>
+    <message>
+        <source>UDP %1 (local port %2)</source>
+        <translation>UDP %1（本地端口 %2）</translation>
+    </message>
+    <message>
+        <source>this connection</source>
+        <translation>此连接</translation>
+    </message>
+    <message>
+        <source>Could not connect to %1: %2</source>
+        <translation>无法连接到 %1：%2</translation>
+    </message>
+    <message>
+        <source>Lost %1, waiting for it to come back</source>
+        <translation>%1 已丢失，正在等待其恢复</translation>
+    </message>
+    <message>
+        <source>Lost %1</source>
+        <translation>%1 已丢失</translation>
+    </message>
+    <message>
+        <source>Connection to %1 lost</source>
+        <translation>与 %1 的连接已断开</translation>
+    </message>
+    <message>
+        <source>Keys typed in the receive view go to the device as you type. Click the send box to write a message instead.</source>
+        <translation>在接收区键入的按键会立即发往设备。若要编写消息，请单击发送框。</translation>
+    </message>
+    <message>
+        <source>Show the settings of this connection</source>
+        <translation>显示此连接的设置</translation>
+    </message>
+    <message>
+        <source>Fold the settings to a strip</source>
+        <translation>将设置折叠为窄条</translation>
+    </message>
+    <message>
+        <source>Not following: click to follow</source>
+        <translation>未跟随：单击以跟随</translation>
+    </message>
+    <message>
+        <source>New data arrives below; click to scroll to the end and follow it</source>
+        <translation>新数据在下方到达；单击可滚动到末尾并跟随</translation>
+    </message>
+    <message>
+        <source>Text to send (Ctrl+Enter sends)</source>
+        <translation>要发送的文本（Ctrl+Enter 发送）</translation>
+    </message>
+    <message>
+        <source>Sends the message (Ctrl+Enter); opens a closed port</source>
+        <translation>发送消息 (Ctrl+Enter)；端口关闭时先打开端口</translation>
+    </message>
 </context>
 <context>
     <name>SetConfigFilePathDialog</name>
-    <message>
-        <source>Velmora</source>
-        <translation>Velmora</translation>
-    </message>
     <message>
         <source>Choose the file in which Velmora keeps the settings of your last session. You can keep the suggested place.</source>
         <translation>选择 Velmora 保存上次会话设置的文件。可以保留建议的位置。</translation>
@@ -2966,6 +3290,10 @@ Reopen it now?</source>
     <message>
         <source>Settings files (*.ini)</source>
         <translation>设置文件 (*.ini)</translation>
+    </message>
+    <message>
+        <source>Settings File Location</source>
+        <translation>设置文件位置</translation>
     </message>
 </context>
 <context>
@@ -3528,6 +3856,41 @@ Reopen it now?</source>
     <message>
         <source>Display Font</source>
         <translation>显示字体</translation>
+    </message>
+</context>
+<context>
+    <name>Startup</name>
+    <message>
+        <source>Usage: %1 [option]
+A workbench for serial, TCP, UDP and remote serial devices.
+
+Options:
+  -h, --help                     Show this text and exit.
+  -v, --version                  Show the version and exit.
+  --screenshot FILE              Save a picture of the main window.
+  --screenshot-scene NAME FILE [WxH]
+                                 Set up a sample scene and save its picture.
+  --screenshot-dialog NAME FILE [WxH]
+                                 Open a dialog and save its picture.
+
+Scenes: %2
+Dialogs: %3
+</source>
+        <translation>用法：%1 [选项]
+用于串口、TCP、UDP 和远程串口设备的工作台。
+
+选项：
+  -h, --help                     显示本说明并退出。
+  -v, --version                  显示版本并退出。
+  --screenshot FILE              保存主窗口的图片。
+  --screenshot-scene NAME FILE [WxH]
+                                 布置示例场景并保存其图片。
+  --screenshot-dialog NAME FILE [WxH]
+                                 打开对话框并保存其图片。
+
+场景：%2
+对话框：%3
+</translation>
     </message>
 </context>
 <context>
