@@ -30,6 +30,11 @@ QList<QByteArray> BridgeFramer::ingest(QByteArrayView bytes, qint64 nowMs)
     lastByteMs = nowMs;
     buffer.append(bytes);
     harvest(out, current.mode == FramingPolicy::AtOnce);
+    // Whatever is left after a cut came with this arrival (a cut always ends in it), so
+    // the hold time of what is left starts now.
+    if (!out.isEmpty() && !buffer.isEmpty()) {
+        firstByteMs = nowMs;
+    }
     return out;
 }
 
