@@ -323,40 +323,65 @@ bool ModbusDecoder::parseAsciiFrame(QByteArrayView raw, QByteArray *decoded, qui
 
 QString ModbusDecoder::reference(int function, int address)
 {
-    QChar prefix;
+    QString out;
+    appendReference(out, function, address);
+    return out;
+}
+
+void ModbusDecoder::appendReference(QString &out, int function, int address)
+{
+    char prefix = 0;
     switch (function) {
     case 1:
     case 5:
     case 15:
-        prefix = u'0';
+        prefix = '0';
         break;
     case 2:
-        prefix = u'1';
+        prefix = '1';
         break;
     case 4:
-        prefix = u'3';
+        prefix = '3';
         break;
     case 3:
     case 6:
     case 16:
     case 22:
     case 23:
-        prefix = u'4';
+        prefix = '4';
         break;
     default:
-        return {};
+        return;
     }
-    return prefix + QString::number(address + 1).rightJustified(address > 9998 ? 5 : 4, u'0');
+    // The number in at least four digits, five from 10000 on: written backwards into a
+    // small buffer, as this runs for every frame.
+    char digits[12];
+    int at = int(sizeof digits);
+    for (unsigned value = unsigned(address + 1); value != 0 || at > int(sizeof digits) - 4;
+         value /= 10) {
+        digits[--at] = char('0' + value % 10);
+    }
+    digits[--at] = prefix;
+    out += QLatin1StringView(digits + at, qsizetype(sizeof digits) - at);
 }
 
 QString ModbusDecoder::rangeText(int function, int address, int quantity)
 {
-    if (quantity < 2) {
-        return QStringLiteral("%1 (%2)").arg(reference(function, address)).arg(quantity);
+    QString out;
+    appendRange(out, function, address, quantity);
+    return out;
+}
+
+void ModbusDecoder::appendRange(QString &out, int function, int address, int quantity)
+{
+    appendReference(out, function, address);
+    if (quantity >= 2) {
+        out += u'-';
+        appendReference(out, function, address + quantity - 1);
     }
-    return QStringLiteral("%1-%2 (%3)")
-        .arg(reference(function, address), reference(function, address + quantity - 1))
-        .arg(quantity);
+    out += u" (";
+    out += QString::number(quantity);
+    out += u')';
 }
 
 QString ModbusDecoder::coilText(quint16 value)
@@ -383,85 +408,96 @@ QString ModbusDecoder::registerText(quint16 value)
 
 QString ModbusDecoder::summary(const ModbusFrameInfo &info, QByteArrayView pdu)
 {
-    const QString head = tr("Slave %1").arg(info.slave) + QStringLiteral(" \u00B7 ");
+    // Built in one string: this runs for every frame.
+    QString out;
+    out.reserve(96);
+    out += tr("Slave %1").arg(info.slave);
+    out += u" \u00B7 ";
     if (!info.valid || pdu.isEmpty()) {
-        return head + tr("Empty PDU");
+        return out += tr("Empty PDU");
     }
     const qsizetype n = pdu.size();
     const quint8 function = byteAt(pdu, 0);
     if (function & 0x80) {
         if (n < 2) {
-            return head + tr("Exception (%1)").arg(functionName(function));
+            return out += tr("Exception (%1)").arg(functionName(function));
         }
         const quint8 code = byteAt(pdu, 1);
-        return head + tr("Exception %1 %2 (%3)")
+        return out += tr("Exception %1 %2 (%3)")
                           .arg(hexDigits(code, 2), exceptionName(code), functionName(function));
     }
     const bool response = info.isResponse;
     // Each case needs its PDU this long; a shorter one stops after the function name.
     qsizetype needed = 1;
-    QString detail;
     switch (function) {
     case 1:
     case 2:
-        needed = response ? 2 : 5;
-        if (n < needed) {
-            break;
-        }
+    case 3:
+    case 4:
+    case 23:
+        needed = response ? 2 : function == 23 ? 9 : 5;
+        break;
+    case 5:
+    case 6:
+    case 15:
+    case 16:
+        needed = 5;
+        break;
+    case 22:
+        needed = 3;
+        break;
+    default:
+        break;
+    }
+    out += functionName(function);
+    if (n < needed) {
+        return out;
+    }
+    out += response ? u" \u2192 " : u" ";
+    switch (function) {
+    case 1:
+    case 2:
         if (!response) {
-            detail = rangeText(function, wordAt(pdu, 1), wordAt(pdu, 3));
+            appendRange(out, function, wordAt(pdu, 1), wordAt(pdu, 3));
         } else if (info.requestKnown) {
-            detail =
+            out +=
                 tr("%n coil(s)", nullptr, std::min(byteAt(pdu, 1) * 8, int(info.requestQuantity)));
         } else {
-            detail = tr("%n byte(s)", nullptr, byteAt(pdu, 1));
+            out += tr("%n byte(s)", nullptr, byteAt(pdu, 1));
         }
         break;
     case 3:
     case 4:
-        needed = response ? 2 : 5;
-        if (n >= needed) {
-            detail = response ? tr("%n register(s)", nullptr, byteAt(pdu, 1) / 2)
-                              : rangeText(function, wordAt(pdu, 1), wordAt(pdu, 3));
+        if (response) {
+            out += tr("%n register(s)", nullptr, byteAt(pdu, 1) / 2);
+        } else {
+            appendRange(out, function, wordAt(pdu, 1), wordAt(pdu, 3));
         }
         break;
     case 5:
     case 6:
-        needed = 5;
-        if (n >= needed) {
-            detail = reference(function, wordAt(pdu, 1)) + QStringLiteral(" = ") +
-                     (function == 5 ? coilText(wordAt(pdu, 3)) : QString::number(wordAt(pdu, 3)));
-        }
+        appendReference(out, function, wordAt(pdu, 1));
+        out += u" = ";
+        out += function == 5 ? coilText(wordAt(pdu, 3)) : QString::number(wordAt(pdu, 3));
         break;
     case 15:
     case 16:
-        needed = 5;
-        if (n >= needed) {
-            detail = rangeText(function, wordAt(pdu, 1), wordAt(pdu, 3));
-        }
+        appendRange(out, function, wordAt(pdu, 1), wordAt(pdu, 3));
         break;
     case 22:
-        needed = 3;
-        if (n >= needed) {
-            detail = reference(function, wordAt(pdu, 1));
-        }
+        appendReference(out, function, wordAt(pdu, 1));
         break;
     case 23:
-        needed = response ? 2 : 9;
-        if (n < needed) {
-            break;
+        if (response) {
+            out += tr("%n register(s)", nullptr, byteAt(pdu, 1) / 2);
+        } else {
+            out += tr("read %1, write %2")
+                       .arg(rangeText(23, wordAt(pdu, 1), wordAt(pdu, 3)),
+                            rangeText(23, wordAt(pdu, 5), wordAt(pdu, 7)));
         }
-        detail = response ? tr("%n register(s)", nullptr, byteAt(pdu, 1) / 2)
-                          : tr("read %1, write %2")
-                                .arg(rangeText(23, wordAt(pdu, 1), wordAt(pdu, 3)),
-                                     rangeText(23, wordAt(pdu, 5), wordAt(pdu, 7)));
         break;
     default:
-        detail = tr("%n byte(s)", nullptr, int(n - 1));
+        out += tr("%n byte(s)", nullptr, int(n - 1));
     }
-    const QString name = functionName(function);
-    if (n < needed) {
-        return head + name;
-    }
-    return head + name + (response ? QStringLiteral(" \u2192 ") : QStringLiteral(" ")) + detail;
+    return out;
 }

@@ -57,8 +57,10 @@ public:
     // The classic address text ("40001"): a prefix by the table of the function, then
     // address + 1 in at least 4 digits. Empty for functions without a table.
     static QString reference(int function, int address);
+    static void appendReference(QString &out, int function, int address);
     // "40001 (1)" or "40001-40010 (10)".
     static QString rangeText(int function, int address, int quantity);
+    static void appendRange(QString &out, int function, int address, int quantity);
     // "ON", "OFF", else "0x" and four hex digits.
     static QString coilText(quint16 value);
     // "0x%1 (%2)", with the signed reading behind the unsigned one when negative.

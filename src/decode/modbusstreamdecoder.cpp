@@ -188,12 +188,14 @@ void ModbusStreamDecoder::emitFrame(const Key &key, Stream &s, qsizetype length,
     frame.time = s.chunks.first().time;
     frame.direction = key.direction;
     frame.peer = key.peer;
-    frame.raw = s.buffer.first(length);
+    // A frame that is the whole buffer shares its bytes: the common case of one frame
+    // an arrival costs no copy.
+    frame.raw = length == s.buffer.size() ? s.buffer : s.buffer.first(length);
     frame.status = status;
     consume(s, length);
     s.aligned = true;
     classify(frame, out);
-    out.frames.append(frame);
+    out.frames.append(std::move(frame));
 }
 
 void ModbusStreamDecoder::moveToGarbage(const Key &key, Stream &s, qsizetype length,
@@ -231,18 +233,21 @@ void ModbusStreamDecoder::emitGarbage(const Key &key, Stream &s, bool all, Decod
         s.garbage.remove(0, length);
         dropChunks(s.garbageChunks, length);
         if (s.garbage.isEmpty()) {
+            s.garbage.clear();
             s.garbageChunks.clear();
         }
-        out.frames.append(frame);
+        out.frames.append(std::move(frame));
     }
 }
 
 void ModbusStreamDecoder::consume(Stream &s, qsizetype length)
 {
-    s.buffer.remove(0, length);
-    dropChunks(s.chunks, length);
-    if (s.buffer.isEmpty()) {
+    if (length >= s.buffer.size()) {
+        s.buffer.clear(); // lets go of bytes shared with a frame
         s.chunks.clear();
+    } else {
+        s.buffer.remove(0, length);
+        dropChunks(s.chunks, length);
     }
     // Offsets examined by the resync keep their verdict: it depends on the bytes from
     // the offset on, which have not changed.

@@ -22,15 +22,16 @@ void TestBridgeFramer::framing_data()
 
     // The script: "i<ms>:<text>" ingests, "t<ms>" ticks, "f" flushes, "n<ms>=<delay>"
     // checks nextTimeoutMs. The frames are written "[...]" in the order they came out.
-    QTest::newRow("at once") << 0 << QByteArray() << 0 << "n0=-1 i0:ab i1:c n1=-1" << "[ab][c]"
-                             << 0;
+    QTest::newRow("at once") << 0 << QByteArray() << 0 << "n0=-1 i0:ab i1:c n1=-1"
+                             << "[ab][c]" << 0;
     QTest::newRow("at once, oversize") << 0 << QByteArray() << 4 << "i0:abcdefghij"
                                        << "[abcd][efgh][ij]" << 2;
     QTest::newRow("a delimiter split over two reads")
         << 2 << QByteArray("XY") << 0 << "i0:abX n0=200 i1:YcdX i2:Y i3:e t202 t203"
         << "[abXY][cdXY][e]" << 0;
-    QTest::newRow("a delimiter frame over maxBytes") << 2 << QByteArray(";") << 4 << "i0:abcdef;gh f"
-                                                     << "[abcd][ef;][gh]" << 1;
+    QTest::newRow("a delimiter frame over maxBytes")
+        << 2 << QByteArray(";") << 4 << "i0:abcdef;gh f"
+        << "[abcd][ef;][gh]" << 1;
     QTest::newRow("a delimiter never seen") << 2 << QByteArray(";") << 4 << "i0:ab i1:cdefg n1=200"
                                             << "[abcd]" << 1;
     QTest::newRow("fixed length") << 3 << QByteArray() << 4 << "i0:abcdefghij n0=200 t199 t200"
@@ -73,7 +74,8 @@ void TestBridgeFramer::framing()
         }
     };
     for (const QString &op : script.split(u' ')) {
-        const qint64 ms = op.mid(1).section(QRegularExpression(QStringLiteral("[:=]")), 0, 0).toLongLong();
+        const qint64 ms =
+            op.mid(1).section(QRegularExpression(QStringLiteral("[:=]")), 0, 0).toLongLong();
         if (op.startsWith(u'i')) {
             const QByteArray bytes = op.section(u':', 1).toLatin1();
             passed += bytes;

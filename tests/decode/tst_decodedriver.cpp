@@ -27,11 +27,15 @@ void TestDecodeDriver::readsEventsFiles_data()
         << QList<DecodeEvent>{{12, FrameDirection::Tx, hex("01 03"), {}, 3},
                               {5, FrameDirection::Rx, hex("AB CD"), "10.0.0.7:502", 4}}
         << QString();
-    QTest::newRow("no final line end") << QByteArray("1 rx 00") << QList<DecodeEvent>{{1, FrameDirection::Rx, hex("00"), {}, 1}} << QString();
+    QTest::newRow("no final line end")
+        << QByteArray("1 rx 00") << QList<DecodeEvent>{{1, FrameDirection::Rx, hex("00"), {}, 1}}
+        << QString();
     const auto bad = [](const char *text, const char *error) {
-        QTest::newRow(error) << QByteArray(text) << QList<DecodeEvent>{} << QString::fromUtf8(error);
+        QTest::newRow(error) << QByteArray(text) << QList<DecodeEvent>{}
+                             << QString::fromUtf8(error);
     };
-    bad("# header\n1 tx 01\n2 tx 0", "Line 3: \"0\" is not bytes in hex (two digits each, no blanks)");
+    bad("# header\n1 tx 01\n2 tx 0",
+        "Line 3: \"0\" is not bytes in hex (two digits each, no blanks)");
     bad("1 tx 01 host:1 more", "Line 1: expected \"<ms> <tx|rx> <hex> [peer]\"");
     bad("1.5 tx 01", "Line 1: \"1.5\" is not a time in milliseconds");
     bad("\n\n1 up 01", "Line 3: \"up\" is not tx or rx");
@@ -86,13 +90,14 @@ void TestDecodeDriver::decodesAFileAsTheCommandLineDoes()
     driver.run(events);
     const QString read2 = QStringLiteral("Slave 1 · Read Holding Registers 40001-40002 (2)");
     QCOMPARE(driver.takeLines(),
-             (QStringList{"1  RX  INCOMPLETE  Incomplete frame", "2  RX  OK  " + read2,
-                          "3  TX  OK  Slave 1 · Read Holding Registers → 2 register(s)  (#2, 40 ms)",
-                          "4  RX  OK  " + read2,
-                          "5  TX  INCOMPLETE  Slave 1 · Read Holding Registers"}));
+             (QStringList{
+                 "1  RX  INCOMPLETE  Incomplete frame", "2  RX  OK  " + read2,
+                 "3  TX  OK  Slave 1 · Read Holding Registers → 2 register(s)  (#2, 40 ms)",
+                 "4  RX  OK  " + read2, "5  TX  INCOMPLETE  Slave 1 · Read Holding Registers"}));
     QCOMPARE(driver.frames().at(1).pairedSeq, 3U);
     QCOMPARE(driver.frames().at(1).latencyMs, 40);
-    QCOMPARE(driver.frames().at(3).time, QDateTime(QDate(2026, 1, 2), QTime(3, 4, 6, 400), Qt::UTC));
+    QCOMPARE(driver.frames().at(3).time,
+             QDateTime(QDate(2026, 1, 2), QTime(3, 4, 6, 400), Qt::UTC));
     QCOMPARE(driver.frameCount(), 5);
 }
 

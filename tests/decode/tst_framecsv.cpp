@@ -22,20 +22,45 @@ void TestFrameCsv::escape_data()
     QTest::addColumn<QString>("asText");  // escape with the formula guard
     QTest::addColumn<QString>("asValue"); // escapeValue
 
-    QTest::newRow("plain") << "Read Coils" << "Read Coils" << "Read Coils";
-    QTest::newRow("number with a unit") << "-5 mV" << "'-5 mV" << "-5 mV";
-    QTest::newRow("exponent") << "1.5e-3 kPa" << "1.5e-3 kPa" << "1.5e-3 kPa";
-    QTest::newRow("sum") << "-5+3" << "'-5+3" << "'-5+3";
-    QTest::newRow("unit with a formula") << "5 =A1" << "5 =A1" << "5 =A1";
-    QTest::newRow("formula") << "=SUM(A1)" << "'=SUM(A1)" << "'=SUM(A1)";
-    QTest::newRow("at, plus") << "@x" << "'@x" << "'@x";
-    QTest::newRow("tab first") << "\tx" << "'\tx" << "'\tx";
-    QTest::newRow("CR first") << "\rx" << "\"'\rx\"" << "\"'\rx\"";
-    QTest::newRow("comma, quote")
-        << "a,\"b\"" << "\"a,\"\"b\"\"\"" << "\"a,\"\"b\"\"\"";
-    QTest::newRow("formula with a comma") << "=1,2" << "\"'=1,2\"" << "\"'=1,2\"";
-    QTest::newRow("blank around") << " 5" << "\" 5\"" << "\" 5\"";
-    QTest::newRow("line feed") << "a\nb" << "\"a\nb\"" << "\"a\nb\"";
+    QTest::newRow("plain") << "Read Coils"
+                           << "Read Coils"
+                           << "Read Coils";
+    QTest::newRow("number with a unit") << "-5 mV"
+                                        << "'-5 mV"
+                                        << "-5 mV";
+    QTest::newRow("exponent") << "1.5e-3 kPa"
+                              << "1.5e-3 kPa"
+                              << "1.5e-3 kPa";
+    QTest::newRow("sum") << "-5+3"
+                         << "'-5+3"
+                         << "'-5+3";
+    QTest::newRow("unit with a formula") << "5 =A1"
+                                         << "5 =A1"
+                                         << "5 =A1";
+    QTest::newRow("formula") << "=SUM(A1)"
+                             << "'=SUM(A1)"
+                             << "'=SUM(A1)";
+    QTest::newRow("at, plus") << "@x"
+                              << "'@x"
+                              << "'@x";
+    QTest::newRow("tab first") << "\tx"
+                               << "'\tx"
+                               << "'\tx";
+    QTest::newRow("CR first") << "\rx"
+                              << "\"'\rx\""
+                              << "\"'\rx\"";
+    QTest::newRow("comma, quote") << "a,\"b\""
+                                  << "\"a,\"\"b\"\"\""
+                                  << "\"a,\"\"b\"\"\"";
+    QTest::newRow("formula with a comma") << "=1,2"
+                                          << "\"'=1,2\""
+                                          << "\"'=1,2\"";
+    QTest::newRow("blank around") << " 5"
+                                  << "\" 5\""
+                                  << "\" 5\"";
+    QTest::newRow("line feed") << "a\nb"
+                               << "\"a\nb\""
+                               << "\"a\nb\"";
 }
 
 void TestFrameCsv::escape()
@@ -75,14 +100,15 @@ void TestFrameCsv::framesAndFields()
     DecodeDriver asciiDriver(ModbusStreamDecoder::Variant::Ascii);
     asciiDriver.setWallBase(QDateTime(QDate(2026, 11, 22), QTime(10, 15), Qt::UTC));
     asciiDriver.run({rx(1, ascii("11 06 00 01 FF FE"), QStringLiteral("=10.0.0.5:502"))});
-    QCOMPARE(asciiDriver.fieldsCsv().split(QStringLiteral("\r\n")).mid(1),
-             (QStringList{"1,2026-11-22 10:15:00.001,RX,OK,Note,ASCII frame; offsets count the "
-                          "decoded bytes,,,",
-                          "1,2026-11-22 10:15:00.001,RX,OK,Slave,17,0,1,11",
-                          "1,2026-11-22 10:15:00.001,RX,OK,Function,0x06 Write Single Register,1,1,06",
-                          "1,2026-11-22 10:15:00.001,RX,OK,Address,40002,2,2,00 01",
-                          "1,2026-11-22 10:15:00.001,RX,OK,Value,0xFFFE (65534 / -2),4,2,FF FE",
-                          "1,2026-11-22 10:15:00.001,RX,OK,LRC,0xEB OK,6,1,EB", ""}));
+    QCOMPARE(
+        asciiDriver.fieldsCsv().split(QStringLiteral("\r\n")).mid(1),
+        (QStringList{"1,2026-11-22 10:15:00.001,RX,OK,Note,ASCII frame; offsets count the "
+                     "decoded bytes,,,",
+                     "1,2026-11-22 10:15:00.001,RX,OK,Slave,17,0,1,11",
+                     "1,2026-11-22 10:15:00.001,RX,OK,Function,0x06 Write Single Register,1,1,06",
+                     "1,2026-11-22 10:15:00.001,RX,OK,Address,40002,2,2,00 01",
+                     "1,2026-11-22 10:15:00.001,RX,OK,Value,0xFFFE (65534 / -2),4,2,FF FE",
+                     "1,2026-11-22 10:15:00.001,RX,OK,LRC,0xEB OK,6,1,EB", ""}));
     QVERIFY(asciiDriver.framesCsv().contains(",RX,'=10.0.0.5:502,Modbus ASCII,"));
 }
 

@@ -147,7 +147,8 @@ void TestModbusCodec::gatewayCarriesRequestsAndAnswers()
 
     // Answers come back with their request's transaction, matched by unit.
     QCOMPARE(gateway.rtuToTcp(rtu("02 06 00 01 00 03"), 20), second);
-    QCOMPARE(gateway.rtuToTcp(rtu("01 03 04 00 0A 01 02"), 30), tcp(0x0101, "01 03 04 00 0A 01 02"));
+    QCOMPARE(gateway.rtuToTcp(rtu("01 03 04 00 0A 01 02"), 30),
+             tcp(0x0101, "01 03 04 00 0A 01 02"));
     QCOMPARE(gateway.nextTimeoutMs(30), -1);
 }
 
