@@ -1,12 +1,7 @@
-"""A Modbus peer for the decoder tests, on Debian's pymodbus.
-
-    modbus_peer.py server rtu|tcp PORT      serve slave 1 until killed
-    modbus_peer.py client rtu|tcp PORT      run the exchange, print what was read as JSON
-
-The server holds 100 coils, inputs and registers from address 0; input register n holds
-n + 1000 and every third discrete input is on. The client writes registers and coils,
-reads them back, reads inputs, and asks for an address that does not exist.
-"""
+"""A Modbus peer on Debian's pymodbus: `server rtu|tcp PORT` serves slave 1 until killed
+(input register n holds n + 1000, every third input is on); `client rtu|tcp PORT` writes
+and reads back registers and coils, reads inputs, asks for an address that does not exist,
+and prints what it read as JSON."""
 import json
 import logging
 import sys

@@ -1,26 +1,25 @@
 // Traffic between independent Modbus implementations, captured on the wire and decoded:
-// pymodbus as master and slave over a pseudo-terminal (RTU) and over TCP, and mbpoll as
-// master. The test sits between the two ends, forwarding and recording every read as an
-// event; the capture goes through an events file and the decoder as the command line
-// runs them. A TCP capture is also written as a pcap file and read by tshark, whose
-// Modbus dissector must agree with the decoder frame by frame.
+// pymodbus as slave with pymodbus or mbpoll as master, over a pseudo-terminal (RTU) and
+// over TCP. The test sits between master and slave, forwarding and recording every read
+// as an event; the capture goes through an events file and the decoder as the command
+// line runs them. The pymodbus TCP capture is also written as a pcap file for tshark,
+// whose Modbus dissector must agree with the decoder frame by frame.
 
 #include "decode/decodedriver.h"
 #include "decode/framecsv.h"
 #include "decode/modbusdecoder.h"
 #include "support/testsupport.h"
 
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QSerialPort>
 #include <QStandardPaths>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTemporaryDir>
 #include <QtEndian>
+
+#include <functional>
 #include <QtTest>
 
 using Variant = ModbusStreamDecoder::Variant;
@@ -29,126 +28,48 @@ namespace {
 
 const QString Python = QStringLiteral("/usr/bin/python3");
 
-bool havePymodbus()
+// Runs a program to its end (60 s at most) while the event loop forwards its bytes.
+bool runToEnd(const QString &program, const QStringList &arguments, QByteArray *output = nullptr)
 {
-    return QProcess::execute(Python, {QStringLiteral("-c"),
-                                      QStringLiteral("import pymodbus, serial_asyncio")}) == 0;
-}
-
-// Forwards between a master's end and a slave's end, recording what passes: what the
-// master sends as TX, what the slave answers as RX.
-class Tap : public QObject
-{
-public:
-    void join(QIODevice *master, QIODevice *slave, const QString &peer = {})
-    {
-        connect(master, &QIODevice::readyRead, this,
-                [=, this] { pass(master, slave, FrameDirection::Tx, peer); });
-        connect(slave, &QIODevice::readyRead, this,
-                [=, this] { pass(slave, master, FrameDirection::Rx, peer); });
-    }
-
-    QList<DecodeEvent> events;
-    QElapsedTimer clock;
-
-private:
-    void pass(QIODevice *from, QIODevice *to, FrameDirection direction, const QString &peer)
-    {
-        const QByteArray bytes = from->readAll();
-        if (!bytes.isEmpty()) {
-            events.append({clock.elapsed(), direction, bytes, peer, 0});
-            to->write(bytes);
-        }
-    }
-};
-
-// A TCP relay on a free port to a server, one tap for every connection.
-class TcpRelay : public QObject
-{
-public:
-    TcpRelay(quint16 serverPort, Tap *tap)
-    {
-        server.listen(QHostAddress::LocalHost, 0);
-        connect(&server, &QTcpServer::newConnection, this, [=, this] {
-            while (QTcpSocket *client = server.nextPendingConnection()) {
-                auto *upstream = new QTcpSocket(client);
-                upstream->connectToHost(QHostAddress::LocalHost, serverPort);
-                upstream->waitForConnected(5000);
-                tap->join(client, upstream, QStringLiteral("127.0.0.1:%1").arg(client->peerPort()));
-            }
-        });
-    }
-    quint16 port() const { return server.serverPort(); }
-
-private:
-    QTcpServer server;
-};
-
-// Whether `process` has `path` open: the serial server is ready once it holds its port.
-bool holdsOpen(const QProcess &process, const QString &path)
-{
-    const QString device = QFileInfo(path).canonicalFilePath();
-    const QDir fds(QStringLiteral("/proc/%1/fd").arg(process.processId()));
-    for (const QFileInfo &fd : fds.entryInfoList(QDir::Files | QDir::System)) {
-        if (fd.symLinkTarget() == device) {
-            return true;
-        }
-    }
-    return false;
-}
-
-// Runs a peer to its end while the event loop forwards its bytes.
-bool runToEnd(QProcess &process, const QString &program, const QStringList &arguments,
-              QByteArray *output = nullptr)
-{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(program, arguments);
-    if (!process.waitForStarted(10000)) {
-        return false;
-    }
     QDeadlineTimer deadline(60000);
     while (process.state() != QProcess::NotRunning && !deadline.hasExpired()) {
         QTest::qWait(20);
     }
+    process.kill();
+    process.waitForFinished(5000);
     if (output) {
         *output = process.readAllStandardOutput();
     }
     return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
-void stop(QProcess &process)
+// Waits on `condition` with the event loop running, 20 s at most.
+bool waitUntil(const std::function<bool()> &condition)
 {
-    if (process.state() != QProcess::NotRunning) {
-        process.terminate();
-        if (!process.waitForFinished(5000)) {
-            process.kill();
-            process.waitForFinished(5000);
+    QDeadlineTimer deadline(20000);
+    while (!condition()) {
+        if (deadline.hasExpired()) {
+            return false;
         }
+        QTest::qWait(20);
     }
+    return true;
 }
 
-// The capture through an events file and the decoder, as the command line would.
-std::unique_ptr<DecodeDriver> decodeCapture(Variant variant, const QList<DecodeEvent> &events)
+// Whether `process` has `path` open: the serial slave is ready once it holds its port.
+bool holdsOpen(const QProcess &process, const QString &path)
 {
-    QTemporaryFile file;
-    if (!file.open()) {
-        return nullptr;
-    }
-    for (const DecodeEvent &event : events) {
-        file.write(DecodeEvents::formatLine(event) + '\n');
-    }
-    file.seek(0);
-    QList<DecodeEvent> read;
-    QString error;
-    if (!DecodeEvents::read(file, &read, &error)) {
-        qWarning("%s", qPrintable(error));
-        return nullptr;
-    }
-    auto driver = std::make_unique<DecodeDriver>(variant);
-    driver->run(read);
-    return driver;
+    const QString device = QFileInfo(path).canonicalFilePath();
+    const QDir fds(QStringLiteral("/proc/%1/fd").arg(process.processId()));
+    const QFileInfoList entries = fds.entryInfoList(QDir::Files | QDir::System);
+    return std::any_of(entries.begin(), entries.end(),
+                       [&](const QFileInfo &fd) { return fd.symLinkTarget() == device; });
 }
 
-// The items of a frame's group row ("40011=0x006F (111)").
+// The items under a frame's group row, "40011=0x006F (111)".
 QStringList items(const DecodeDriver &driver, const DecodedFrame &frame)
 {
     QStringList out;
@@ -160,72 +81,44 @@ QStringList items(const DecodeDriver &driver, const DecodedFrame &frame)
     return out;
 }
 
-QStringList registerItems(int function, int start, const QJsonArray &values)
+// The same as the master read them: registers, or bits when `function` reads bits.
+QStringList expectedItems(int function, int start, const QJsonArray &values)
 {
     QStringList out;
     for (int i = 0; i < values.size(); ++i) {
+        const QJsonValue v = values.at(i);
         out.append(ModbusDecoder::reference(function, start + i) + u'=' +
-                   ModbusDecoder::registerText(quint16(values.at(i).toInt())));
+                   (function <= 2 ? QString::fromLatin1(v.toBool() ? "ON" : "OFF")
+                                  : ModbusDecoder::registerText(quint16(v.toInt()))));
     }
     return out;
 }
 
-QStringList bitItems(int function, int start, const QJsonArray &values)
-{
-    QStringList out;
-    for (int i = 0; i < values.size(); ++i) {
-        out.append(ModbusDecoder::reference(function, start + i) + u'=' +
-                   (values.at(i).toBool() ? QStringLiteral("ON") : QStringLiteral("OFF")));
-    }
-    return out;
-}
-
-// A TCP capture as a pcap file: each event a segment between 10.0.0.1 (the client, at
-// its own port) and 10.0.0.2 at `serverPort`, sequence numbers counted per direction.
-QByteArray pcapOf(const QList<DecodeEvent> &events, quint16 serverPort)
+// A capture of one TCP connection as a pcap file: the client 10.0.0.1:40000 and the
+// server 10.0.0.2 at `port`, each event a segment, sequence numbers per direction.
+QByteArray pcapOf(const QList<DecodeEvent> &events, quint16 port)
 {
     QByteArray out;
-    const auto put32 = [&](quint32 v) { out.append(reinterpret_cast<const char *>(&v), 4); };
-    const auto put16 = [&](quint16 v) { out.append(reinterpret_cast<const char *>(&v), 2); };
-    put32(0xA1B2C3D4);
-    put16(2);
-    put16(4);
-    put32(0);
-    put32(0);
-    put32(65535);
-    put32(1); // Ethernet
-    QHash<QString, quint32> seq;
+    QDataStream file(&out, QIODevice::WriteOnly);
+    file.setByteOrder(QDataStream::LittleEndian);
+    file << quint32(0xA1B2C3D4) << quint16(2) << quint16(4) << qint32(0) << quint32(0)
+         << quint32(65535) << quint32(1);
+    quint32 seq[2] = {1000, 1000};
     for (const DecodeEvent &event : events) {
-        const bool fromClient = event.direction == FrameDirection::Tx;
-        const quint16 clientPort = event.peer.section(u':', 1).toUShort();
-        QByteArray packet(14 + 20 + 20, '\0');
-        packet[12] = 0x08; // IPv4
-        uchar *ip = reinterpret_cast<uchar *>(packet.data()) + 14;
-        ip[0] = 0x45;
-        qToBigEndian<quint16>(quint16(40 + event.bytes.size()), ip + 2);
-        ip[8] = 64;
-        ip[9] = 6; // TCP
-        const uchar client[4] = {10, 0, 0, 1};
-        const uchar server[4] = {10, 0, 0, 2};
-        memcpy(ip + 12, fromClient ? client : server, 4);
-        memcpy(ip + 16, fromClient ? server : client, 4);
-        uchar *tcp = ip + 20;
-        qToBigEndian<quint16>(fromClient ? clientPort : serverPort, tcp);
-        qToBigEndian<quint16>(fromClient ? serverPort : clientPort, tcp + 2);
-        const QString key = event.peer + (fromClient ? u'>' : u'<');
-        const QString back = event.peer + (fromClient ? u'<' : u'>');
-        qToBigEndian<quint32>(seq.value(key, 1000), tcp + 4);
-        qToBigEndian<quint32>(seq.value(back, 1000), tcp + 8);
-        seq[key] = seq.value(key, 1000) + quint32(event.bytes.size());
-        tcp[12] = 0x50;
-        tcp[13] = 0x18; // PSH, ACK
-        qToBigEndian<quint16>(65535, tcp + 14);
-        packet += event.bytes;
-        put32(quint32(event.ms / 1000));
-        put32(quint32(event.ms % 1000 * 1000));
-        put32(quint32(packet.size()));
-        put32(quint32(packet.size()));
-        out += packet;
+        const int from = event.direction == FrameDirection::Tx ? 0 : 1;
+        QByteArray packet;
+        QDataStream p(&packet, QIODevice::WriteOnly); // network order
+        p << quint32(0) << quint32(0) << quint32(0); // Ethernet addresses
+        p << quint16(0x0800) << quint8(0x45) << quint8(0) << quint16(40 + event.bytes.size())
+          << quint32(0) << quint8(64) << quint8(6) << quint16(0)
+          << quint32(from ? 0x0A000002 : 0x0A000001) << quint32(from ? 0x0A000001 : 0x0A000002)
+          << quint16(from ? port : 40000) << quint16(from ? 40000 : port) << seq[from]
+          << seq[1 - from] << quint16(0x5018) << quint16(65535) << quint32(0);
+        p.writeRawData(event.bytes.constData(), int(event.bytes.size()));
+        seq[from] += quint32(event.bytes.size());
+        file << quint32(event.ms / 1000) << quint32(event.ms % 1000 * 1000)
+             << quint32(packet.size()) << quint32(packet.size());
+        file.writeRawData(packet.constData(), int(packet.size()));
     }
     return out;
 }
@@ -237,38 +130,54 @@ class TestModbusPeers : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void pymodbusExchange_data();
-    void pymodbusExchange();
-    void mbpollMaster_data();
-    void mbpollMaster();
+    void exchange_data();
+    void exchange();
 
 private:
-    // A running pymodbus server and the tap in front of it; `where` is the master's end.
-    bool startServer(Variant variant, QString *where);
-    void stopServer();
+    // Starts the pymodbus slave and the forwarding in front of it; the master's end is
+    // a pty path (RTU) or a port number (TCP).
+    bool startSlave(Variant variant, QString *masterEnd);
+    void stopSlave();
+    void forward(QIODevice *master, QIODevice *slave);
+    std::unique_ptr<DecodeDriver> decodeCapture(Variant variant);
+    void compareWithTshark(const DecodeDriver &driver);
 
-    Tap tap;
-    QProcess server;
+    QList<DecodeEvent> events;
+    QElapsedTimer clock;
+    QProcess slave;
     testsupport::PtyPair slaveLine;
     testsupport::PtyPair masterLine;
-    std::unique_ptr<QSerialPort> slaveTap;
-    std::unique_ptr<QSerialPort> masterTap;
-    std::unique_ptr<TcpRelay> relay;
+    QSerialPort slaveTap;
+    QSerialPort masterTap;
+    QTcpServer relay;
 };
 
 void TestModbusPeers::initTestCase()
 {
-    if (!QFileInfo::exists(Python) || !havePymodbus()) {
+    if (QProcess::execute(Python, {"-c", "import pymodbus, serial_asyncio"}) != 0) {
         QSKIP("python3-pymodbus and python3-serial-asyncio are not installed (scripts/deps.sh "
               "test installs them)");
     }
 }
 
-bool TestModbusPeers::startServer(Variant variant, QString *where)
+void TestModbusPeers::forward(QIODevice *master, QIODevice *slave)
 {
-    tap.events.clear();
-    tap.clock.start();
-    server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    // What the master sends is recorded as TX, what the slave answers as RX.
+    const auto pass = [this](QIODevice *from, QIODevice *to, FrameDirection direction) {
+        const QByteArray bytes = from->readAll();
+        if (!bytes.isEmpty()) {
+            events.append({clock.elapsed(), direction, bytes, {}, 0});
+            to->write(bytes);
+        }
+    };
+    connect(master, &QIODevice::readyRead, this, [=] { pass(master, slave, FrameDirection::Tx); });
+    connect(slave, &QIODevice::readyRead, this, [=] { pass(slave, master, FrameDirection::Rx); });
+}
+
+bool TestModbusPeers::startSlave(Variant variant, QString *masterEnd)
+{
+    events.clear();
+    clock.start();
     const QString script = QFINDTESTDATA("modbus_peer.py");
     if (variant == Variant::Rtu) {
         QString why;
@@ -276,87 +185,139 @@ bool TestModbusPeers::startServer(Variant variant, QString *where)
             qWarning("%s", qPrintable(why));
             return false;
         }
-        server.start(Python,
-                     {script, QStringLiteral("server"), QStringLiteral("rtu"), slaveLine.portA()});
-        server.waitForStarted(10000);
-        slaveTap = std::make_unique<QSerialPort>(slaveLine.portB());
-        masterTap = std::make_unique<QSerialPort>(masterLine.portB());
-        if (!slaveTap->open(QIODevice::ReadWrite) || !masterTap->open(QIODevice::ReadWrite)) {
+        slave.start(Python, {script, "server", "rtu", slaveLine.portA()});
+        slaveTap.setPortName(slaveLine.portB());
+        masterTap.setPortName(masterLine.portB());
+        if (!slaveTap.open(QIODevice::ReadWrite) || !masterTap.open(QIODevice::ReadWrite)) {
             return false;
         }
-        tap.join(masterTap.get(), slaveTap.get());
-        *where = masterLine.portA();
-    } else {
-        QTcpServer probe;
-        probe.listen(QHostAddress::LocalHost, 0);
-        const quint16 port = probe.serverPort();
-        probe.close();
-        server.start(Python, {script, QStringLiteral("server"), QStringLiteral("tcp"),
-                              QString::number(port)});
-        server.waitForStarted(10000);
+        forward(&masterTap, &slaveTap);
+        *masterEnd = masterLine.portA();
+        return waitUntil([this] { return holdsOpen(slave, slaveLine.portA()); });
+    }
+    relay.listen(QHostAddress::LocalHost, 0);
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    const quint16 slavePort = probe.serverPort();
+    probe.close();
+    slave.start(Python, {script, "server", "tcp", QString::number(slavePort)});
+    connect(&relay, &QTcpServer::newConnection, this, [=, this] {
+        QTcpSocket *master = relay.nextPendingConnection();
+        auto *upstream = new QTcpSocket(master);
+        upstream->connectToHost(QHostAddress::LocalHost, slavePort);
+        upstream->waitForConnected(5000);
+        forward(master, upstream);
+    });
+    *masterEnd = QString::number(relay.serverPort());
+    return waitUntil([&] {
         QTcpSocket socket;
-        QDeadlineTimer deadline(20000);
-        do {
-            socket.abort();
-            socket.connectToHost(QHostAddress::LocalHost, port);
-        } while (!socket.waitForConnected(200) && !deadline.hasExpired());
-        if (socket.state() != QAbstractSocket::ConnectedState) {
-            return false;
-        }
-        socket.disconnectFromHost();
-        relay = std::make_unique<TcpRelay>(port, &tap);
-        *where = QString::number(relay->port());
-    }
-    if (variant == Variant::Rtu) {
-        QDeadlineTimer deadline(20000);
-        while (!holdsOpen(server, slaveLine.portA()) && !deadline.hasExpired()) {
-            QTest::qWait(20);
-        }
-    }
-    return server.state() == QProcess::Running;
+        socket.connectToHost(QHostAddress::LocalHost, slavePort);
+        return socket.waitForConnected(200);
+    });
 }
 
-void TestModbusPeers::stopServer()
+void TestModbusPeers::stopSlave()
 {
-    stop(server);
-    relay.reset();
-    slaveTap.reset();
-    masterTap.reset();
+    slave.terminate();
+    if (!slave.waitForFinished(5000)) {
+        slave.kill();
+        slave.waitForFinished(5000);
+    }
+    relay.close();
+    relay.disconnect();
+    qDeleteAll(relay.findChildren<QTcpSocket *>(Qt::FindDirectChildrenOnly));
+    for (QSerialPort *tap : {&slaveTap, &masterTap}) {
+        tap->disconnect();
+        tap->close();
+    }
     slaveLine.stop();
     masterLine.stop();
 }
 
-void TestModbusPeers::pymodbusExchange_data()
+std::unique_ptr<DecodeDriver> TestModbusPeers::decodeCapture(Variant variant)
 {
-    QTest::addColumn<Variant>("variant");
-    QTest::newRow("rtu over a pty") << Variant::Rtu;
-    QTest::newRow("tcp") << Variant::Tcp;
+    // Through an events file, as the command line reads it.
+    QTemporaryFile file;
+    if (!file.open()) {
+        return nullptr;
+    }
+    for (const DecodeEvent &event : std::as_const(events)) {
+        file.write(DecodeEvents::formatLine(event) + '\n');
+    }
+    file.seek(0);
+    QList<DecodeEvent> read;
+    QString error;
+    if (!DecodeEvents::read(file, &read, &error)) {
+        return nullptr;
+    }
+    auto driver = std::make_unique<DecodeDriver>(variant);
+    driver->run(read);
+    for (const DecodedFrame &frame : driver->frames()) {
+        const bool whole =
+            frame.status == FrameStatus::Ok || frame.status == FrameStatus::Exception;
+        if (!whole || frame.pairedSeq == 0) {
+            qWarning("not a paired frame: %s", qPrintable(DecodeDriver::lineText(frame)));
+            return nullptr;
+        }
+    }
+    return driver;
 }
 
-void TestModbusPeers::pymodbusExchange()
+void TestModbusPeers::exchange_data()
+{
+    QTest::addColumn<Variant>("variant");
+    QTest::addColumn<bool>("mbpoll");
+    QTest::newRow("pymodbus, rtu over a pty") << Variant::Rtu << false;
+    QTest::newRow("pymodbus, tcp") << Variant::Tcp << false;
+    QTest::newRow("mbpoll, rtu over a pty") << Variant::Rtu << true;
+    QTest::newRow("mbpoll, tcp") << Variant::Tcp << true;
+}
+
+void TestModbusPeers::exchange()
 {
     QFETCH(Variant, variant);
-    QString where;
-    const auto cleanup = qScopeGuard([this] { stopServer(); });
-    QVERIFY(startServer(variant, &where));
-    QProcess client;
-    QByteArray output;
-    QVERIFY(
-        runToEnd(client, Python,
-                 {QFINDTESTDATA("modbus_peer.py"), QStringLiteral("client"),
-                  variant == Variant::Rtu ? QStringLiteral("rtu") : QStringLiteral("tcp"), where},
-                 &output));
-    const QJsonObject got = QJsonDocument::fromJson(output).object();
-    QVERIFY2(!got.isEmpty(), output.constData());
+    QFETCH(bool, mbpoll);
+    const QString mbpollPath = QStandardPaths::findExecutable("mbpoll");
+    if (mbpoll && mbpollPath.isEmpty()) {
+        QSKIP("mbpoll is not installed (scripts/deps.sh test installs it)");
+    }
+    const bool rtu = variant == Variant::Rtu;
+    QString end;
+    const auto cleanup = qScopeGuard([this] { stopSlave(); });
+    QVERIFY(startSlave(variant, &end));
 
-    const auto driver = decodeCapture(variant, tap.events);
+    if (mbpoll) {
+        // Three registers from reference 5 written and read back, then three coils.
+        const QStringList line = QStringList{"-a", "1", "-1", "-o", "3"} +
+                                 (rtu ? QStringList{"-m", "rtu", "-b", "19200", "-P", "none", end}
+                                      : QStringList{"-m", "tcp", "-p", end, "127.0.0.1"});
+        QVERIFY(runToEnd(mbpollPath, QStringList{"-t", "4", "-r", "5"} + line +
+                                         QStringList{"1234", "65534", "7"}));
+        QVERIFY(runToEnd(mbpollPath, QStringList{"-t", "4", "-r", "5", "-c", "3"} + line));
+        QVERIFY(runToEnd(mbpollPath,
+                         QStringList{"-t", "0", "-r", "40"} + line + QStringList{"1", "0", "1"}));
+        QVERIFY(runToEnd(mbpollPath, QStringList{"-t", "0", "-r", "40", "-c", "3"} + line));
+        const auto driver = decodeCapture(variant);
+        QVERIFY(driver);
+        const QList<DecodedFrame> &frames = driver->frames();
+        QCOMPARE(frames.size(), 8);
+        QCOMPARE(frames.at(0).summary, "Slave 1 · Write Multiple Registers 40005-40007 (3)");
+        QCOMPARE(items(*driver, frames.at(3)), expectedItems(3, 4, {1234, 65534, 7}));
+        QCOMPARE(frames.at(4).summary, "Slave 1 · Write Multiple Coils 00040-00042 (3)");
+        QCOMPARE(items(*driver, frames.at(7)), expectedItems(1, 39, {true, false, true}));
+        return;
+    }
+
+    QByteArray output;
+    QVERIFY(runToEnd(Python, {QFINDTESTDATA("modbus_peer.py"), "client", rtu ? "rtu" : "tcp", end},
+                     &output));
+    const QJsonObject got = QJsonDocument::fromJson(output).object();
+    const auto driver = decodeCapture(variant);
     QVERIFY(driver);
     const QList<DecodedFrame> &frames = driver->frames();
     QStringList summaries;
     for (const DecodedFrame &frame : frames) {
         summaries.append(FrameCsv::directionToken(frame.direction) + u' ' + frame.summary);
-        QVERIFY2(frame.pairedSeq != 0, qPrintable(DecodeDriver::lineText(frame)));
-        QVERIFY(frame.status == FrameStatus::Ok || frame.status == FrameStatus::Exception);
     }
     QCOMPARE(summaries, (QStringList{"TX Slave 1 · Write Multiple Registers 40011-40014 (4)",
                                      "RX Slave 1 · Write Multiple Registers → 40011-40014 (4)",
@@ -378,119 +339,60 @@ void TestModbusPeers::pymodbusExchange()
                                      "RX Slave 1 · Exception 02 Illegal Data Address (Read Holding "
                                      "Registers)"}));
     // What the master read back is what the decoder shows, item by item.
-    QCOMPARE(items(*driver, frames.at(3)), registerItems(3, 10, got.value("registers").toArray()));
-    QCOMPARE(items(*driver, frames.at(7)), bitItems(1, 5, got.value("coils").toArray()));
-    QCOMPARE(items(*driver, frames.at(13)),
-             registerItems(4, 2, got.value("inputRegisters").toArray()));
-    QCOMPARE(items(*driver, frames.at(15)), bitItems(2, 0, got.value("inputs").toArray()));
-    QCOMPARE(got.value("exception").toInt(), 2);
-
-    if (variant != Variant::Tcp) {
-        return;
+    QCOMPARE(items(*driver, frames.at(3)), expectedItems(3, 10, got["registers"].toArray()));
+    QCOMPARE(items(*driver, frames.at(7)), expectedItems(1, 5, got["coils"].toArray()));
+    QCOMPARE(items(*driver, frames.at(13)), expectedItems(4, 2, got["inputRegisters"].toArray()));
+    QCOMPARE(items(*driver, frames.at(15)), expectedItems(2, 0, got["inputs"].toArray()));
+    QCOMPARE(got["exception"].toInt(), 2);
+    if (!rtu) {
+        compareWithTshark(*driver);
     }
-    const QString tshark = QStandardPaths::findExecutable(QStringLiteral("tshark"));
+}
+
+void TestModbusPeers::compareWithTshark(const DecodeDriver &driver)
+{
+    const QString tshark = QStandardPaths::findExecutable("tshark");
     if (tshark.isEmpty()) {
         QSKIP("tshark is not installed (scripts/deps.sh test installs it)");
     }
-    QTemporaryDir dir;
-    QFile pcap(dir.filePath(QStringLiteral("capture.pcap")));
-    QVERIFY(pcap.open(QIODevice::WriteOnly));
-    pcap.write(pcapOf(tap.events, 1502));
+    QTemporaryFile pcap;
+    QVERIFY(pcap.open());
+    pcap.write(pcapOf(events, 1502));
     pcap.close();
-    QProcess dissector;
     QByteArray fields;
-    QVERIFY(runToEnd(dissector, tshark,
-                     {QStringLiteral("-r"), pcap.fileName(),
-                      QStringLiteral("-d"), QStringLiteral("tcp.port==1502,mbtcp"),
-                      QStringLiteral("-o"), QStringLiteral("mbtcp.tcp.port:1502"),
-                      QStringLiteral("-T"), QStringLiteral("fields"),
-                      QStringLiteral("-E"), QStringLiteral("aggregator=,"),
-                      QStringLiteral("-e"), QStringLiteral("mbtcp.trans_id"),
-                      QStringLiteral("-e"), QStringLiteral("mbtcp.unit_id"),
-                      QStringLiteral("-e"), QStringLiteral("modbus.func_code"),
-                      QStringLiteral("-e"), QStringLiteral("modbus.reference_num"),
-                      QStringLiteral("-e"), QStringLiteral("modbus.regval_uint16"),
-                      QStringLiteral("-e"), QStringLiteral("modbus.exception_code")},
+    QVERIFY(runToEnd(tshark, {"-r", pcap.fileName(),        "-d", "tcp.port==1502,mbtcp",
+                              "-o", "mbtcp.tcp.port:1502",  "-T", "fields",
+                              "-E", "aggregator=,",         "-e", "mbtcp.trans_id",
+                              "-e", "mbtcp.unit_id",        "-e", "modbus.func_code",
+                              "-e", "modbus.reference_num", "-e", "modbus.regval_uint16",
+                              "-e", "modbus.exception_code"},
                      &fields));
     const QStringList lines = QString::fromUtf8(fields).split(u'\n', Qt::SkipEmptyParts);
-    QCOMPARE(lines.size(), frames.size());
-    for (int i = 0; i < frames.size(); ++i) {
-        const DecodedFrame &frame = frames.at(i);
+    QCOMPARE(lines.size(), driver.frames().size());
+    for (int i = 0; i < lines.size(); ++i) {
+        const DecodedFrame &frame = driver.frames().at(i);
         const QByteArray pdu = frame.raw.sliced(7);
         const int function = frame.modbus.function & 0x7F;
         // The reference of a request, and of the answers that repeat it.
         const bool echo = function == 5 || function == 6 || function == 15 || function == 16;
-        const QString reference =
-            (!frame.modbus.isResponse || echo) && pdu.size() >= 3
-                ? QString::number(qFromBigEndian<quint16>(pdu.constData() + 1))
-                : QString();
+        QString reference;
+        if ((!frame.modbus.isResponse || echo) && pdu.size() >= 3) {
+            reference = QString::number(qFromBigEndian<quint16>(pdu.constData() + 1));
+        }
         QStringList values;
-        for (const DecodedField &field : driver->explain(frame)) {
-            if (field.indent == 1 && field.value.startsWith(QStringLiteral("0x"))) {
+        for (const DecodedField &field : driver.explain(frame)) {
+            if (field.indent == 1 && field.value.startsWith(QLatin1String("0x"))) {
                 values.append(QString::number(field.value.mid(2, 4).toUInt(nullptr, 16)));
             }
         }
-        const QString ours =
-            QStringList{QString::number(frame.modbus.transaction),
-                        QString::number(frame.modbus.slave),
-                        QString::number(function),
-                        reference,
-                        values.join(u','),
-                        frame.status == FrameStatus::Exception ? QString::number(quint8(pdu.at(1)))
-                                                               : QString()}
-                .join(u'\t');
-        QCOMPARE(ours, lines.at(i));
+        const QString exception =
+            frame.status == FrameStatus::Exception ? QString::number(quint8(pdu.at(1))) : QString();
+        QCOMPARE(QStringList({QString::number(frame.modbus.transaction),
+                              QString::number(frame.modbus.slave), QString::number(function),
+                              reference, values.join(u','), exception})
+                     .join(u'\t'),
+                 lines.at(i));
     }
-}
-
-void TestModbusPeers::mbpollMaster_data()
-{
-    QTest::addColumn<Variant>("variant");
-    QTest::newRow("rtu over a pty") << Variant::Rtu;
-    QTest::newRow("tcp") << Variant::Tcp;
-}
-
-void TestModbusPeers::mbpollMaster()
-{
-    QFETCH(Variant, variant);
-    const QString mbpoll = QStandardPaths::findExecutable(QStringLiteral("mbpoll"));
-    if (mbpoll.isEmpty()) {
-        QSKIP("mbpoll is not installed (scripts/deps.sh test installs it)");
-    }
-    QString where;
-    const auto cleanup = qScopeGuard([this] { stopServer(); });
-    QVERIFY(startServer(variant, &where));
-    const QStringList line = variant == Variant::Rtu
-                                 ? QStringList{"-m", "rtu", "-b", "19200", "-P", "none", where}
-                                 : QStringList{"-m", "tcp", "-p", where, "127.0.0.1"};
-    const QStringList common{"-a", "1", "-1", "-o", "3"};
-    QProcess process;
-    // Write three registers from reference 5, read them back, write and read coils.
-    QVERIFY(runToEnd(process, mbpoll,
-                     common + QStringList{"-t", "4", "-r", "5"} + line +
-                         QStringList{"1234", "65534", "7"}));
-    QVERIFY(
-        runToEnd(process, mbpoll, common + QStringList{"-t", "4", "-r", "5", "-c", "3"} + line));
-    QVERIFY(
-        runToEnd(process, mbpoll,
-                 common + QStringList{"-t", "0", "-r", "40"} + line + QStringList{"1", "0", "1"}));
-    QVERIFY(
-        runToEnd(process, mbpoll, common + QStringList{"-t", "0", "-r", "40", "-c", "3"} + line));
-
-    const auto driver = decodeCapture(variant, tap.events);
-    QVERIFY(driver);
-    const QList<DecodedFrame> &frames = driver->frames();
-    QCOMPARE(frames.size(), 8);
-    for (const DecodedFrame &frame : frames) {
-        QVERIFY2(frame.status == FrameStatus::Ok && frame.pairedSeq != 0,
-                 qPrintable(DecodeDriver::lineText(frame)));
-    }
-    QCOMPARE(frames.at(0).summary,
-             QStringLiteral("Slave 1 · Write Multiple Registers 40005-40007 (3)"));
-    QCOMPARE(items(*driver, frames.at(3)), registerItems(3, 4, QJsonArray{1234, 65534, 7}));
-    QCOMPARE(frames.at(4).summary,
-             QStringLiteral("Slave 1 · Write Multiple Coils 00040-00042 (3)"));
-    QCOMPARE(items(*driver, frames.at(7)), bitItems(1, 39, QJsonArray{true, false, true}));
 }
 
 QTEST_MAIN(TestModbusPeers)

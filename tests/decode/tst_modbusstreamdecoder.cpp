@@ -272,8 +272,6 @@ void TestModbusStreamDecoder::explainRows_data()
         << Variant::Rtu << QList<DecodeEvent>{rx(0, rtu("01 83 02"))}
         << QStringList{"Slave=1 @0+1", "Function=0x83 Exception (Read Holding Registers) @1+1",
                        "Exception=0x02 Illegal Data Address @2+1", "CRC=0xF1C0 OK @3+2"};
-    QTest::newRow("rtu: unrecognized") << Variant::Rtu << QList<DecodeEvent>{rx(0, hex("FF FE"))}
-                                       << QStringList{"Data=FF FE @0+2"};
     QTest::newRow("ascii: rows count decoded bytes")
         << Variant::Ascii << QList<DecodeEvent>{tx(0, ascii("11 06 00 01 00 03"))}
         << QStringList{"Note=ASCII frame; offsets count the decoded bytes @-1+0",
