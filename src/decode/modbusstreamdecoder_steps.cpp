@@ -176,6 +176,9 @@ qint64 ModbusStreamDecoder::resync(FrameDirection direction, Stream &s) const
                 return 1;
             }
         }
+        // An offset where either reading still needs header bytes cannot be ruled out
+        // yet, even when the other reading's length has come and failed: the missing
+        // bytes may announce a frame that fits.
         if (c.needMore || c.waiting) {
             recheck = std::min<qint64>(recheck, len + 1);
         }
