@@ -13,7 +13,7 @@ build_packages=(
     fonts-dejavu-core fonts-noto-cjk
 )
 test_packages=(
-    socat python3-crccheck mbpoll
+    socat python3-crccheck mbpoll python3-pymodbus python3-serial-asyncio tshark
 )
 
 packages=("${build_packages[@]}")

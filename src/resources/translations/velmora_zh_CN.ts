@@ -1150,6 +1150,44 @@
     </message>
 </context>
 <context>
+    <name>DecodeEvents</name>
+    <message>
+        <source>expected &quot;&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]&quot;</source>
+        <translation>应为 &quot;&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]&quot;</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a time in milliseconds</source>
+        <translation>&quot;%1&quot; 不是以毫秒计的时间</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not tx or rx</source>
+        <translation>&quot;%1&quot; 不是 tx 或 rx</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not bytes in hex (two digits each, no blanks)</source>
+        <translation>&quot;%1&quot; 不是十六进制字节（每字节两位数字，不含空格）</translation>
+    </message>
+    <message>
+        <source>Line %1: %2</source>
+        <translation>第 %1 行：%2</translation>
+    </message>
+    <message>
+        <source>The events cannot be read: %1</source>
+        <translation>无法读取事件：%1</translation>
+    </message>
+</context>
+<context>
+    <name>FrameDecoder</name>
+    <message>
+        <source>1 unrecognized byte</source>
+        <translation>1 个无法识别的字节</translation>
+    </message>
+    <message>
+        <source>%1 unrecognized bytes</source>
+        <translation>%1 个无法识别的字节</translation>
+    </message>
+</context>
+<context>
     <name>LiveSyncStatus</name>
     <message>
         <source>Not listening</source>
@@ -1591,6 +1629,325 @@ Reopen it now?</source>
     <message>
         <source>&quot;%1&quot; at position %2 has no second digit: use two hex digits per byte.</source>
         <translation>第 %2 个字符“%1”缺少第二位数字：每个字节请使用两位十六进制数字。</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusCodec</name>
+    <message>
+        <source>%1 must be between %2 and %3.</source>
+        <translation>%1 必须在 %2 到 %3 之间。</translation>
+    </message>
+    <message>
+        <source>Address %1 plus count %2 exceeds the 65536 address space.</source>
+        <translation>地址 %1 加数量 %2 超出了 65536 的地址空间。</translation>
+    </message>
+    <message>
+        <source>Slave ID must be between 0 and 247.</source>
+        <translation>从站 ID 必须在 0 到 247 之间。</translation>
+    </message>
+    <message>
+        <source>Coil count</source>
+        <translation>线圈数量</translation>
+    </message>
+    <message>
+        <source>Register count</source>
+        <translation>寄存器数量</translation>
+    </message>
+    <message>
+        <source>Write Single Coil needs exactly one value.</source>
+        <translation>写单个线圈需要恰好一个值。</translation>
+    </message>
+    <message>
+        <source>Write Single Register needs exactly one value.</source>
+        <translation>写单个寄存器需要恰好一个值。</translation>
+    </message>
+    <message>
+        <source>Unsupported function code 0x%1.</source>
+        <translation>不支持的功能码 0x%1。</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusDecoder</name>
+    <message>
+        <source>Illegal Function</source>
+        <translation>非法功能</translation>
+    </message>
+    <message>
+        <source>Illegal Data Address</source>
+        <translation>非法数据地址</translation>
+    </message>
+    <message>
+        <source>Illegal Data Value</source>
+        <translation>非法数据值</translation>
+    </message>
+    <message>
+        <source>Slave Device Failure</source>
+        <translation>从站设备故障</translation>
+    </message>
+    <message>
+        <source>Acknowledge</source>
+        <translation>确认</translation>
+    </message>
+    <message>
+        <source>Slave Device Busy</source>
+        <translation>从站设备忙</translation>
+    </message>
+    <message>
+        <source>Memory Parity Error</source>
+        <translation>存储奇偶校验错误</translation>
+    </message>
+    <message>
+        <source>Gateway Path Unavailable</source>
+        <translation>网关路径不可用</translation>
+    </message>
+    <message>
+        <source>Gateway Target Device Failed to Respond</source>
+        <translation>网关目标设备未响应</translation>
+    </message>
+    <message>
+        <source>Unknown Exception</source>
+        <translation>未知异常</translation>
+    </message>
+    <message>
+        <source>Read Coils</source>
+        <translation>读线圈</translation>
+    </message>
+    <message>
+        <source>Read Discrete Inputs</source>
+        <translation>读离散输入</translation>
+    </message>
+    <message>
+        <source>Read Holding Registers</source>
+        <translation>读保持寄存器</translation>
+    </message>
+    <message>
+        <source>Read Input Registers</source>
+        <translation>读输入寄存器</translation>
+    </message>
+    <message>
+        <source>Write Single Coil</source>
+        <translation>写单个线圈</translation>
+    </message>
+    <message>
+        <source>Write Single Register</source>
+        <translation>写单个寄存器</translation>
+    </message>
+    <message>
+        <source>Read Exception Status</source>
+        <translation>读异常状态</translation>
+    </message>
+    <message>
+        <source>Diagnostics</source>
+        <translation>诊断</translation>
+    </message>
+    <message>
+        <source>Get Comm Event Counter</source>
+        <translation>获取通信事件计数</translation>
+    </message>
+    <message>
+        <source>Get Comm Event Log</source>
+        <translation>获取通信事件记录</translation>
+    </message>
+    <message>
+        <source>Write Multiple Coils</source>
+        <translation>写多个线圈</translation>
+    </message>
+    <message>
+        <source>Write Multiple Registers</source>
+        <translation>写多个寄存器</translation>
+    </message>
+    <message>
+        <source>Report Server ID</source>
+        <translation>报告从站 ID</translation>
+    </message>
+    <message>
+        <source>Mask Write Register</source>
+        <translation>屏蔽写寄存器</translation>
+    </message>
+    <message>
+        <source>Read/Write Multiple Registers</source>
+        <translation>读/写多个寄存器</translation>
+    </message>
+    <message>
+        <source>Encapsulated Interface Transport</source>
+        <translation>封装接口传输</translation>
+    </message>
+    <message>
+        <source>Function 0x%1</source>
+        <translation>功能 0x%1</translation>
+    </message>
+    <message>
+        <source>Slave %1</source>
+        <translation>从站 %1</translation>
+    </message>
+    <message>
+        <source>Empty PDU</source>
+        <translation>空 PDU</translation>
+    </message>
+    <message>
+        <source>Exception (%1)</source>
+        <translation>异常 (%1)</translation>
+    </message>
+    <message>
+        <source>Exception %1 %2 (%3)</source>
+        <translation>异常 %1 %2 (%3)</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n coil(s)</source>
+        <translation>
+            <numerusform>%n 个线圈</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n byte(s)</source>
+        <translation>
+            <numerusform>%n 个字节</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n register(s)</source>
+        <translation>
+            <numerusform>%n 个寄存器</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>read %1, write %2</source>
+        <translation>读 %1，写 %2</translation>
+    </message>
+    <message>
+        <source>Byte count</source>
+        <translation>字节数</translation>
+    </message>
+    <message>
+        <source>Data</source>
+        <translation>数据</translation>
+    </message>
+    <message>
+        <source>Function</source>
+        <translation>功能码</translation>
+    </message>
+    <message>
+        <source>Exception</source>
+        <translation>异常</translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation>起始地址</translation>
+    </message>
+    <message>
+        <source>Quantity</source>
+        <translation>数量</translation>
+    </message>
+    <message>
+        <source>Coils</source>
+        <translation>线圈</translation>
+    </message>
+    <message>
+        <source>Inputs</source>
+        <translation>输入</translation>
+    </message>
+    <message>
+        <source>Registers</source>
+        <translation>寄存器</translation>
+    </message>
+    <message>
+        <source>Address</source>
+        <translation>地址</translation>
+    </message>
+    <message>
+        <source>Value</source>
+        <translation>值</translation>
+    </message>
+    <message>
+        <source>0x%1 (invalid)</source>
+        <translation>0x%1 (无效)</translation>
+    </message>
+    <message>
+        <source>Sub-function</source>
+        <translation>子功能码</translation>
+    </message>
+    <message>
+        <source>AND mask</source>
+        <translation>AND 掩码</translation>
+    </message>
+    <message>
+        <source>OR mask</source>
+        <translation>OR 掩码</translation>
+    </message>
+    <message>
+        <source>Read start</source>
+        <translation>读起始地址</translation>
+    </message>
+    <message>
+        <source>Read quantity</source>
+        <translation>读数量</translation>
+    </message>
+    <message>
+        <source>Write start</source>
+        <translation>写起始地址</translation>
+    </message>
+    <message>
+        <source>Write quantity</source>
+        <translation>写数量</translation>
+    </message>
+    <message>
+        <source>Write values</source>
+        <translation>写入值</translation>
+    </message>
+    <message>
+        <source>Transaction</source>
+        <translation>事务</translation>
+    </message>
+    <message>
+        <source>Protocol</source>
+        <translation>协议</translation>
+    </message>
+    <message>
+        <source>Length</source>
+        <translation>长度</translation>
+    </message>
+    <message>
+        <source>Unit</source>
+        <translation>单元</translation>
+    </message>
+    <message>
+        <source>Note</source>
+        <translation>说明</translation>
+    </message>
+    <message>
+        <source>Slave</source>
+        <translation>从站</translation>
+    </message>
+    <message>
+        <source>LRC</source>
+        <translation>LRC</translation>
+    </message>
+    <message>
+        <source>CRC</source>
+        <translation>CRC</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusStreamDecoder</name>
+    <message>
+        <source>Incomplete frame</source>
+        <translation>不完整的帧</translation>
+    </message>
+    <message>
+        <source>Malformed frame</source>
+        <translation>格式错误的帧</translation>
+    </message>
+    <message>
+        <source>0x%1 OK</source>
+        <translation>0x%1 正确</translation>
+    </message>
+    <message>
+        <source>0x%1 (expected 0x%2)</source>
+        <translation>0x%1 (应为 0x%2)</translation>
+    </message>
+    <message>
+        <source>ASCII frame; offsets count the decoded bytes</source>
+        <translation>ASCII 帧；偏移按解码后的字节计</translation>
     </message>
 </context>
 <context>
