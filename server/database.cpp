@@ -157,8 +157,13 @@ QSqlQuery &Database::run(const char *sql, std::initializer_list<QVariant> values
     }
     query->finish();
     int index = 0;
-    for (const QVariant &value : values)
-        query->bindValue(index++, value);
+    for (const QVariant &value : values) {
+        // A null QString would become SQL NULL; text columns hold "" for "nothing".
+        if (value.typeId() == QMetaType::QString && value.toString().isNull())
+            query->bindValue(index++, QStringLiteral(""));
+        else
+            query->bindValue(index++, value);
+    }
     lastRunOk = query->exec();
     if (!lastRunOk) {
         const QSqlError failure = query->lastError();
