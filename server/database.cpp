@@ -171,14 +171,26 @@ QSqlQuery &Database::run(const char *sql, std::initializer_list<QVariant> values
         if (!lastDuplicate)
             qCCritical(lcServer) << "SQL failed:" << failure.text() << sql;
         connectionLost = failure.type() == QSqlError::ConnectionError || !db.isOpen();
-        return *query;
+        // A failed SQLite statement keeps its implicit transaction open until it is
+        // finalized, and that would swallow the next explicit transaction: drop it.
+        delete query;
+        statements.remove(sql);
+        return inactive;
     }
     lastRows = query->numRowsAffected();
     return *query;
 }
 
+// SQLite's transactions run as our own statements: the driver's own BEGIN was found
+// to be lost after a statement that failed on a constraint, with the next COMMIT
+// reporting no transaction. PostgreSQL keeps the driver's calls, since it does not
+// prepare transaction statements.
 bool Database::begin()
 {
+    if (storeKind == Kind::Sqlite) {
+        run("BEGIN");
+        return lastOk();
+    }
     if (db.transaction())
         return true;
     qCCritical(lcServer) << "could not begin a transaction:" << db.lastError().text();
@@ -187,6 +199,13 @@ bool Database::begin()
 
 bool Database::commit()
 {
+    if (storeKind == Kind::Sqlite) {
+        run("COMMIT");
+        if (lastOk())
+            return true;
+        rollback();
+        return false;
+    }
     if (db.commit())
         return true;
     qCCritical(lcServer) << "could not commit:" << db.lastError().text();
@@ -196,7 +215,10 @@ bool Database::commit()
 
 void Database::rollback()
 {
-    db.rollback();
+    if (storeKind == Kind::Sqlite)
+        run("ROLLBACK");
+    else
+        db.rollback();
 }
 
 int Database::schemaVersion()
