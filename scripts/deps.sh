@@ -11,9 +11,11 @@ build_packages=(
     qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools libgl-dev
     liblua5.4-dev libbenchmark-dev zlib1g-dev clang libclang-rt-14-dev
     fonts-dejavu-core fonts-noto-cjk
+    qt6-httpserver-dev libargon2-dev libqt6sql6-sqlite libqt6sql6-psql
 )
 test_packages=(
     socat python3-crccheck mbpoll python3-pymodbus python3-serial-asyncio tshark
+    postgresql wrk
 )
 
 packages=("${build_packages[@]}")

@@ -1,0 +1,73 @@
+#include "connectionguard.h"
+
+#include "serverlog.h"
+
+#include <QTcpSocket>
+#include <QTimer>
+
+ConnectionGuard::ConnectionGuard(const Limits &limits, QObject *parent)
+    : QTcpServer(parent)
+    , limits(limits)
+{
+}
+
+void ConnectionGuard::incomingConnection(qintptr descriptor)
+{
+    auto *socket = new QTcpSocket(this);
+    if (!socket->setSocketDescriptor(descriptor)) {
+        delete socket;
+        return;
+    }
+    if (watched.size() >= limits.maxConnections) {
+        qCWarning(lcServer) << "connection limit reached, refusing" << socket->peerAddress();
+        socket->abort();
+        socket->deleteLater();
+        return;
+    }
+    Watch watch;
+    watch.idle = new QTimer(socket);
+    watch.idle->setSingleShot(true);
+    watch.idle->setInterval(limits.idleMs);
+    connect(watch.idle, &QTimer::timeout, socket, [socket]() { socket->disconnectFromHost(); });
+    watch.idle->start();
+    watched.insert(socket, watch);
+
+    // Connected before the HTTP layer connects its own slot, so this sees each block
+    // before the HTTP parser takes it.
+    connect(socket, &QTcpSocket::readyRead, this, [this, socket]() { onReadyRead(socket); });
+    connect(socket, &QTcpSocket::bytesWritten, this, [this, socket]() {
+        if (const auto it = watched.constFind(socket); it != watched.constEnd())
+            it->idle->start();
+    });
+    connect(socket, &QObject::destroyed, this, [this, socket]() { watched.remove(socket); });
+    addPendingConnection(socket);
+}
+
+void ConnectionGuard::onReadyRead(QTcpSocket *socket)
+{
+    const auto it = watched.find(socket);
+    if (it == watched.end())
+        return;
+    it->idle->start();
+    it->bytes += socket->bytesAvailable();
+    if (it->bytes > limits.maxRequestBytes) {
+        qCWarning(lcServer) << "request larger than" << limits.maxRequestBytes
+                            << "bytes, closing the connection from" << socket->peerAddress();
+        watched.erase(it);
+        socket->abort();
+    }
+}
+
+void ConnectionGuard::requestCompleted(QTcpSocket *socket)
+{
+    if (const auto it = watched.find(socket); it != watched.end())
+        it->bytes = 0;
+}
+
+void ConnectionGuard::release(QTcpSocket *socket)
+{
+    if (const auto it = watched.find(socket); it != watched.end()) {
+        delete it->idle;
+        watched.erase(it);
+    }
+}
