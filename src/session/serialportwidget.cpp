@@ -8,6 +8,7 @@
 #include "connection/connectioncontroller.h"
 #include "connection/displayfont.h"
 #include "connection/serialportlist.h"
+#include "plot/plotpanel.h"
 #include "session/controllineledrow.h"
 #include "session/hled.h"
 #include "session/logwriter.h"
@@ -72,6 +73,7 @@ SerialPortWidget::SerialPortWidget(QWidget *parent)
     connectController();
     resetTextDecoders();
     initialPara();
+    setupPlot(); // before the automation: the plot sees received bytes ahead of auto reply
     setupAutomation();
     connectDirtyTrackers();
     updateDisplay();
@@ -501,6 +503,7 @@ void SerialPortWidget::stop()
     disarmReconnect();
     pausedBytes.clear();
     autoReplyRunner->reset();
+    plot->resetStream();
     stopRuns(int(SequenceRunner::StopReason::ConnectionClosed));
 
     releaseBreak();

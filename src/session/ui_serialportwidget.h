@@ -29,6 +29,7 @@ class Ui_SerialPortWidget
 
 public:
     QSplitter *splitter = nullptr;
+    QSplitter *dataSplitter = nullptr; // the receive view above the send area
     ConnectionSettingsWidget *connectionSettings = nullptr;
     QPushButton *openButton = nullptr;
     QPushButton *pauseButton = nullptr;
@@ -37,6 +38,7 @@ public:
     // about six times faster than the rich-text browser, and colours still work per run.
     QPlainTextEdit *receiveBrowser = nullptr;
     ControlLineLedRow *ledRow = nullptr;
+    QToolButton *viewButton = nullptr; // opens the panel's View menu
     QLabel *peerLabel = nullptr;
     QComboBox *peerCombo = nullptr;
     // Receive settings.

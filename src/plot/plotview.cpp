@@ -1,0 +1,712 @@
+#include "plot/plotview.h"
+
+#include "plot/plotbuffer.h"
+
+#include <QFontMetrics>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPolygonF>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double Infinity = std::numeric_limits<double>::infinity();
+constexpr int MarkSpacingPx = 6;    // samples this far apart get marks of their own
+constexpr double WheelFactor = 0.8; // one wheel notch shows 80 % of the span
+constexpr double FarPx = 1e6;       // points are kept this close to the view
+
+// A step of 1, 2 or 5 times a power of ten that cuts `span` into about `count` parts.
+double niceStep(double span, int count)
+{
+    const double raw = span / std::max(1, count);
+    const double magnitude = std::pow(10.0, std::floor(std::log10(raw)));
+    const double norm = raw / magnitude;
+    const double factor = norm < 1.5 ? 1.0 : norm < 3.0 ? 2.0 : norm < 7.0 ? 5.0 : 10.0;
+    return factor * magnitude;
+}
+
+QList<double> ticksFor(double low, double high, int count, double minStep, double *step)
+{
+    QList<double> ticks;
+    *step = std::max(niceStep(high - low, count), minStep);
+    if (!std::isfinite(*step) || *step <= 0.0) {
+        return ticks;
+    }
+    for (double v = std::ceil(low / *step) * *step; v <= high && ticks.size() < 100; v += *step) {
+        ticks.append(std::abs(v) < *step * 1e-9 ? 0.0 : v);
+    }
+    return ticks;
+}
+
+QString formatNumber(double value)
+{
+    return std::isnan(value) ? QStringLiteral("-") : QString::number(value, 'g', 6);
+}
+
+// The range of a set of values, widened so that a flat curve still has room.
+void widenRange(double *low, double *high)
+{
+    if (*high < *low) {
+        std::swap(*low, *high);
+    }
+    if (*high - *low <= std::abs(*high) * 1e-12) {
+        const double pad = *low == 0.0 ? 1.0 : std::abs(*low) * 0.1;
+        *low -= pad;
+        *high += pad;
+    }
+}
+
+} // namespace
+
+struct PlotView::Column
+{
+    int column = 0;
+    int finite = 0; // finite values seen
+    double first = NaN;
+    double low = Infinity;
+    double high = -Infinity;
+    double last = NaN;
+    bool lowFirst = true;
+};
+
+PlotView::PlotView(QWidget *parent)
+    : QWidget(parent)
+{
+    setMouseTracking(true);
+    setFocusPolicy(Qt::ClickFocus);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+}
+
+void PlotView::setBuffer(const PlotBuffer *newBuffer)
+{
+    buffer = newBuffer;
+    update();
+}
+
+void PlotView::setXAxis(PlotXAxis axis)
+{
+    if (axis != xAxis) {
+        xAxis = axis;
+        cursorA = cursorB = false;
+        update();
+    }
+}
+
+void PlotView::setWindow(int newWindow)
+{
+    window = std::max(0, newWindow);
+    update();
+}
+
+void PlotView::setAutoScale(bool on)
+{
+    autoScale = on;
+    update();
+}
+
+void PlotView::setYRange(double low, double high)
+{
+    yMin = low;
+    yMax = high;
+    update();
+}
+
+void PlotView::setHiddenChannels(const QList<int> &channels)
+{
+    hiddenChannels = channels;
+    update();
+}
+
+void PlotView::setPaused(bool on)
+{
+    if (on == paused) {
+        return;
+    }
+    paused = on;
+    frozenNewest = on && buffer ? buffer->total() - 1 : -1;
+    update();
+}
+
+void PlotView::setCursors(bool aOn, double a, bool bOn, double b)
+{
+    cursorA = aOn;
+    cursorAX = a;
+    cursorB = bOn;
+    cursorBX = b;
+    update();
+}
+
+void PlotView::setMeasureMode(bool on)
+{
+    measureMode = on;
+    if (!on) {
+        cursorA = cursorB = false;
+    }
+    update();
+}
+
+void PlotView::setBanner(const QString &text)
+{
+    if (text != banner) {
+        banner = text;
+        update();
+    }
+}
+
+void PlotView::setEmptyHint(const QString &text)
+{
+    if (text != emptyHint) {
+        emptyHint = text;
+        update();
+    }
+}
+
+void PlotView::setChannelNames(const QStringList &channelNames)
+{
+    names = channelNames;
+}
+
+QColor PlotView::channelColor(int channel)
+{
+    static const QRgb colors[] = {0x1f77b4, 0xd62728, 0x2ca02c, 0xff7f0e, 0x9467bd,
+                                  0x17becf, 0xe377c2, 0x8c564b, 0xbcbd22, 0x7f7f7f};
+    return QColor(colors[std::abs(channel) % 10]);
+}
+
+qint64 PlotView::newestSample() const
+{
+    if (!buffer || buffer->count() == 0) {
+        return -1;
+    }
+    const qint64 newest = buffer->total() - 1;
+    return paused && frozenNewest >= 0 ? std::min(frozenNewest, newest) : newest;
+}
+
+double PlotView::axisValue(qint64 sample) const
+{
+    return xAxis == PlotXAxis::Time ? buffer->time(sample) : double(sample);
+}
+
+bool PlotView::visibleRows(qint64 *first, qint64 *last) const
+{
+    const qint64 newest = newestSample();
+    if (newest < 0 || newest < buffer->firstSample()) {
+        return false;
+    }
+    qint64 begin = buffer->firstSample();
+    if (window > 0) {
+        begin = xAxis == PlotXAxis::Time
+                    ? buffer->lowerBoundTime(buffer->time(newest) - window / 1000.0)
+                    : std::max(begin, newest - window + 1);
+    }
+    *first = begin;
+    *last = newest;
+    return true;
+}
+
+double PlotView::spanFor() const
+{
+    if (window > 0) {
+        return xAxis == PlotXAxis::Time ? window / 1000.0 : double(window);
+    }
+    const qint64 newest = newestSample();
+    if (newest < 0 || newest < buffer->firstSample()) {
+        return 1.0;
+    }
+    const double span = axisValue(newest) - axisValue(buffer->firstSample());
+    return span > 0.0 ? span : 1.0;
+}
+
+void PlotView::xRange(double *left, double *right) const
+{
+    const qint64 newest = newestSample();
+    *right = newest >= 0 && newest >= buffer->firstSample() ? axisValue(newest) : 0.0;
+    *left = *right - spanFor();
+}
+
+QRectF PlotView::plotArea() const
+{
+    const QFontMetrics metrics(font());
+    const double leftMargin = metrics.horizontalAdvance(QStringLiteral("-0.000000")) + 10;
+    return QRectF(leftMargin, metrics.height() * 0.5 + 4, width() - leftMargin - 12,
+                  height() - metrics.height() * 2.0 - 6)
+        .normalized();
+}
+
+double PlotView::toAxis(double px) const
+{
+    const QRectF area = plotArea();
+    double left = 0.0;
+    double right = 0.0;
+    xRange(&left, &right);
+    const double fraction = std::clamp((px - area.left()) / std::max(1.0, area.width()), 0.0, 1.0);
+    return left + fraction * (right - left);
+}
+
+qint64 PlotView::nearestSample(double x) const
+{
+    const qint64 newest = newestSample();
+    if (newest < 0 || newest < buffer->firstSample()) {
+        return -1;
+    }
+    const qint64 oldest = buffer->firstSample();
+    if (xAxis == PlotXAxis::Samples) {
+        return std::clamp(qint64(std::llround(x)), oldest, newest);
+    }
+    const qint64 after = std::min(buffer->lowerBoundTime(x), newest);
+    if (after > oldest && x - buffer->time(after - 1) <= buffer->time(after) - x) {
+        return after - 1;
+    }
+    return after;
+}
+
+bool PlotView::channelDrawn(int channel) const
+{
+    return !hiddenChannels.contains(channel);
+}
+
+QString PlotView::channelName(int channel) const
+{
+    const QString name = names.value(channel);
+    return name.isEmpty() ? tr("CH%1").arg(channel + 1) : name;
+}
+
+QString PlotView::axisText(double x) const
+{
+    if (xAxis == PlotXAxis::Time) {
+        return tr("%1 s").arg(QString::number(x, 'f', 3));
+    }
+    return QStringLiteral("#%1").arg(qint64(std::llround(x)));
+}
+
+// One walk over the samples in view finds where each pixel column's samples begin; the
+// columns are the same for every channel.
+void PlotView::sampleColumns(qint64 first, qint64 last, int width, double left, double span)
+{
+    columnOf.clear();
+    columnStart.clear();
+    const double scale = width / span;
+    const int cap = buffer->capacity();
+    const double *times = buffer->timeData();
+    int slot = buffer->slotOf(first);
+    for (qint64 k = 0, n = last - first + 1; k < n; ++k) {
+        const double x = xAxis == PlotXAxis::Time ? times[slot] : double(first + k);
+        if (++slot == cap) {
+            slot = 0;
+        }
+        const int column = std::clamp(int(std::floor((x - left) * scale)), 0, width - 1);
+        if (columnOf.isEmpty() || columnOf.constLast() != column) {
+            columnOf.append(column);
+            columnStart.append(k);
+        }
+    }
+    columnStart.append(last - first + 1);
+}
+
+void PlotView::aggregate(int channel, qint64 first, QList<Column> &out) const
+{
+    out.resize(columnOf.size());
+    const int cap = buffer->capacity();
+    const double *data = buffer->columnData(channel);
+    const int base = buffer->slotOf(first);
+    for (qsizetype i = 0; i < columnOf.size(); ++i) {
+        Column column;
+        column.column = columnOf.at(i);
+        qint64 lowAt = 0;
+        qint64 highAt = 0;
+        qint64 slot = base + columnStart.at(i);
+        if (slot >= cap) {
+            slot -= cap;
+        }
+        for (qint64 k = columnStart.at(i), end = columnStart.at(i + 1); k < end; ++k) {
+            const double v = data[slot];
+            if (++slot == cap) {
+                slot = 0;
+            }
+            if (!std::isfinite(v)) {
+                continue;
+            }
+            if (column.finite++ == 0) {
+                column.first = v;
+            }
+            if (v < column.low) {
+                column.low = v;
+                lowAt = k;
+            }
+            if (v > column.high) {
+                column.high = v;
+                highAt = k;
+            }
+            column.last = v;
+        }
+        column.lowFirst = lowAt <= highAt;
+        out[i] = column;
+    }
+}
+
+void PlotView::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.fillRect(rect(), palette().color(QPalette::Base));
+    const QRectF area = plotArea();
+    qint64 first = 0;
+    qint64 last = -1;
+    const bool any = buffer && visibleRows(&first, &last);
+    double left = 0.0;
+    double right = 0.0;
+    if (buffer) {
+        xRange(&left, &right);
+    }
+    if (any && area.width() >= 1.0) {
+        drawCurves(painter, area, first, last);
+    } else {
+        drawGrid(painter, area, 0.0, 1.0);
+    }
+    painter.setPen(palette().color(QPalette::Mid));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRect(area);
+    if (!any) {
+        painter.setPen(palette().color(QPalette::PlaceholderText));
+        painter.drawText(area.adjusted(20, 10, -20, -10), Qt::AlignCenter | Qt::TextWordWrap,
+                         emptyHint);
+    } else {
+        drawCursors(painter, area, left, right - left);
+    }
+    if (!banner.isEmpty()) {
+        const QFontMetrics metrics(font());
+        QRectF box(area.left() + 4, area.top() + 4, area.width() - 8, metrics.height() + 6);
+        painter.fillRect(box, QColor(0xd6, 0x27, 0x28, 40));
+        painter.setPen(palette().color(QPalette::Text));
+        painter.drawText(box, Qt::AlignCenter, banner);
+    }
+}
+
+void PlotView::drawCurves(QPainter &painter, const QRectF &area, qint64 first, qint64 last)
+{
+    double left = 0.0;
+    double right = 0.0;
+    xRange(&left, &right);
+    const double span = right - left;
+    const int width = std::max(1, int(area.width()));
+    sampleColumns(first, last, width, left, span);
+
+    QList<int> drawn;
+    for (int c = 0; c < buffer->channelCount(); ++c) {
+        if (channelDrawn(c)) {
+            drawn.append(c);
+        }
+    }
+    QList<QList<Column>> columns(drawn.size());
+    double low = Infinity;
+    double high = -Infinity;
+    for (qsizetype i = 0; i < drawn.size(); ++i) {
+        aggregate(drawn.at(i), first, columns[i]);
+        for (const Column &column : std::as_const(columns.at(i))) {
+            if (column.finite > 0) {
+                low = std::min(low, column.low);
+                high = std::max(high, column.high);
+            }
+        }
+    }
+    if (autoScale) {
+        if (low > high) {
+            low = 0.0;
+            high = 1.0;
+        }
+        widenRange(&low, &high);
+        const double pad = (high - low) * 0.05;
+        low -= pad;
+        high += pad;
+    } else {
+        low = yMin;
+        high = yMax;
+        widenRange(&low, &high);
+    }
+    lastYLow = low;
+    lastYHigh = high;
+    drawGrid(painter, area, left, right);
+
+    const double yScale = area.height() / (high - low);
+    const auto yOf = [&](double v) {
+        return std::clamp(area.bottom() - (v - low) * yScale, area.top() - FarPx,
+                          area.bottom() + FarPx);
+    };
+    painter.save();
+    painter.setClipRect(area.adjusted(0, 0, 1, 1));
+    const bool sparse = double(width) / double(last - first + 1) >= MarkSpacingPx;
+    // Antialiasing costs more than it gives once the curves are dense.
+    painter.setRenderHint(QPainter::Antialiasing, last - first < 4 * qint64(width));
+    QPolygonF points;
+    points.reserve(4 * columnOf.size());
+    const auto flush = [&] {
+        if (points.size() == 1) {
+            painter.drawPoint(points.constFirst());
+        } else if (points.size() > 1) {
+            painter.drawPolyline(points);
+        }
+        points.clear();
+    };
+    for (qsizetype i = 0; i < drawn.size(); ++i) {
+        QPen pen(channelColor(drawn.at(i)), 1.5);
+        pen.setCosmetic(true);
+        painter.setPen(pen);
+        for (const Column &column : std::as_const(columns.at(i))) {
+            if (column.finite == 0) {
+                flush(); // a column of NaN breaks the line
+                continue;
+            }
+            const double x = area.left() + column.column + 0.5;
+            points.append(QPointF(x, yOf(column.first)));
+            if (column.finite > 1) {
+                const double one = column.lowFirst ? column.low : column.high;
+                const double other = column.lowFirst ? column.high : column.low;
+                points.append(QPointF(x, yOf(one)));
+                points.append(QPointF(x, yOf(other)));
+                points.append(QPointF(x, yOf(column.last)));
+            }
+        }
+        flush();
+        if (sparse) {
+            QPen markPen(channelColor(drawn.at(i)), 5.0, Qt::SolidLine, Qt::RoundCap);
+            painter.setPen(markPen);
+            for (const Column &column : std::as_const(columns.at(i))) {
+                if (column.finite > 0) {
+                    points.append(QPointF(area.left() + column.column + 0.5, yOf(column.last)));
+                }
+            }
+            painter.drawPoints(points);
+            points.clear();
+        }
+    }
+    painter.restore();
+}
+
+void PlotView::drawGrid(QPainter &painter, const QRectF &area, double left, double right) const
+{
+    const QFontMetrics metrics(font());
+    QColor gridColor = palette().color(QPalette::Mid);
+    gridColor.setAlpha(70);
+    const QColor textColor = palette().color(QPalette::Text);
+    double step = 0.0;
+    const QList<double> yTicks =
+        ticksFor(lastYLow, lastYHigh, std::max(2, int(area.height() / 40)), 0.0, &step);
+    for (const double v : yTicks) {
+        const double y = area.bottom() - (v - lastYLow) / (lastYHigh - lastYLow) * area.height();
+        painter.setPen(gridColor);
+        painter.drawLine(QPointF(area.left(), y), QPointF(area.right(), y));
+        painter.setPen(textColor);
+        const QString text = QString::number(v, 'g', 6);
+        painter.drawText(QRectF(0, y - metrics.height() / 2.0, area.left() - 5, metrics.height()),
+                         Qt::AlignRight | Qt::AlignVCenter, text);
+    }
+    if (right <= left) {
+        return;
+    }
+    const bool time = xAxis == PlotXAxis::Time;
+    const QList<double> xTicks =
+        ticksFor(left, right, std::max(2, int(area.width() / 110)), time ? 0.0 : 1.0, &step);
+    for (const double v : xTicks) {
+        const double x = area.left() + (v - left) / (right - left) * area.width();
+        painter.setPen(gridColor);
+        painter.drawLine(QPointF(x, area.top()), QPointF(x, area.bottom()));
+        painter.setPen(textColor);
+        const QString text =
+            time ? tr("%1 s").arg(QString::number(v, 'g', 6)) : QString::number(qint64(v));
+        painter.drawText(QRectF(x - 60, area.bottom() + 3, 120, metrics.height()),
+                         Qt::AlignHCenter | Qt::AlignTop, text);
+    }
+}
+
+void PlotView::drawCursors(QPainter &painter, const QRectF &area, double left, double span) const
+{
+    const auto pxOf = [&](double x) { return area.left() + (x - left) / span * area.width(); };
+    QStringList lines;
+    QList<qint64> at;
+    if (measureMode && (cursorA || cursorB)) {
+        const std::pair<bool, double> marks[] = {{cursorA, cursorAX}, {cursorB, cursorBX}};
+        for (const auto &[on, x] : marks) {
+            if (!on) {
+                continue;
+            }
+            at.append(nearestSample(x));
+            QPen pen(palette().color(QPalette::Text), 1, Qt::DashLine);
+            painter.setPen(pen);
+            painter.drawLine(QPointF(pxOf(x), area.top()), QPointF(pxOf(x), area.bottom()));
+        }
+        const bool time = xAxis == PlotXAxis::Time;
+        if (at.size() == 2) {
+            if (time) {
+                const double ta = buffer->time(at.at(0));
+                const double tb = buffer->time(at.at(1));
+                QString head = tr("A %1 s  B %2 s  dt %3 s")
+                                   .arg(formatNumber(ta), formatNumber(tb), formatNumber(tb - ta));
+                if (tb != ta) {
+                    head += tr("  1/dt %1 Hz").arg(formatNumber(1.0 / (tb - ta)));
+                }
+                lines.append(head);
+            } else {
+                lines.append(
+                    tr("A #%1  B #%2  dn %3").arg(at.at(0)).arg(at.at(1)).arg(at.at(1) - at.at(0)));
+            }
+            for (int c = 0; c < buffer->channelCount(); ++c) {
+                if (channelDrawn(c)) {
+                    const double a = buffer->value(c, at.at(0));
+                    const double b = buffer->value(c, at.at(1));
+                    lines.append(tr("%1  A %2  B %3  d %4")
+                                     .arg(channelName(c), formatNumber(a), formatNumber(b),
+                                          formatNumber(b - a)));
+                }
+            }
+        } else {
+            lines.append(time ? tr("A %1 s").arg(formatNumber(buffer->time(at.at(0))))
+                              : tr("A #%1").arg(at.at(0)));
+            for (int c = 0; c < buffer->channelCount(); ++c) {
+                if (channelDrawn(c)) {
+                    lines.append(
+                        tr("%1  A %2")
+                            .arg(channelName(c), formatNumber(buffer->value(c, at.at(0)))));
+                }
+            }
+        }
+    } else if (!measureMode && hovering) {
+        const qint64 sample = nearestSample(toAxis(hoverPx));
+        if (sample < 0) {
+            return;
+        }
+        const double x = pxOf(axisValue(sample));
+        QColor guide = palette().color(QPalette::Text);
+        guide.setAlpha(90);
+        painter.setPen(guide);
+        painter.drawLine(QPointF(x, area.top()), QPointF(x, area.bottom()));
+        lines.append(xAxis == PlotXAxis::Time ? tr("%1 s").arg(formatNumber(buffer->time(sample)))
+                                              : QStringLiteral("#%1").arg(sample));
+        for (int c = 0; c < buffer->channelCount(); ++c) {
+            if (channelDrawn(c)) {
+                lines.append(
+                    tr("%1  %2").arg(channelName(c), formatNumber(buffer->value(c, sample))));
+            }
+        }
+    }
+    if (!lines.isEmpty()) {
+        drawReadout(painter, area, lines);
+    }
+}
+
+void PlotView::drawReadout(QPainter &painter, const QRectF &area, const QStringList &lines) const
+{
+    const QFontMetrics metrics(font());
+    double textWidth = 0;
+    for (const QString &line : lines) {
+        textWidth = std::max(textWidth, double(metrics.horizontalAdvance(line)));
+    }
+    const int shown = int(std::min<qsizetype>(lines.size(), 34));
+    QRectF box(area.left() + 6, area.top() + 6, textWidth + 12, shown * metrics.height() + 8);
+    QColor background = palette().color(QPalette::Base);
+    background.setAlpha(225);
+    painter.setPen(palette().color(QPalette::Mid));
+    painter.setBrush(background);
+    painter.drawRect(box);
+    for (int i = 0; i < shown; ++i) {
+        // A channel's line in its colour, the head line in the text colour.
+        const bool channelLine = i > 0;
+        painter.setPen(palette().color(QPalette::Text));
+        if (channelLine) {
+            int drawnIndex = 0;
+            for (int c = 0; c < buffer->channelCount(); ++c) {
+                if (channelDrawn(c) && ++drawnIndex == i) {
+                    painter.setPen(channelColor(c).darker(110));
+                    break;
+                }
+            }
+        }
+        painter.drawText(
+            QPointF(box.left() + 6, box.top() + 4 + metrics.ascent() + i * metrics.height()),
+            lines.at(i));
+    }
+}
+
+void PlotView::wheelEvent(QWheelEvent *event)
+{
+    const double steps = event->angleDelta().y() / 120.0;
+    if (steps == 0.0 || !buffer) {
+        event->ignore();
+        return;
+    }
+    const double factor = std::pow(WheelFactor, steps);
+    if (event->modifiers() & Qt::ControlModifier) {
+        const double middle = (lastYLow + lastYHigh) / 2.0;
+        const double half = (lastYHigh - lastYLow) / 2.0 * factor;
+        Q_EMIT yRangeRequested(middle - half, middle + half);
+    } else {
+        const bool time = xAxis == PlotXAxis::Time;
+        const double current = window > 0 ? window : spanFor() * (time ? 1000.0 : 1.0);
+        const double wanted =
+            std::clamp(std::round(current * factor), time ? 100.0 : 10.0,
+                       time ? double(PlotConfig::MaxWindow) : double(buffer->capacity()));
+        Q_EMIT windowRequested(int(wanted));
+    }
+    event->accept();
+}
+
+void PlotView::mousePressEvent(QMouseEvent *event)
+{
+    if (!measureMode) {
+        QWidget::mousePressEvent(event);
+        return;
+    }
+    if (event->button() == Qt::RightButton) {
+        cursorA = cursorB = false;
+    } else if (event->button() == Qt::LeftButton) {
+        const qint64 sample = nearestSample(toAxis(event->position().x()));
+        if (sample < 0) {
+            return;
+        }
+        const double x = axisValue(sample);
+        if (!cursorA || cursorB) {
+            cursorA = true;
+            cursorAX = x;
+            cursorB = false;
+        } else {
+            cursorB = true;
+            cursorBX = x;
+        }
+    }
+    update();
+}
+
+void PlotView::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton && !measureMode) {
+        Q_EMIT resetRequested();
+    }
+}
+
+void PlotView::mouseMoveEvent(QMouseEvent *event)
+{
+    hovering = plotArea().contains(event->position());
+    hoverPx = event->position().x();
+    if (!measureMode) {
+        update();
+    }
+}
+
+void PlotView::leaveEvent(QEvent *)
+{
+    hovering = false;
+    update();
+}
+
+void PlotView::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Space) {
+        Q_EMIT pauseRequested(!paused);
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
