@@ -81,9 +81,7 @@ PlotStats PlotBuffer::stats(int channel, qint64 from, qint64 to) const
     qint64 left = to - from + 1;
     while (left > 0) {
         const int run = int(std::min<qint64>(left, cap - slot));
-        for (const double *v = data + slot, *end = v + run; v != end; ++v) {
-            result.add(*v);
-        }
+        result.addRun(data + slot, run);
         left -= run;
         slot = 0;
     }

@@ -64,17 +64,6 @@ void widenRange(double *low, double *high)
 
 } // namespace
 
-struct PlotView::Column
-{
-    int column = 0;
-    int finite = 0; // finite values seen
-    double first = NaN;
-    double low = Infinity;
-    double high = -Infinity;
-    double last = NaN;
-    bool lowFirst = true;
-};
-
 PlotView::PlotView(QWidget *parent)
     : QWidget(parent)
 {
@@ -285,71 +274,6 @@ QString PlotView::axisText(double x) const
     return QStringLiteral("#%1").arg(qint64(std::llround(x)));
 }
 
-// One walk over the samples in view finds where each pixel column's samples begin; the
-// columns are the same for every channel.
-void PlotView::sampleColumns(qint64 first, qint64 last, int width, double left, double span)
-{
-    columnOf.clear();
-    columnStart.clear();
-    const double scale = width / span;
-    const int cap = buffer->capacity();
-    const double *times = buffer->timeData();
-    int slot = buffer->slotOf(first);
-    for (qint64 k = 0, n = last - first + 1; k < n; ++k) {
-        const double x = xAxis == PlotXAxis::Time ? times[slot] : double(first + k);
-        if (++slot == cap) {
-            slot = 0;
-        }
-        const int column = std::clamp(int(std::floor((x - left) * scale)), 0, width - 1);
-        if (columnOf.isEmpty() || columnOf.constLast() != column) {
-            columnOf.append(column);
-            columnStart.append(k);
-        }
-    }
-    columnStart.append(last - first + 1);
-}
-
-void PlotView::aggregate(int channel, qint64 first, QList<Column> &out) const
-{
-    out.resize(columnOf.size());
-    const int cap = buffer->capacity();
-    const double *data = buffer->columnData(channel);
-    const int base = buffer->slotOf(first);
-    for (qsizetype i = 0; i < columnOf.size(); ++i) {
-        Column column;
-        column.column = columnOf.at(i);
-        qint64 lowAt = 0;
-        qint64 highAt = 0;
-        qint64 slot = base + columnStart.at(i);
-        if (slot >= cap) {
-            slot -= cap;
-        }
-        for (qint64 k = columnStart.at(i), end = columnStart.at(i + 1); k < end; ++k) {
-            const double v = data[slot];
-            if (++slot == cap) {
-                slot = 0;
-            }
-            if (!std::isfinite(v)) {
-                continue;
-            }
-            if (column.finite++ == 0) {
-                column.first = v;
-            }
-            if (v < column.low) {
-                column.low = v;
-                lowAt = k;
-            }
-            if (v > column.high) {
-                column.high = v;
-                highAt = k;
-            }
-            column.last = v;
-        }
-        column.lowFirst = lowAt <= highAt;
-        out[i] = column;
-    }
-}
-
 void PlotView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
@@ -366,7 +290,7 @@ void PlotView::paintEvent(QPaintEvent *)
     if (any && area.width() >= 1.0) {
         drawCurves(painter, area, first, last);
     } else {
-        drawGrid(painter, area, 0.0, 1.0);
+        drawGrid(painter, area, 0.0, 1.0, true, true);
     }
     painter.setPen(palette().color(QPalette::Mid));
     painter.setBrush(Qt::NoBrush);
@@ -392,9 +316,11 @@ void PlotView::drawCurves(QPainter &painter, const QRectF &area, qint64 first, q
     double left = 0.0;
     double right = 0.0;
     xRange(&left, &right);
-    const double span = right - left;
     const int width = std::max(1, int(area.width()));
-    sampleColumns(first, last, width, left, span);
+    columns.layout(*buffer, first, last, width, left, right - left, xAxis == PlotXAxis::Time);
+    // Dense curves (a sample or more per column) are drawn as one stroke per column;
+    // sparse ones as polylines through the kept points, smoothed.
+    const bool dense = last - first + 1 >= width;
 
     QList<int> drawn;
     for (int c = 0; c < buffer->channelCount(); ++c) {
@@ -402,13 +328,13 @@ void PlotView::drawCurves(QPainter &painter, const QRectF &area, qint64 first, q
             drawn.append(c);
         }
     }
-    QList<QList<Column>> columns(drawn.size());
+    QList<QList<PlotColumn>> kept(drawn.size());
     double low = Infinity;
     double high = -Infinity;
     for (qsizetype i = 0; i < drawn.size(); ++i) {
-        aggregate(drawn.at(i), first, columns[i]);
-        for (const Column &column : std::as_const(columns.at(i))) {
-            if (column.finite > 0) {
+        columns.aggregate(*buffer, drawn.at(i), !dense, kept[i]);
+        for (const PlotColumn &column : std::as_const(kept.at(i))) {
+            if (column.finite) {
                 low = std::min(low, column.low);
                 high = std::max(high, column.high);
             }
@@ -430,8 +356,11 @@ void PlotView::drawCurves(QPainter &painter, const QRectF &area, qint64 first, q
     }
     lastYLow = low;
     lastYHigh = high;
-    drawGrid(painter, area, left, right);
-
+    if (dense) {
+        drawDense(painter, area, left, right, drawn, kept);
+        return;
+    }
+    drawGrid(painter, area, left, right, true, true);
     const double yScale = area.height() / (high - low);
     const auto yOf = [&](double v) {
         return std::clamp(area.bottom() - (v - low) * yScale, area.top() - FarPx,
@@ -439,11 +368,9 @@ void PlotView::drawCurves(QPainter &painter, const QRectF &area, qint64 first, q
     };
     painter.save();
     painter.setClipRect(area.adjusted(0, 0, 1, 1));
-    const bool sparse = double(width) / double(last - first + 1) >= MarkSpacingPx;
-    // Antialiasing costs more than it gives once the curves are dense.
-    painter.setRenderHint(QPainter::Antialiasing, last - first < 4 * qint64(width));
+    painter.setRenderHint(QPainter::Antialiasing, true);
+    const bool marked = double(width) / double(last - first + 1) >= MarkSpacingPx;
     QPolygonF points;
-    points.reserve(4 * columnOf.size());
     const auto flush = [&] {
         if (points.size() == 1) {
             painter.drawPoint(points.constFirst());
@@ -453,31 +380,29 @@ void PlotView::drawCurves(QPainter &painter, const QRectF &area, qint64 first, q
         points.clear();
     };
     for (qsizetype i = 0; i < drawn.size(); ++i) {
-        QPen pen(channelColor(drawn.at(i)), 1.5);
+        QPen pen(channelColor(drawn.at(i)), 1.0);
         pen.setCosmetic(true);
         painter.setPen(pen);
-        for (const Column &column : std::as_const(columns.at(i))) {
-            if (column.finite == 0) {
+        for (const PlotColumn &column : std::as_const(kept.at(i))) {
+            if (!column.finite) {
                 flush(); // a column of NaN breaks the line
                 continue;
             }
-            const double x = area.left() + column.column + 0.5;
+            // First, one extreme, the other, last: a spike inside the column shows.
+            const double x = area.left() + column.x + 0.5;
             points.append(QPointF(x, yOf(column.first)));
-            if (column.finite > 1) {
-                const double one = column.lowFirst ? column.low : column.high;
-                const double other = column.lowFirst ? column.high : column.low;
-                points.append(QPointF(x, yOf(one)));
-                points.append(QPointF(x, yOf(other)));
+            if (!column.single) {
+                points.append(QPointF(x, yOf(column.lowFirst ? column.low : column.high)));
+                points.append(QPointF(x, yOf(column.lowFirst ? column.high : column.low)));
                 points.append(QPointF(x, yOf(column.last)));
             }
         }
         flush();
-        if (sparse) {
-            QPen markPen(channelColor(drawn.at(i)), 5.0, Qt::SolidLine, Qt::RoundCap);
-            painter.setPen(markPen);
-            for (const Column &column : std::as_const(columns.at(i))) {
-                if (column.finite > 0) {
-                    points.append(QPointF(area.left() + column.column + 0.5, yOf(column.last)));
+        if (marked) {
+            painter.setPen(QPen(channelColor(drawn.at(i)), 5.0, Qt::SolidLine, Qt::RoundCap));
+            for (const PlotColumn &column : std::as_const(kept.at(i))) {
+                if (column.finite) {
+                    points.append(QPointF(area.left() + column.x + 0.5, yOf(column.last)));
                 }
             }
             painter.drawPoints(points);
@@ -487,23 +412,109 @@ void PlotView::drawCurves(QPainter &painter, const QRectF &area, qint64 first, q
     painter.restore();
 }
 
-void PlotView::drawGrid(QPainter &painter, const QRectF &area, double left, double right) const
+// A dense curve lights, in each column, the pixels from its lowest to its highest value
+// and up to the last value of the column before: the pixels a polyline through first,
+// low, high and last would light, without a stroker call per segment, which costs tens
+// of milliseconds at 32 channels. The plot area is drawn as one opaque image (grid and
+// curves), so that it reaches the window as a copy, without blending. Columns left
+// empty between two that hold samples are bridged with a line.
+void PlotView::drawDense(QPainter &painter, const QRectF &area, double left, double right,
+                         const QList<int> &drawn, const QList<QList<PlotColumn>> &kept)
+{
+    const QSize size(std::max(1, int(area.width())), std::max(1, int(area.height()) + 1));
+    if (layer.size() != size) {
+        layer = QImage(size, QImage::Format_RGB32);
+    }
+    // Filled by hand: QImage::fill hands large images to a thread pool, and waking it
+    // costs more than the fill.
+    const QRgb base = palette().color(QPalette::Base).rgb();
+    for (int y = 0; y < size.height(); ++y) {
+        auto *line = reinterpret_cast<QRgb *>(layer.scanLine(y));
+        std::fill(line, line + size.width(), base);
+    }
+    {
+        QPainter grid(&layer);
+        drawGrid(grid, area, left, right, true, false, area.topLeft());
+    }
+    drawGrid(painter, area, left, right, false, true);
+
+    auto *bits = reinterpret_cast<QRgb *>(layer.bits());
+    const qsizetype stride = layer.bytesPerLine() / qsizetype(sizeof(QRgb));
+    const double scale = area.height() / (lastYHigh - lastYLow);
+    const double bottom = area.height();
+    const double lastRow = size.height() - 1;
+    const auto rowOf = [&](double v) {
+        return int(std::clamp(std::floor(bottom - (v - lastYLow) * scale), 0.0, lastRow));
+    };
+    const auto yOf = [&](double v) {
+        return area.top() + std::clamp(bottom - (v - lastYLow) * scale, -FarPx, bottom + FarPx);
+    };
+    QList<QList<QLineF>> bridges(drawn.size());
+    for (qsizetype i = 0; i < drawn.size(); ++i) {
+        const QRgb color = channelColor(drawn.at(i)).rgb();
+        int previous = -2; // the column before, or -2 after a break
+        double previousLast = 0.0;
+        for (const PlotColumn &column : std::as_const(kept.at(i))) {
+            if (!column.finite) {
+                previous = -2;
+                continue;
+            }
+            int from = rowOf(column.high);
+            int to = rowOf(column.low);
+            if (previous == column.x - 1) {
+                const int joined = rowOf(previousLast);
+                from = std::min(from, joined);
+                to = std::max(to, joined);
+            } else if (previous >= 0) {
+                bridges[i].append(QLineF(area.left() + previous + 0.5, yOf(previousLast),
+                                         area.left() + column.x + 0.5, yOf(column.first)));
+            }
+            for (QRgb *pixel = bits + from * stride + column.x; from <= to;
+                 ++from, pixel += stride) {
+                *pixel = color;
+            }
+            previous = column.x;
+            previousLast = column.last;
+        }
+    }
+    painter.drawImage(area.topLeft(), layer);
+    painter.save();
+    painter.setClipRect(area.adjusted(0, 0, 1, 1));
+    for (qsizetype i = 0; i < drawn.size(); ++i) {
+        if (!bridges.at(i).isEmpty()) {
+            painter.setPen(QPen(channelColor(drawn.at(i)), 1.0));
+            painter.drawLines(bridges.at(i));
+        }
+    }
+    painter.restore();
+}
+
+void PlotView::drawGrid(QPainter &painter, const QRectF &area, double left, double right,
+                        bool lines, bool labels, const QPointF &shift) const
 {
     const QFontMetrics metrics(font());
-    QColor gridColor = palette().color(QPalette::Mid);
-    gridColor.setAlpha(70);
+    // Faint, and opaque: a translucent line wakes the paint engine's thread pool to blend.
+    const QColor mid = palette().color(QPalette::Mid);
+    const QColor base = palette().color(QPalette::Base);
+    const auto mix = [](int a, int b) { return (a * 70 + b * 185) / 255; };
+    const QColor gridColor(mix(mid.red(), base.red()), mix(mid.green(), base.green()),
+                           mix(mid.blue(), base.blue()));
     const QColor textColor = palette().color(QPalette::Text);
     double step = 0.0;
     const QList<double> yTicks =
         ticksFor(lastYLow, lastYHigh, std::max(2, int(area.height() / 40)), 0.0, &step);
     for (const double v : yTicks) {
         const double y = area.bottom() - (v - lastYLow) / (lastYHigh - lastYLow) * area.height();
-        painter.setPen(gridColor);
-        painter.drawLine(QPointF(area.left(), y), QPointF(area.right(), y));
-        painter.setPen(textColor);
-        const QString text = QString::number(v, 'g', 6);
-        painter.drawText(QRectF(0, y - metrics.height() / 2.0, area.left() - 5, metrics.height()),
-                         Qt::AlignRight | Qt::AlignVCenter, text);
+        if (lines) {
+            painter.setPen(gridColor);
+            painter.drawLine(QPointF(area.left(), y) - shift, QPointF(area.right(), y) - shift);
+        }
+        if (labels) {
+            painter.setPen(textColor);
+            painter.drawText(
+                QRectF(0, y - metrics.height() / 2.0, area.left() - 5, metrics.height()),
+                Qt::AlignRight | Qt::AlignVCenter, QString::number(v, 'g', 6));
+        }
     }
     if (right <= left) {
         return;
@@ -513,13 +524,17 @@ void PlotView::drawGrid(QPainter &painter, const QRectF &area, double left, doub
         ticksFor(left, right, std::max(2, int(area.width() / 110)), time ? 0.0 : 1.0, &step);
     for (const double v : xTicks) {
         const double x = area.left() + (v - left) / (right - left) * area.width();
-        painter.setPen(gridColor);
-        painter.drawLine(QPointF(x, area.top()), QPointF(x, area.bottom()));
-        painter.setPen(textColor);
-        const QString text =
-            time ? tr("%1 s").arg(QString::number(v, 'g', 6)) : QString::number(qint64(v));
-        painter.drawText(QRectF(x - 60, area.bottom() + 3, 120, metrics.height()),
-                         Qt::AlignHCenter | Qt::AlignTop, text);
+        if (lines) {
+            painter.setPen(gridColor);
+            painter.drawLine(QPointF(x, area.top()) - shift, QPointF(x, area.bottom()) - shift);
+        }
+        if (labels) {
+            painter.setPen(textColor);
+            painter.drawText(QRectF(x - 60, area.bottom() + 3, 120, metrics.height()),
+                             Qt::AlignHCenter | Qt::AlignTop,
+                             time ? tr("%1 s").arg(QString::number(v, 'g', 6))
+                                  : QString::number(qint64(v)));
+        }
     }
 }
 

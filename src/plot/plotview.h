@@ -5,8 +5,10 @@
 // lowest, highest, last), so a paint costs the same at a thousand samples as at a
 // hundred thousand, and a one-sample spike still shows.
 
+#include "plot/plotcolumns.h"
 #include "plot/plotconfig.h"
 
+#include <QImage>
 #include <QList>
 #include <QPointF>
 #include <QStringList>
@@ -67,17 +69,18 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
-    struct Column; // what one pixel column holds of one channel
     QRectF plotArea() const;
     qint64 newestSample() const;
     double spanFor() const;
     double axisValue(qint64 sample) const;
     qint64 nearestSample(double x) const;
     double toAxis(double px) const;
-    void sampleColumns(qint64 first, qint64 last, int width, double left, double span);
-    void aggregate(int channel, qint64 first, QList<Column> &out) const;
-    void drawGrid(QPainter &painter, const QRectF &area, double left, double right) const;
+    // Grid lines (drawn shifted by -shift) and tick labels.
+    void drawGrid(QPainter &painter, const QRectF &area, double left, double right, bool lines,
+                  bool labels, const QPointF &shift = QPointF()) const;
     void drawCurves(QPainter &painter, const QRectF &area, qint64 first, qint64 last);
+    void drawDense(QPainter &painter, const QRectF &area, double left, double right,
+                   const QList<int> &drawn, const QList<QList<PlotColumn>> &kept);
     void drawCursors(QPainter &painter, const QRectF &area, double left, double span) const;
     void drawReadout(QPainter &painter, const QRectF &area, const QStringList &lines) const;
     QString axisText(double x) const;
@@ -104,10 +107,8 @@ private:
     QString emptyHint;
     QStringList names;
 
-    // The samples of each pixel column in view, as offsets from the first sample:
-    // column columnOf[i] holds samples columnStart[i] up to columnStart[i + 1].
-    QList<int> columnOf;
-    QList<qint64> columnStart;
+    PlotColumns columns;
+    QImage layer; // dense curves are drawn here, then onto the view at once
     double lastYLow = 0.0;
     double lastYHigh = 1.0;
 };

@@ -26,20 +26,18 @@ void SerialPortWidget::setupPlot()
     plotAction->setToolTip(tr("Draw the numbers in the received data as live curves"));
     ui->viewButton->setMenu(viewMenuValue);
 
-    const auto showPlot = [this](bool visible) {
+    const auto showPlot = [this, plotAction](bool visible) {
+        plotAction->setChecked(visible);
         PlotConfig config = plot->config();
-        config.visible = visible;
-        plot->changeConfig(config);
+        if (config.visible != visible) {
+            config.visible = visible;
+            plot->changeConfig(config);
+            Q_EMIT plotVisibilityChanged(visible);
+        }
     };
     connect(plotAction, &QAction::triggered, this, showPlot);
     connect(plot, &PlotPanel::closeRequested, this, [showPlot] { showPlot(false); });
-    connect(plot, &PlotPanel::configChanged, this, [this, plotAction] {
-        if (plotAction->isChecked() != plot->config().visible) {
-            plotAction->setChecked(plot->config().visible);
-            Q_EMIT plotVisibilityChanged(plot->config().visible);
-        }
-        markSettingsDirty();
-    });
+    connect(plot, &PlotPanel::configChanged, this, &SerialPortWidget::markSettingsDirty);
 }
 
 void SerialPortWidget::setPlotConfig(const PlotConfig &config)
