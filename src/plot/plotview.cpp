@@ -222,10 +222,10 @@ void PlotView::xRange(double *left, double *right) const
 QRectF PlotView::plotArea() const
 {
     const QFontMetrics metrics(font());
-    const double leftMargin = metrics.horizontalAdvance(QStringLiteral("-0.000000")) + 10;
-    return QRectF(leftMargin, metrics.height() * 0.5 + 4, width() - leftMargin - 12,
-                  height() - metrics.height() * 2.0 - 6)
-        .normalized();
+    const int left = metrics.horizontalAdvance(QStringLiteral("-0.000000")) + 10;
+    const int top = metrics.height() / 2 + 4;
+    return QRectF(left, top, std::max(1, width() - left - 12),
+                  std::max(1, height() - top - 2 * metrics.height()));
 }
 
 double PlotView::toAxis(double px) const
@@ -274,24 +274,40 @@ QString PlotView::axisText(double x) const
     return QStringLiteral("#%1").arg(qint64(std::llround(x)));
 }
 
+// The plot area is drawn into an opaque image of its own and reaches the window as one
+// copy; only the margins around it are filled on the window. Large fills on the window
+// are handed to the paint engine's thread pool, and on a busy machine waiting for those
+// threads held the event loop for tens of milliseconds at every repaint.
 void PlotView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.fillRect(rect(), palette().color(QPalette::Base));
     const QRectF area = plotArea();
+    const QRect areaRect = area.toRect();
+    const QColor base = palette().color(QPalette::Base);
+    for (const QRect &strip : QRegion(rect()).subtracted(areaRect)) {
+        painter.fillRect(strip, base);
+    }
+    if (layer.size() != areaRect.size()) {
+        layer = QImage(areaRect.size(), QImage::Format_RGB32);
+    }
+    for (int y = 0; y < layer.height(); ++y) { // by hand, for the same reason
+        auto *line = reinterpret_cast<QRgb *>(layer.scanLine(y));
+        std::fill(line, line + layer.width(), base.rgb());
+    }
     qint64 first = 0;
     qint64 last = -1;
     const bool any = buffer && visibleRows(&first, &last);
     double left = 0.0;
-    double right = 0.0;
-    if (buffer) {
+    double right = 1.0;
+    if (any) {
         xRange(&left, &right);
-    }
-    if (any && area.width() >= 1.0) {
         drawCurves(painter, area, first, last);
     } else {
-        drawGrid(painter, area, 0.0, 1.0, true, true);
+        QPainter inner(&layer);
+        inner.translate(-area.topLeft());
+        drawGrid(&inner, &painter, area, left, right);
     }
+    painter.drawImage(areaRect.topLeft(), layer);
     painter.setPen(palette().color(QPalette::Mid));
     painter.setBrush(Qt::NoBrush);
     painter.drawRect(area);
@@ -311,15 +327,15 @@ void PlotView::paintEvent(QPaintEvent *)
     }
 }
 
-void PlotView::drawCurves(QPainter &painter, const QRectF &area, qint64 first, qint64 last)
+void PlotView::drawCurves(QPainter &labels, const QRectF &area, qint64 first, qint64 last)
 {
     double left = 0.0;
     double right = 0.0;
     xRange(&left, &right);
-    const int width = std::max(1, int(area.width()));
+    const int width = layer.width();
     columns.layout(*buffer, first, last, width, left, right - left, xAxis == PlotXAxis::Time);
     // Dense curves (a sample or more per column) are drawn as one stroke per column;
-    // sparse ones as polylines through the kept points, smoothed.
+    // sparse ones as smoothed polylines through the kept points.
     const bool dense = last - first + 1 >= width;
 
     QList<int> drawn;
@@ -356,40 +372,44 @@ void PlotView::drawCurves(QPainter &painter, const QRectF &area, qint64 first, q
     }
     lastYLow = low;
     lastYHigh = high;
-    if (dense) {
-        drawDense(painter, area, left, right, drawn, kept);
-        return;
-    }
-    drawGrid(painter, area, left, right, true, true);
+
+    // In the layer, x runs from 0 at the area's left edge and y from 0 at its top.
     const double yScale = area.height() / (high - low);
     const auto yOf = [&](double v) {
-        return std::clamp(area.bottom() - (v - low) * yScale, area.top() - FarPx,
-                          area.bottom() + FarPx);
+        return std::clamp(area.height() - (v - low) * yScale, -FarPx, area.height() + FarPx);
     };
-    painter.save();
-    painter.setClipRect(area.adjusted(0, 0, 1, 1));
-    painter.setRenderHint(QPainter::Antialiasing, true);
+    {
+        QPainter inner(&layer);
+        inner.translate(-area.topLeft());
+        drawGrid(&inner, &labels, area, left, right);
+    }
+    if (dense) {
+        drawDense(drawn, kept, low, yScale);
+        return;
+    }
+    QPainter inner(&layer);
+    inner.setRenderHint(QPainter::Antialiasing, true);
     const bool marked = double(width) / double(last - first + 1) >= MarkSpacingPx;
     QPolygonF points;
     const auto flush = [&] {
         if (points.size() == 1) {
-            painter.drawPoint(points.constFirst());
+            inner.drawPoint(points.constFirst());
         } else if (points.size() > 1) {
-            painter.drawPolyline(points);
+            inner.drawPolyline(points);
         }
         points.clear();
     };
     for (qsizetype i = 0; i < drawn.size(); ++i) {
         QPen pen(channelColor(drawn.at(i)), 1.0);
         pen.setCosmetic(true);
-        painter.setPen(pen);
+        inner.setPen(pen);
         for (const PlotColumn &column : std::as_const(kept.at(i))) {
             if (!column.finite) {
                 flush(); // a column of NaN breaks the line
                 continue;
             }
             // First, one extreme, the other, last: a spike inside the column shows.
-            const double x = area.left() + column.x + 0.5;
+            const double x = column.x + 0.5;
             points.append(QPointF(x, yOf(column.first)));
             if (!column.single) {
                 points.append(QPointF(x, yOf(column.lowFirst ? column.low : column.high)));
@@ -399,56 +419,34 @@ void PlotView::drawCurves(QPainter &painter, const QRectF &area, qint64 first, q
         }
         flush();
         if (marked) {
-            painter.setPen(QPen(channelColor(drawn.at(i)), 5.0, Qt::SolidLine, Qt::RoundCap));
+            inner.setPen(QPen(channelColor(drawn.at(i)), 5.0, Qt::SolidLine, Qt::RoundCap));
             for (const PlotColumn &column : std::as_const(kept.at(i))) {
                 if (column.finite) {
-                    points.append(QPointF(area.left() + column.x + 0.5, yOf(column.last)));
+                    points.append(QPointF(column.x + 0.5, yOf(column.last)));
                 }
             }
-            painter.drawPoints(points);
+            inner.drawPoints(points);
             points.clear();
         }
     }
-    painter.restore();
 }
 
 // A dense curve lights, in each column, the pixels from its lowest to its highest value
 // and up to the last value of the column before: the pixels a polyline through first,
-// low, high and last would light, without a stroker call per segment, which costs tens
-// of milliseconds at 32 channels. The plot area is drawn as one opaque image (grid and
-// curves), so that it reaches the window as a copy, without blending. Columns left
-// empty between two that hold samples are bridged with a line.
-void PlotView::drawDense(QPainter &painter, const QRectF &area, double left, double right,
-                         const QList<int> &drawn, const QList<QList<PlotColumn>> &kept)
+// low, high and last would light, written straight into the layer, without a stroker
+// call per segment, which costs tens of milliseconds at 32 channels. Columns left empty
+// between two that hold samples are bridged with a line.
+void PlotView::drawDense(const QList<int> &drawn, const QList<QList<PlotColumn>> &kept, double low,
+                         double yScale)
 {
-    const QSize size(std::max(1, int(area.width())), std::max(1, int(area.height()) + 1));
-    if (layer.size() != size) {
-        layer = QImage(size, QImage::Format_RGB32);
-    }
-    // Filled by hand: QImage::fill hands large images to a thread pool, and waking it
-    // costs more than the fill.
-    const QRgb base = palette().color(QPalette::Base).rgb();
-    for (int y = 0; y < size.height(); ++y) {
-        auto *line = reinterpret_cast<QRgb *>(layer.scanLine(y));
-        std::fill(line, line + size.width(), base);
-    }
-    {
-        QPainter grid(&layer);
-        drawGrid(grid, area, left, right, true, false, area.topLeft());
-    }
-    drawGrid(painter, area, left, right, false, true);
-
+    const double height = layer.height();
+    const auto yOf = [&](double v) {
+        return std::clamp(height - (v - low) * yScale, -FarPx, height + FarPx);
+    };
     auto *bits = reinterpret_cast<QRgb *>(layer.bits());
     const qsizetype stride = layer.bytesPerLine() / qsizetype(sizeof(QRgb));
-    const double scale = area.height() / (lastYHigh - lastYLow);
-    const double bottom = area.height();
-    const double lastRow = size.height() - 1;
-    const auto rowOf = [&](double v) {
-        return int(std::clamp(std::floor(bottom - (v - lastYLow) * scale), 0.0, lastRow));
-    };
-    const auto yOf = [&](double v) {
-        return area.top() + std::clamp(bottom - (v - lastYLow) * scale, -FarPx, bottom + FarPx);
-    };
+    const double lastRow = layer.height() - 1;
+    const auto rowOf = [&](double v) { return int(std::clamp(std::floor(yOf(v)), 0.0, lastRow)); };
     QList<QList<QLineF>> bridges(drawn.size());
     for (qsizetype i = 0; i < drawn.size(); ++i) {
         const QRgb color = channelColor(drawn.at(i)).rgb();
@@ -466,8 +464,8 @@ void PlotView::drawDense(QPainter &painter, const QRectF &area, double left, dou
                 from = std::min(from, joined);
                 to = std::max(to, joined);
             } else if (previous >= 0) {
-                bridges[i].append(QLineF(area.left() + previous + 0.5, yOf(previousLast),
-                                         area.left() + column.x + 0.5, yOf(column.first)));
+                bridges[i].append(
+                    QLineF(previous + 0.5, yOf(previousLast), column.x + 0.5, yOf(column.first)));
             }
             for (QRgb *pixel = bits + from * stride + column.x; from <= to;
                  ++from, pixel += stride) {
@@ -477,20 +475,17 @@ void PlotView::drawDense(QPainter &painter, const QRectF &area, double left, dou
             previousLast = column.last;
         }
     }
-    painter.drawImage(area.topLeft(), layer);
-    painter.save();
-    painter.setClipRect(area.adjusted(0, 0, 1, 1));
+    QPainter inner(&layer);
     for (qsizetype i = 0; i < drawn.size(); ++i) {
         if (!bridges.at(i).isEmpty()) {
-            painter.setPen(QPen(channelColor(drawn.at(i)), 1.0));
-            painter.drawLines(bridges.at(i));
+            inner.setPen(QPen(channelColor(drawn.at(i)), 1.0));
+            inner.drawLines(bridges.at(i));
         }
     }
-    painter.restore();
 }
 
-void PlotView::drawGrid(QPainter &painter, const QRectF &area, double left, double right,
-                        bool lines, bool labels, const QPointF &shift) const
+void PlotView::drawGrid(QPainter *lines, QPainter *labels, const QRectF &area, double left,
+                        double right) const
 {
     const QFontMetrics metrics(font());
     // Faint, and opaque: a translucent line wakes the paint engine's thread pool to blend.
@@ -499,22 +494,16 @@ void PlotView::drawGrid(QPainter &painter, const QRectF &area, double left, doub
     const auto mix = [](int a, int b) { return (a * 70 + b * 185) / 255; };
     const QColor gridColor(mix(mid.red(), base.red()), mix(mid.green(), base.green()),
                            mix(mid.blue(), base.blue()));
-    const QColor textColor = palette().color(QPalette::Text);
+    lines->setPen(gridColor);
+    labels->setPen(palette().color(QPalette::Text));
     double step = 0.0;
     const QList<double> yTicks =
         ticksFor(lastYLow, lastYHigh, std::max(2, int(area.height() / 40)), 0.0, &step);
     for (const double v : yTicks) {
         const double y = area.bottom() - (v - lastYLow) / (lastYHigh - lastYLow) * area.height();
-        if (lines) {
-            painter.setPen(gridColor);
-            painter.drawLine(QPointF(area.left(), y) - shift, QPointF(area.right(), y) - shift);
-        }
-        if (labels) {
-            painter.setPen(textColor);
-            painter.drawText(
-                QRectF(0, y - metrics.height() / 2.0, area.left() - 5, metrics.height()),
-                Qt::AlignRight | Qt::AlignVCenter, QString::number(v, 'g', 6));
-        }
+        lines->drawLine(QPointF(area.left(), y), QPointF(area.right(), y));
+        labels->drawText(QRectF(0, y - metrics.height() / 2.0, area.left() - 5, metrics.height()),
+                         Qt::AlignRight | Qt::AlignVCenter, QString::number(v, 'g', 6));
     }
     if (right <= left) {
         return;
@@ -524,17 +513,11 @@ void PlotView::drawGrid(QPainter &painter, const QRectF &area, double left, doub
         ticksFor(left, right, std::max(2, int(area.width() / 110)), time ? 0.0 : 1.0, &step);
     for (const double v : xTicks) {
         const double x = area.left() + (v - left) / (right - left) * area.width();
-        if (lines) {
-            painter.setPen(gridColor);
-            painter.drawLine(QPointF(x, area.top()) - shift, QPointF(x, area.bottom()) - shift);
-        }
-        if (labels) {
-            painter.setPen(textColor);
-            painter.drawText(QRectF(x - 60, area.bottom() + 3, 120, metrics.height()),
-                             Qt::AlignHCenter | Qt::AlignTop,
-                             time ? tr("%1 s").arg(QString::number(v, 'g', 6))
-                                  : QString::number(qint64(v)));
-        }
+        lines->drawLine(QPointF(x, area.top()), QPointF(x, area.bottom()));
+        labels->drawText(QRectF(x - 60, area.bottom() + 3, 120, metrics.height()),
+                         Qt::AlignHCenter | Qt::AlignTop,
+                         time ? tr("%1 s").arg(QString::number(v, 'g', 6))
+                              : QString::number(qint64(v)));
     }
 }
 

@@ -75,12 +75,13 @@ private:
     double axisValue(qint64 sample) const;
     qint64 nearestSample(double x) const;
     double toAxis(double px) const;
-    // Grid lines (drawn shifted by -shift) and tick labels.
-    void drawGrid(QPainter &painter, const QRectF &area, double left, double right, bool lines,
-                  bool labels, const QPointF &shift = QPointF()) const;
-    void drawCurves(QPainter &painter, const QRectF &area, qint64 first, qint64 last);
-    void drawDense(QPainter &painter, const QRectF &area, double left, double right,
-                   const QList<int> &drawn, const QList<QList<PlotColumn>> &kept);
+    // Grid lines with `lines`, tick labels with `labels`.
+    void drawGrid(QPainter *lines, QPainter *labels, const QRectF &area, double left,
+                  double right) const;
+    void drawCurves(QPainter &labels, const QRectF &area, qint64 first, qint64 last);
+    // Dense curves straight into the layer, where v lies at y = height - (v - low) * yScale.
+    void drawDense(const QList<int> &drawn, const QList<QList<PlotColumn>> &kept, double low,
+                   double yScale);
     void drawCursors(QPainter &painter, const QRectF &area, double left, double span) const;
     void drawReadout(QPainter &painter, const QRectF &area, const QStringList &lines) const;
     QString axisText(double x) const;
@@ -108,7 +109,7 @@ private:
     QStringList names;
 
     PlotColumns columns;
-    QImage layer; // dense curves are drawn here, then onto the view at once
+    QImage layer; // the plot area, drawn here and copied onto the view at once
     double lastYLow = 0.0;
     double lastYHigh = 1.0;
 };
