@@ -3,11 +3,8 @@
 #include "plot/plotbuffer.h"
 
 #include <QFontMetrics>
-#include <QKeyEvent>
-#include <QMouseEvent>
 #include <QPainter>
 #include <QPolygonF>
-#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -15,11 +12,9 @@
 
 namespace {
 
-constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double Infinity = std::numeric_limits<double>::infinity();
-constexpr int MarkSpacingPx = 6;    // samples this far apart get marks of their own
-constexpr double WheelFactor = 0.8; // one wheel notch shows 80 % of the span
-constexpr double FarPx = 1e6;       // points are kept this close to the view
+constexpr int MarkSpacingPx = 6; // samples this far apart get marks of their own
+constexpr double FarPx = 1e6;    // points are kept this close to the view
 
 // A step of 1, 2 or 5 times a power of ten that cuts `span` into about `count` parts.
 double niceStep(double span, int count)
@@ -42,11 +37,6 @@ QList<double> ticksFor(double low, double high, int count, double minStep, doubl
         ticks.append(std::abs(v) < *step * 1e-9 ? 0.0 : v);
     }
     return ticks;
-}
-
-QString formatNumber(double value)
-{
-    return std::isnan(value) ? QStringLiteral("-") : QString::number(value, 'g', 6);
 }
 
 // The range of a set of values, widened so that a flat curve still has room.
@@ -334,16 +324,17 @@ void PlotView::drawCurves(QPainter &labels, const QRectF &area, qint64 first, qi
     xRange(&left, &right);
     const int width = layer.width();
     columns.layout(*buffer, first, last, width, left, right - left, xAxis == PlotXAxis::Time);
-    // Dense curves (a sample or more per column) are drawn as one stroke per column;
-    // sparse ones as smoothed polylines through the kept points.
-    const bool dense = last - first + 1 >= width;
-
     QList<int> drawn;
     for (int c = 0; c < buffer->channelCount(); ++c) {
         if (channelDrawn(c)) {
             drawn.append(c);
         }
     }
+    // Smoothed polylines through the kept points look best, and cost about a microsecond
+    // a point; many points are drawn as one stroke per column instead (dense).
+    const qint64 samples = last - first + 1;
+    const bool dense =
+        samples >= 2 * qint64(width) || (samples >= width && drawn.size() * width > 16000);
     QList<QList<PlotColumn>> kept(drawn.size());
     double low = Infinity;
     double high = -Infinity;
@@ -399,8 +390,10 @@ void PlotView::drawCurves(QPainter &labels, const QRectF &area, qint64 first, qi
         }
         points.clear();
     };
+    // A wider pen reads better, and is kept for curves of a few thousand points in all.
+    const double penWidth = drawn.size() * columns.columnCount() <= 8000 ? 1.5 : 1.0;
     for (qsizetype i = 0; i < drawn.size(); ++i) {
-        QPen pen(channelColor(drawn.at(i)), 1.0);
+        QPen pen(channelColor(drawn.at(i)), penWidth);
         pen.setCosmetic(true);
         inner.setPen(pen);
         for (const PlotColumn &column : std::as_const(kept.at(i))) {
@@ -447,32 +440,49 @@ void PlotView::drawDense(const QList<int> &drawn, const QList<QList<PlotColumn>>
     const qsizetype stride = layer.bytesPerLine() / qsizetype(sizeof(QRgb));
     const double lastRow = layer.height() - 1;
     const auto rowOf = [&](double v) { return int(std::clamp(std::floor(yOf(v)), 0.0, lastRow)); };
-    QList<QList<QLineF>> bridges(drawn.size());
-    for (qsizetype i = 0; i < drawn.size(); ++i) {
-        const QRgb color = channelColor(drawn.at(i)).rgb();
-        int previous = -2; // the column before, or -2 after a break
+    // Every channel is drawn a strip of columns at a time, so that the strip's pixels
+    // stay in the cache from one channel to the next: channel by channel over the whole
+    // width, 32 busy channels pulled the image through memory 32 times.
+    constexpr int Strip = 64;
+    struct Pen
+    {
+        QRgb color = 0;
+        qsizetype next = 0; // the next column of `kept` to draw
+        int previous = -2;  // the column drawn before, or -2 after a break
         double previousLast = 0.0;
-        for (const PlotColumn &column : std::as_const(kept.at(i))) {
-            if (!column.finite) {
-                previous = -2;
-                continue;
+    };
+    QList<Pen> pens(drawn.size());
+    for (qsizetype i = 0; i < drawn.size(); ++i) {
+        pens[i].color = channelColor(drawn.at(i)).rgb();
+    }
+    QList<QList<QLineF>> bridges(drawn.size());
+    for (int stripEnd = Strip; stripEnd < layer.width() + Strip; stripEnd += Strip) {
+        for (qsizetype i = 0; i < drawn.size(); ++i) {
+            Pen &pen = pens[i];
+            const QList<PlotColumn> &columns = kept.at(i);
+            for (; pen.next < columns.size() && columns.at(pen.next).x < stripEnd; ++pen.next) {
+                const PlotColumn &column = columns.at(pen.next);
+                if (!column.finite) {
+                    pen.previous = -2;
+                    continue;
+                }
+                int from = rowOf(column.high);
+                int to = rowOf(column.low);
+                if (pen.previous == column.x - 1) {
+                    const int joined = rowOf(pen.previousLast);
+                    from = std::min(from, joined);
+                    to = std::max(to, joined);
+                } else if (pen.previous >= 0) {
+                    bridges[i].append(QLineF(pen.previous + 0.5, yOf(pen.previousLast),
+                                             column.x + 0.5, yOf(column.first)));
+                }
+                for (QRgb *pixel = bits + from * stride + column.x; from <= to;
+                     ++from, pixel += stride) {
+                    *pixel = pen.color;
+                }
+                pen.previous = column.x;
+                pen.previousLast = column.last;
             }
-            int from = rowOf(column.high);
-            int to = rowOf(column.low);
-            if (previous == column.x - 1) {
-                const int joined = rowOf(previousLast);
-                from = std::min(from, joined);
-                to = std::max(to, joined);
-            } else if (previous >= 0) {
-                bridges[i].append(
-                    QLineF(previous + 0.5, yOf(previousLast), column.x + 0.5, yOf(column.first)));
-            }
-            for (QRgb *pixel = bits + from * stride + column.x; from <= to;
-                 ++from, pixel += stride) {
-                *pixel = color;
-            }
-            previous = column.x;
-            previousLast = column.last;
         }
     }
     QPainter inner(&layer);
@@ -519,192 +529,4 @@ void PlotView::drawGrid(QPainter *lines, QPainter *labels, const QRectF &area, d
                          time ? tr("%1 s").arg(QString::number(v, 'g', 6))
                               : QString::number(qint64(v)));
     }
-}
-
-void PlotView::drawCursors(QPainter &painter, const QRectF &area, double left, double span) const
-{
-    const auto pxOf = [&](double x) { return area.left() + (x - left) / span * area.width(); };
-    QStringList lines;
-    QList<qint64> at;
-    if (measureMode && (cursorA || cursorB)) {
-        const std::pair<bool, double> marks[] = {{cursorA, cursorAX}, {cursorB, cursorBX}};
-        for (const auto &[on, x] : marks) {
-            if (!on) {
-                continue;
-            }
-            at.append(nearestSample(x));
-            QPen pen(palette().color(QPalette::Text), 1, Qt::DashLine);
-            painter.setPen(pen);
-            painter.drawLine(QPointF(pxOf(x), area.top()), QPointF(pxOf(x), area.bottom()));
-        }
-        const bool time = xAxis == PlotXAxis::Time;
-        if (at.size() == 2) {
-            if (time) {
-                const double ta = buffer->time(at.at(0));
-                const double tb = buffer->time(at.at(1));
-                QString head = tr("A %1 s  B %2 s  dt %3 s")
-                                   .arg(formatNumber(ta), formatNumber(tb), formatNumber(tb - ta));
-                if (tb != ta) {
-                    head += tr("  1/dt %1 Hz").arg(formatNumber(1.0 / (tb - ta)));
-                }
-                lines.append(head);
-            } else {
-                lines.append(
-                    tr("A #%1  B #%2  dn %3").arg(at.at(0)).arg(at.at(1)).arg(at.at(1) - at.at(0)));
-            }
-            for (int c = 0; c < buffer->channelCount(); ++c) {
-                if (channelDrawn(c)) {
-                    const double a = buffer->value(c, at.at(0));
-                    const double b = buffer->value(c, at.at(1));
-                    lines.append(tr("%1  A %2  B %3  d %4")
-                                     .arg(channelName(c), formatNumber(a), formatNumber(b),
-                                          formatNumber(b - a)));
-                }
-            }
-        } else {
-            lines.append(time ? tr("A %1 s").arg(formatNumber(buffer->time(at.at(0))))
-                              : tr("A #%1").arg(at.at(0)));
-            for (int c = 0; c < buffer->channelCount(); ++c) {
-                if (channelDrawn(c)) {
-                    lines.append(
-                        tr("%1  A %2")
-                            .arg(channelName(c), formatNumber(buffer->value(c, at.at(0)))));
-                }
-            }
-        }
-    } else if (!measureMode && hovering) {
-        const qint64 sample = nearestSample(toAxis(hoverPx));
-        if (sample < 0) {
-            return;
-        }
-        const double x = pxOf(axisValue(sample));
-        QColor guide = palette().color(QPalette::Text);
-        guide.setAlpha(90);
-        painter.setPen(guide);
-        painter.drawLine(QPointF(x, area.top()), QPointF(x, area.bottom()));
-        lines.append(xAxis == PlotXAxis::Time ? tr("%1 s").arg(formatNumber(buffer->time(sample)))
-                                              : QStringLiteral("#%1").arg(sample));
-        for (int c = 0; c < buffer->channelCount(); ++c) {
-            if (channelDrawn(c)) {
-                lines.append(
-                    tr("%1  %2").arg(channelName(c), formatNumber(buffer->value(c, sample))));
-            }
-        }
-    }
-    if (!lines.isEmpty()) {
-        drawReadout(painter, area, lines);
-    }
-}
-
-void PlotView::drawReadout(QPainter &painter, const QRectF &area, const QStringList &lines) const
-{
-    const QFontMetrics metrics(font());
-    double textWidth = 0;
-    for (const QString &line : lines) {
-        textWidth = std::max(textWidth, double(metrics.horizontalAdvance(line)));
-    }
-    const int shown = int(std::min<qsizetype>(lines.size(), 34));
-    QRectF box(area.left() + 6, area.top() + 6, textWidth + 12, shown * metrics.height() + 8);
-    QColor background = palette().color(QPalette::Base);
-    background.setAlpha(225);
-    painter.setPen(palette().color(QPalette::Mid));
-    painter.setBrush(background);
-    painter.drawRect(box);
-    for (int i = 0; i < shown; ++i) {
-        // A channel's line in its colour, the head line in the text colour.
-        const bool channelLine = i > 0;
-        painter.setPen(palette().color(QPalette::Text));
-        if (channelLine) {
-            int drawnIndex = 0;
-            for (int c = 0; c < buffer->channelCount(); ++c) {
-                if (channelDrawn(c) && ++drawnIndex == i) {
-                    painter.setPen(channelColor(c).darker(110));
-                    break;
-                }
-            }
-        }
-        painter.drawText(
-            QPointF(box.left() + 6, box.top() + 4 + metrics.ascent() + i * metrics.height()),
-            lines.at(i));
-    }
-}
-
-void PlotView::wheelEvent(QWheelEvent *event)
-{
-    const double steps = event->angleDelta().y() / 120.0;
-    if (steps == 0.0 || !buffer) {
-        event->ignore();
-        return;
-    }
-    const double factor = std::pow(WheelFactor, steps);
-    if (event->modifiers() & Qt::ControlModifier) {
-        const double middle = (lastYLow + lastYHigh) / 2.0;
-        const double half = (lastYHigh - lastYLow) / 2.0 * factor;
-        Q_EMIT yRangeRequested(middle - half, middle + half);
-    } else {
-        const bool time = xAxis == PlotXAxis::Time;
-        const double current = window > 0 ? window : spanFor() * (time ? 1000.0 : 1.0);
-        const double wanted =
-            std::clamp(std::round(current * factor), time ? 100.0 : 10.0,
-                       time ? double(PlotConfig::MaxWindow) : double(buffer->capacity()));
-        Q_EMIT windowRequested(int(wanted));
-    }
-    event->accept();
-}
-
-void PlotView::mousePressEvent(QMouseEvent *event)
-{
-    if (!measureMode) {
-        QWidget::mousePressEvent(event);
-        return;
-    }
-    if (event->button() == Qt::RightButton) {
-        cursorA = cursorB = false;
-    } else if (event->button() == Qt::LeftButton) {
-        const qint64 sample = nearestSample(toAxis(event->position().x()));
-        if (sample < 0) {
-            return;
-        }
-        const double x = axisValue(sample);
-        if (!cursorA || cursorB) {
-            cursorA = true;
-            cursorAX = x;
-            cursorB = false;
-        } else {
-            cursorB = true;
-            cursorBX = x;
-        }
-    }
-    update();
-}
-
-void PlotView::mouseDoubleClickEvent(QMouseEvent *event)
-{
-    if (event->button() == Qt::LeftButton && !measureMode) {
-        Q_EMIT resetRequested();
-    }
-}
-
-void PlotView::mouseMoveEvent(QMouseEvent *event)
-{
-    hovering = plotArea().contains(event->position());
-    hoverPx = event->position().x();
-    if (!measureMode) {
-        update();
-    }
-}
-
-void PlotView::leaveEvent(QEvent *)
-{
-    hovering = false;
-    update();
-}
-
-void PlotView::keyPressEvent(QKeyEvent *event)
-{
-    if (event->key() == Qt::Key_Space) {
-        Q_EMIT pauseRequested(!paused);
-        return;
-    }
-    QWidget::keyPressEvent(event);
 }

@@ -254,22 +254,24 @@ void TestPlotPanel::viewMenuShowsThePlotAndTheProjectKeepsIt()
 void TestPlotPanel::paintKeepsSpikesGapsAndFlatLines_data()
 {
     QTest::addColumn<int>("kind");
-    QTest::newRow("one-sample spike among 100000") << 0;
-    QTest::newRow("NaN gap in the middle") << 1;
-    QTest::newRow("flat line") << 2;
+    QTest::addColumn<int>("count");
+    QTest::newRow("one-sample spike among 100000") << 0 << 100000;
+    QTest::newRow("NaN gap in the middle, drawn per column") << 1 << 3000;
+    QTest::newRow("NaN gap in the middle, drawn as a polyline") << 1 << 300;
+    QTest::newRow("flat line") << 2 << 3000;
 }
 
 void TestPlotPanel::paintKeepsSpikesGapsAndFlatLines()
 {
     QFETCH(int, kind);
+    QFETCH(int, count);
     PlotBuffer buffer;
-    const int count = kind == 0 ? 100000 : 3000;
     for (int i = 0; i < count; ++i) {
         double value = kind == 2 ? 5.0 : 0.0;
         if (kind == 0 && i == 54321) {
             value = 100.0;
         }
-        if (kind == 1 && i >= 1000 && i < 2000) {
+        if (kind == 1 && i >= count / 3 && i < 2 * count / 3) {
             value = qQNaN();
         }
         buffer.append(i * 0.01, {value});
