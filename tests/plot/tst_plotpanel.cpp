@@ -225,6 +225,16 @@ void TestPlotPanel::viewMenuShowsThePlotAndTheProjectKeepsIt()
         QCOMPARE(visibility.size(), 1);
         QVERIFY(window.isWindowModified());
 
+        // Popped out it has a window of its own; closing that window docks it again.
+        PlotPanel *plot = port->plotPanel();
+        QWidget *dock = plot->parentWidget();
+        plot->setPoppedOut(true);
+        QCOMPARE(plot->window()->windowTitle(), "Plot - " + port->sessionPortLabel());
+        plot->window()->close();
+        QVERIFY(!plot->isPoppedOut());
+        QCOMPARE(plot->parentWidget(), dock);
+        QVERIFY(!plot->isHidden());
+
         // Received bytes reach the plot; a stopped port ends the partial line.
         port->ingestRx("temp:1\ntemp:2", false, QString());
         port->stop();
