@@ -7,6 +7,7 @@
 #include "app/settingsservice.h"
 #include "automation/autoreplycodec.h"
 #include "automation/autoreplyengine.h"
+#include "plot/plotcodec.h"
 #include "session/serialportwidget.h"
 #include "session/wiretextcodecregistry.h"
 
@@ -54,6 +55,9 @@ bool MainWindow::writeSettingFile(const QString &path, bool showProgress)
     });
     saveAutomation(file);
     saveScripts(file);
+    for (int i = 0; i < portCountValue; ++i) {
+        PlotCodec::save(file, ProjectCodec::plotGroup(i), portWidgets[size_t(i)]->plotConfig());
+    }
     file.sync();
     if (file.status() != QSettings::NoError) {
         qCWarning(lcApp) << "writeFile: Write FAILED!" << path;
@@ -111,6 +115,7 @@ bool MainWindow::readSettingFile(const QString &path, QString *error)
         port->applyFormatSetting(record.format);
         port->setSendHistory(record.sendHistory);
         port->setAutoReconnect(autoReconnect);
+        port->setPlotConfig(PlotCodec::load(file, ProjectCodec::plotGroup(i)));
     }
     acViewQuickSettings->setChecked(project.quickView);
     loadAutomation(file);
@@ -278,10 +283,12 @@ void MainWindow::readSettings()
     const QString path = configFilePath();
     SessionState state = SettingsService::defaults();
     AutoReplyConfig lastAutoReply;
+    PlotConfig lastPlot;
     if (!path.isEmpty() && QFileInfo::exists(path)) {
         QSettings store(path, QSettings::IniFormat);
         state = SettingsService::load(store, &WireTextCodecRegistry::normalizeName);
         lastAutoReply = AutoReplyCodec::load(store, AutoReplyCodec::lastUsedPrefix());
+        lastPlot = PlotCodec::load(store, PlotCodec::lastUsedPrefix());
     }
     lastState = state;
     recentFiles = state.recentFiles;
@@ -297,6 +304,7 @@ void MainWindow::readSettings()
     port->setSendHistory(state.sendList);
     port->setAutoReconnect(autoReconnect);
     port->setAutoReplyConfig(lastAutoReply);
+    port->setPlotConfig(lastPlot);
     // The title names what is loaded: the last project when it can still be opened, or
     // no file at all, so that Save can never write over a project that is not loaded.
     setCurrentFile(QString());
@@ -329,6 +337,7 @@ void MainWindow::writeSettings()
     QSettings store(path, QSettings::IniFormat);
     SettingsService::save(store, state);
     AutoReplyCodec::save(store, AutoReplyCodec::lastUsedPrefix(), port->autoReplyConfig());
+    PlotCodec::save(store, PlotCodec::lastUsedPrefix(), port->plotConfig());
 
     QSettings app;
     app.setValue(QStringLiteral("LAST_WINDOW_SIZE"), size());

@@ -9,6 +9,7 @@
 #include "automation/autoreplyengine.h"
 #include "automation/commandlibrarydialog.h"
 #include "scripting/scriptapireferencedialog.h"
+#include "plot/plotpanel.h"
 #include "scripting/scriptwindow.h"
 #include "session/serialportwidget.h"
 #include "tools/asciicode.h"
@@ -16,6 +17,10 @@
 
 #include <QDateTime>
 #include <QDockWidget>
+#include <QRandomGenerator>
+
+#include <cmath>
+#include <memory>
 
 namespace {
 
@@ -54,13 +59,41 @@ void showSample(SerialPortWidget *port, const QByteArray &bytes, bool hex)
     port->displayPortBuffer();
 }
 
+// A board printing a sine, a square wave and a noisy ramp 50 times a second, plotted
+// over ten seconds of its own time.
+void showPlotSample(SerialPortWidget *port)
+{
+    port->clear();
+    PlotConfig config;
+    config.visible = true;
+    config.xAxis = PlotXAxis::Time;
+    port->setPlotConfig(config);
+    auto now = std::make_shared<double>(0.0);
+    port->plotPanel()->setTimeSource([now] { return *now; });
+    QRandomGenerator noise(7);
+    for (int i = 0; i < 500; ++i) {
+        const double t = i * 0.02;
+        const double ramp = std::fmod(t, 5.0) * 4.0 - 10.0 + noise.bounded(2.0) - 1.0;
+        *now = t;
+        port->ingestRx(QStringLiteral("sine:%1 square:%2 ramp:%3\r\n")
+                           .arg(10.0 * std::sin(2.0 * M_PI * 0.4 * t), 0, 'f', 3)
+                           .arg(std::fmod(t, 2.0) < 1.0 ? 6 : -6)
+                           .arg(ramp, 0, 'f', 3)
+                           .toLatin1(),
+                       false, QString());
+    }
+    port->plotPanel()->setTimeSource({});
+    port->displayPortBuffer();
+    port->plotPanel()->refreshStats();
+}
+
 } // namespace
 
 QStringList MainWindow::screenshotSceneNames()
 {
     return {QStringLiteral("single"), QStringLiteral("grid4"), QStringLiteral("row4"),
             QStringLiteral("grid16"), QStringLiteral("tabs"), QStringLiteral("hex"),
-            QStringLiteral("commands")};
+            QStringLiteral("commands"), QStringLiteral("plot")};
 }
 
 QStringList MainWindow::screenshotDialogNames()
@@ -124,6 +157,9 @@ bool MainWindow::runScreenshotScene(const QString &name)
         library.sequences = {check};
         setCommandLibrary(library);
         commandDock->show();
+    }
+    if (name == QLatin1String("plot")) {
+        showPlotSample(portWidgets[0]);
     }
     updateGrid();
     return true;

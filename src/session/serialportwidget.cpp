@@ -9,6 +9,7 @@
 #include "connection/displayfont.h"
 #include "connection/serialportlist.h"
 #include "connection/settingscodec.h"
+#include "plot/plotpanel.h"
 #include "session/controllineledrow.h"
 #include "session/hled.h"
 #include "session/logwriter.h"
@@ -101,6 +102,7 @@ SerialPortWidget::SerialPortWidget(QWidget *parent)
     connectController();
     resetTextDecoders();
     initialPara();
+    setupPlot(); // before the automation: the plot sees received bytes ahead of auto reply
     setupAutomation();
     connectDirtyTrackers();
     updateDisplay();
@@ -718,6 +720,7 @@ void SerialPortWidget::stop()
     // A stopped server lets its clients go without a word for each.
     peerTranscripts.clear();
     autoReplyRunner->reset();
+    plot->resetStream();
     stopRuns(int(SequenceRunner::StopReason::ConnectionClosed));
 
     releaseBreak();

@@ -27,6 +27,9 @@ struct ScriptPortInfo;
 struct AutoReplyConfig;
 struct Sequence;
 class LogWriter;
+class PlotPanel;
+struct PlotConfig;
+class QMenu;
 class QKeyEvent;
 class ReceiveRenderer;
 class QTimer;
@@ -217,6 +220,12 @@ public:
     // Stops whatever runs on the port, sequence or script.
     void stopRuns(int reason);
 
+    // The live plot of received numbers, shown from the panel's View menu.
+    void setPlotConfig(const PlotConfig &config);
+    PlotConfig plotConfig() const;
+    PlotPanel *plotPanel() const { return plot; }
+    QMenu *viewMenu() const { return viewMenuValue; }
+
     // The log file.
     bool enableLogging();
     void disableLogging();
@@ -260,6 +269,7 @@ signals:
 private:
     void initialPara();
     void setupAutomation();
+    void setupPlot();
     void refreshAutoReplyBadge();
     void connectController();
     void connectDirtyTrackers();
@@ -390,6 +400,8 @@ private:
     AutoReplyRunner *autoReplyRunner = nullptr;
     SequenceRunner *sequenceRunner = nullptr;
     SequenceReportLog sequenceLog;
+    PlotPanel *plot = nullptr;
+    QMenu *viewMenuValue = nullptr;
     bool logAtLineStart = true;
     bool logPendingFlag = false;
     QDateTime logLastTime;

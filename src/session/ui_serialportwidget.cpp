@@ -342,7 +342,7 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     scroll->setMinimumWidth(settingsColumn->minimumSizeHint().width() +
                             scroll->verticalScrollBar()->sizeHint().width());
 
-    auto *dataSplitter = new QSplitter(Qt::Vertical, splitter);
+    dataSplitter = new QSplitter(Qt::Vertical, splitter);
     auto *receiveArea = new QWidget(dataSplitter);
     auto *receiveLayout = new QVBoxLayout(receiveArea);
     receiveLayout->setContentsMargins(0, 0, 0, 0);
@@ -351,7 +351,17 @@ void Ui_SerialPortWidget::setupUi(QMainWindow *window)
     receiveLayout->addWidget(receiveBrowser, 1);
     ledRow = new ControlLineLedRow(receiveArea);
     ledRow->setObjectName(QStringLiteral("ledRow"));
-    receiveLayout->addWidget(ledRow);
+    // The panel's View menu sits at the end of this row, which stays when the lines'
+    // LEDs are hidden.
+    auto *ledAndView = new QHBoxLayout;
+    ledAndView->addWidget(ledRow, 1);
+    viewButton = new QToolButton(receiveArea);
+    viewButton->setObjectName(QStringLiteral("portViewButton"));
+    viewButton->setText(tr("View"));
+    viewButton->setAutoRaise(true);
+    viewButton->setPopupMode(QToolButton::InstantPopup);
+    ledAndView->addWidget(viewButton);
+    receiveLayout->addLayout(ledAndView);
     receiveBrowser->setObjectName(QStringLiteral("receiveBrowser"));
     receiveBrowser->setUndoRedoEnabled(false);
     receiveBrowser->setReadOnly(true);

@@ -30,6 +30,7 @@ class Ui_SerialPortWidget
 
 public:
     QSplitter *splitter = nullptr;
+    QSplitter *dataSplitter = nullptr; // the receive view above the send area
     ConnectionSettingsWidget *connectionSettings = nullptr;
     QPushButton *openButton = nullptr;
     QPushButton *pauseButton = nullptr;
@@ -40,6 +41,7 @@ public:
     // Over the view's bottom right while it does not follow new data.
     QToolButton *followButton = nullptr;
     ControlLineLedRow *ledRow = nullptr;
+    QToolButton *viewButton = nullptr; // opens the panel's View menu
     QLabel *peerLabel = nullptr;
     QComboBox *peerCombo = nullptr;
     // Receive settings.

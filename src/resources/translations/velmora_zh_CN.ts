@@ -2016,6 +2016,282 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>PlotPanel</name>
+    <message>
+        <source>Channel</source>
+        <translation>通道</translation>
+    </message>
+    <message>
+        <source>Last</source>
+        <translation>最新</translation>
+    </message>
+    <message>
+        <source>Mean</source>
+        <translation>平均</translation>
+    </message>
+    <message>
+        <source>Min</source>
+        <translation>最小</translation>
+    </message>
+    <message>
+        <source>Max</source>
+        <translation>最大</translation>
+    </message>
+    <message>
+        <source>P-P</source>
+        <translation>峰峰值</translation>
+    </message>
+    <message>
+        <source>Std Dev</source>
+        <translation>标准差</translation>
+    </message>
+    <message>
+        <source>Untick a channel to hide it; double click a name to rename it.</source>
+        <translation>取消勾选可隐藏通道；双击名称可重命名。</translation>
+    </message>
+    <message>
+        <source>Waiting for samples. Print one line per sample, such as &quot;1.5,-0.2,3&quot; or &quot;temp:21.5 hum:40&quot;; VOFA+ FireWater lines work too.</source>
+        <translation>正在等待样本。每个样本打印一行，例如 &quot;1.5,-0.2,3&quot; 或 &quot;temp:21.5 hum:40&quot;；也支持 VOFA+ FireWater 格式的行。</translation>
+    </message>
+    <message>
+        <source>Waiting for JustFloat frames: little-endian floats, one per channel, then 00 00 80 7F.</source>
+        <translation>正在等待 JustFloat 帧：每个通道一个小端浮点数，之后是 00 00 80 7F。</translation>
+    </message>
+    <message>
+        <source>Enter a regular expression above. Each capture group becomes a channel.</source>
+        <translation>请在上方输入正则表达式。每个捕获组成为一个通道。</translation>
+    </message>
+    <message>
+        <source>Waiting for lines that match the expression.</source>
+        <translation>正在等待与表达式匹配的行。</translation>
+    </message>
+    <message>
+        <source>Invalid expression: %1</source>
+        <translation>无效的表达式：%1</translation>
+    </message>
+    <message>
+        <source>CH%1</source>
+        <translation>通道%1</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n channel(s)</source>
+        <translation>
+            <numerusform>%n 个通道</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 samples/s</source>
+        <translation>%1 样本/秒</translation>
+    </message>
+    <message>
+        <source>%1 samples held</source>
+        <translation>已保存 %1 个样本</translation>
+    </message>
+    <message>
+        <source>%1 bad frames skipped</source>
+        <translation>已跳过 %1 个错误帧</translation>
+    </message>
+    <message>
+        <source>%1 other lines skipped</source>
+        <translation>已跳过 %1 行其他内容</translation>
+    </message>
+    <message>
+        <source>paused</source>
+        <translation>已暂停</translation>
+    </message>
+    <message>
+        <source>Text (CSV, FireWater, Arduino)</source>
+        <translation>文本（CSV、FireWater、Arduino）</translation>
+    </message>
+    <message>
+        <source>JustFloat (VOFA+)</source>
+        <translation>JustFloat（VOFA+）</translation>
+    </message>
+    <message>
+        <source>Regex</source>
+        <translation>正则表达式</translation>
+    </message>
+    <message>
+        <source>How received bytes become samples</source>
+        <translation>接收的字节如何转换为样本</translation>
+    </message>
+    <message>
+        <source>Regular expression, such as T=(\S+) H=(\S+)</source>
+        <translation>正则表达式，例如 T=(\S+) H=(\S+)</translation>
+    </message>
+    <message>
+        <source>Samples</source>
+        <translation>样本</translation>
+    </message>
+    <message>
+        <source>Time</source>
+        <translation>时间</translation>
+    </message>
+    <message>
+        <source>What the horizontal axis counts</source>
+        <translation>横轴的计量方式</translation>
+    </message>
+    <message>
+        <source>How much history the view shows (the mouse wheel zooms)</source>
+        <translation>视图显示多少历史（鼠标滚轮可缩放）</translation>
+    </message>
+    <message>
+        <source>Auto Scale</source>
+        <translation>自动缩放</translation>
+    </message>
+    <message>
+        <source>Fit the vertical range to the curves in view (Ctrl and the mouse wheel set a fixed range)</source>
+        <translation>使纵向范围适应视图中的曲线（Ctrl 加鼠标滚轮可设定固定范围）</translation>
+    </message>
+    <message>
+        <source>Bottom of the fixed range</source>
+        <translation>固定范围的下限</translation>
+    </message>
+    <message>
+        <source>Top of the fixed range</source>
+        <translation>固定范围的上限</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>暂停</translation>
+    </message>
+    <message>
+        <source>Freeze the view; samples go on being collected (Space)</source>
+        <translation>冻结视图；样本仍继续采集（空格键）</translation>
+    </message>
+    <message>
+        <source>Measure</source>
+        <translation>测量</translation>
+    </message>
+    <message>
+        <source>Left clicks place cursors A and B; a right click clears them</source>
+        <translation>左键单击放置光标 A 和 B；右键单击清除</translation>
+    </message>
+    <message>
+        <source>Clear</source>
+        <translation>清除</translation>
+    </message>
+    <message>
+        <source>Forget every sample</source>
+        <translation>丢弃所有样本</translation>
+    </message>
+    <message>
+        <source>Export</source>
+        <translation>导出</translation>
+    </message>
+    <message>
+        <source>CSV...</source>
+        <translation>CSV...</translation>
+    </message>
+    <message>
+        <source>PNG...</source>
+        <translation>PNG...</translation>
+    </message>
+    <message>
+        <source>Pop Out</source>
+        <translation>弹出</translation>
+    </message>
+    <message>
+        <source>Show the plot in a window of its own</source>
+        <translation>在单独的窗口中显示绘图</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>Hide the plot</source>
+        <translation>隐藏绘图</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 秒</translation>
+    </message>
+    <message>
+        <source>%1 samples</source>
+        <translation>%1 个样本</translation>
+    </message>
+    <message>
+        <source>All</source>
+        <translation>全部</translation>
+    </message>
+    <message>
+        <source>Could not write %1: %2</source>
+        <translation>无法写入 %1：%2</translation>
+    </message>
+    <message>
+        <source>Could not write %1.</source>
+        <translation>无法写入 %1。</translation>
+    </message>
+    <message>
+        <source>Export Plot as CSV</source>
+        <translation>将绘图导出为 CSV</translation>
+    </message>
+    <message>
+        <source>Export Plot as PNG</source>
+        <translation>将绘图导出为 PNG</translation>
+    </message>
+    <message>
+        <source>CSV files (*.csv)</source>
+        <translation>CSV 文件 (*.csv)</translation>
+    </message>
+    <message>
+        <source>PNG images (*.png)</source>
+        <translation>PNG 图像 (*.png)</translation>
+    </message>
+    <message>
+        <source>Plot</source>
+        <translation>绘图</translation>
+    </message>
+    <message>
+        <source>Plot - %1</source>
+        <translation>绘图 - %1</translation>
+    </message>
+</context>
+<context>
+    <name>PlotView</name>
+    <message>
+        <source>CH%1</source>
+        <translation>通道%1</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 秒</translation>
+    </message>
+    <message>
+        <source>A %1 s  B %2 s  dt %3 s</source>
+        <translation>A %1 秒  B %2 秒  dt %3 秒</translation>
+    </message>
+    <message>
+        <source>  1/dt %1 Hz</source>
+        <translation>  1/dt %1 Hz</translation>
+    </message>
+    <message>
+        <source>A #%1  B #%2  dn %3</source>
+        <translation>A #%1  B #%2  dn %3</translation>
+    </message>
+    <message>
+        <source>%1  A %2  B %3  d %4</source>
+        <translation>%1  A %2  B %3  d %4</translation>
+    </message>
+    <message>
+        <source>A %1 s</source>
+        <translation>A %1 秒</translation>
+    </message>
+    <message>
+        <source>A #%1</source>
+        <translation>A #%1</translation>
+    </message>
+    <message>
+        <source>%1  A %2</source>
+        <translation>%1  A %2</translation>
+    </message>
+    <message>
+        <source>%1  %2</source>
+        <translation>%1  %2</translation>
+    </message>
+</context>
+<context>
     <name>QuickSettingsEditor</name>
     <message>
         <source>Choose the groups and fields to show, and arrange their order.</source>
@@ -3628,6 +3904,18 @@ Reopen it now?</source>
     <message>
         <source>Sends the message (Ctrl+Enter); opens a closed port</source>
         <translation>发送消息 (Ctrl+Enter)；端口关闭时先打开端口</translation>
+    </message>
+    <message>
+        <source>View</source>
+        <translation>视图</translation>
+    </message>
+    <message>
+        <source>Plot</source>
+        <translation>绘图</translation>
+    </message>
+    <message>
+        <source>Draw the numbers in the received data as live curves</source>
+        <translation>将接收数据中的数字绘制为实时曲线</translation>
     </message>
 </context>
 <context>
