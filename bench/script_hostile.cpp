@@ -162,6 +162,13 @@ const Row rows[] = {
      "while true do table.sort(t, function(a, b) return a > b end) end",
      {}},
     {"regex_8MB", "local s = ('x'):rep(8e6)\nwhile true do regex('x+y', s) end", {}},
+    // Instructions that compare long strings: no library call to charge.
+    {"equal_8MB", "local a, b = ('x'):rep(8e6), ('x'):rep(8e6)\n"
+                   "while true do local _ = a == b end", {}},
+    {"equal_64KB", "local a, b = ('x'):rep(65536), ('x'):rep(65536)\n"
+                   "while true do local _ = a == b end", {}},
+    {"less_1MB", "local a, b = ('x'):rep(1e6), ('x'):rep(1e6)\n"
+                 "while true do local _ = a < b end", {}},
 };
 
 struct Bench

@@ -65,7 +65,9 @@ int pushValues(lua_State *L, const QList<Impl::Value> &values)
 // the script next pauses.)
 int pushScratch(lua_State *L, Impl *d)
 {
-    d->holdScratch(d->bytes.size());
+    if (!d->holdScratch(d->bytes.size())) {
+        return luaL_error(L, "not enough memory");
+    }
     pushBytes(L, d->bytes);
     d->releaseScratch();
     return 1;
@@ -80,7 +82,9 @@ int pushScratchValues(lua_State *L, Impl *d)
             held += bytes->size();
         }
     }
-    d->holdScratch(held);
+    if (!d->holdScratch(held)) {
+        return luaL_error(L, "not enough memory");
+    }
     const int count = pushValues(L, d->values);
     d->releaseScratch();
     return count;

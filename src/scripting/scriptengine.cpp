@@ -8,6 +8,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -160,6 +161,9 @@ void *scriptAlloc(void *ud, void *ptr, size_t osize, size_t nsize)
 {
     auto *memory = static_cast<ScriptMemory *>(ud);
     const size_t old = ptr ? osize : 0;
+    if (old >= ScriptEngine::LongStringBytes && memory->owner) {
+        memory->owner->forgetLongString(ptr);
+    }
     if (nsize == 0) {
         std::free(ptr);
         memory->used -= old;
@@ -179,10 +183,16 @@ void *scriptAlloc(void *ud, void *ptr, size_t osize, size_t nsize)
     }
     memory->used = memory->used - old + nsize;
     memory->peak = std::max(memory->peak, memory->used);
-    // Building bytes takes time in proportion, whether a library function or an
-    // instruction (a concatenation) asked for them.
-    if (nsize > old && memory->owner) {
-        memory->owner->charge(qint64((nsize - old) / ScriptEngine::AllocatedBytesPerUnit));
+    if (memory->owner) {
+        // Building bytes takes time in proportion, whether a library function or an
+        // instruction (a concatenation) asked for them.
+        if (nsize > old) {
+            memory->owner->charge(qint64((nsize - old) / ScriptEngine::AllocatedBytesPerUnit));
+        }
+        // A new object tells its type in place of the old size.
+        if (!ptr && osize == LUA_TSTRING && nsize >= ScriptEngine::LongStringBytes) {
+            memory->owner->noteLongString(block, nsize);
+        }
     }
     return block;
 }
@@ -214,7 +224,7 @@ void scriptHook(lua_State *L, lua_Debug *ar)
         // is being ended, which keeps the hook at every instruction.
         d->hookArmed = false;
         if (!sticky) {
-            lua_sethook(L, scriptHook, LUA_MASKCOUNT, ScriptEngine::HookInterval);
+            lua_sethook(L, scriptHook, LUA_MASKCOUNT, d->hookInterval);
         }
     }
     if (d->callback != Impl::Callback::None) {
@@ -224,7 +234,7 @@ void scriptHook(lua_State *L, lua_Debug *ar)
             raiseHere(L, BudgetText, sizeof BudgetText - 1);
             return;
         }
-        d->callbackCount += ScriptEngine::HookInterval;
+        d->callbackCount += d->hookInterval;
         const bool late = d->pastBackstop();
         if (d->callbackCount >= ScriptEngine::CallbackLimit || late) {
             d->budgetExceeded = true;
@@ -250,7 +260,7 @@ void scriptHook(lua_State *L, lua_Debug *ar)
     }
     // A slice ends after its instructions, or when the poll has held the thread for
     // the backstop's time (C work that nothing charged, a machine under load).
-    d->bodyCount += ScriptEngine::HookInterval;
+    d->bodyCount += d->hookInterval;
     const bool late = d->pastBackstop();
     if (d->bodyCount < ScriptEngine::BodySlice && !late) {
         return;
@@ -393,7 +403,7 @@ void ScriptEngine::Impl::charge(long long units)
     }
     *counter += units;
     // The hook adds a whole interval when it runs; from here that reaches the limit.
-    if (!hookArmed && *counter + HookInterval >= limit) {
+    if (!hookArmed && *counter + hookInterval >= limit) {
         hookArmed = true;
         lua_sethook(running, scriptHook, LUA_MASKCOUNT, 1);
     }
@@ -409,10 +419,63 @@ bool ScriptEngine::Impl::roomFor(qint64 bytes) const
     return bytes <= qint64(memory.limit) - qint64(std::min(memory.limit, memory.used));
 }
 
-void ScriptEngine::Impl::holdScratch(qint64 count)
+bool ScriptEngine::Impl::holdScratch(qint64 count)
 {
+    if (!roomFor(count)) {
+        return false;
+    }
     memory.used += size_t(count);
     scratchHeld += count;
+    return true;
+}
+
+void ScriptEngine::Impl::noteLongString(const void *block, size_t size)
+{
+    const int sizeClass = std::bit_width(size) - 1;
+    longStrings.insert(block, sizeClass);
+    ++longStringClasses[size_t(sizeClass)];
+    updateHookInterval();
+}
+
+void ScriptEngine::Impl::forgetLongString(const void *block)
+{
+    const auto found = longStrings.constFind(block);
+    if (found == longStrings.cend()) {
+        return;
+    }
+    --longStringClasses[size_t(*found)];
+    longStrings.erase(found);
+    updateHookInterval();
+}
+
+void ScriptEngine::Impl::updateHookInterval()
+{
+    // One instruction that compares two strings (==, <, a table key) goes over them
+    // byte by byte, in C: with long strings alive a few such instructions take as long
+    // as the whole interval of ordinary ones. So the hook, and with it the clock's
+    // backstop, comes after about CompareBytesPerInterval bytes of the longest string.
+    int interval = HookInterval;
+    for (int sizeClass = int(longStringClasses.size()) - 1; sizeClass >= 0; --sizeClass) {
+        if (longStringClasses[size_t(sizeClass)] > 0) {
+            const qint64 longest = qint64(2) << sizeClass;
+            interval = int(std::clamp<qint64>(CompareBytesPerInterval / longest, 1, HookInterval));
+            break;
+        }
+    }
+    if (interval == hookInterval) {
+        return;
+    }
+    hookInterval = interval;
+    // An armed or sticky hook runs at every instruction already; it takes the interval
+    // when it goes back.
+    if (hookArmed || budgetExceeded || fault.pending || callback == Callback::Closing) {
+        return;
+    }
+    for (lua_State *thread : {L, body}) {
+        if (thread) {
+            lua_sethook(thread, scriptHook, LUA_MASKCOUNT, interval);
+        }
+    }
 }
 
 void ScriptEngine::Impl::releaseScratch()
@@ -433,7 +496,8 @@ void ScriptEngine::Impl::setFault(const char *text, int line)
 
 void ScriptEngine::Impl::setError(const QString &text)
 {
-    error = text.toUtf8();
+    // A message may quote what the script passed, which can be megabytes long.
+    error = clipText(text).toUtf8();
 }
 
 void ScriptEngine::Impl::setError(const char *text)
@@ -610,7 +674,7 @@ void ScriptEngine::Impl::resumeBody()
     running = nullptr;
     if (std::exchange(hookArmed, false) && !fault.pending) {
         // Brought forward by a charge just before the body paused or ended.
-        lua_sethook(body, scriptHook, LUA_MASKCOUNT, HookInterval);
+        lua_sethook(body, scriptHook, LUA_MASKCOUNT, hookInterval);
     }
     releaseScratch();
     if (status == LUA_YIELD) {
@@ -754,7 +818,7 @@ bool ScriptEngine::Impl::runCallback(int ref, Callback kind, const QByteArray &f
     callbackErrorLine = -1;
     fault = Fault();
     callback = kind;
-    lua_sethook(L, scriptHook, LUA_MASKCOUNT, HookInterval);
+    lua_sethook(L, scriptHook, LUA_MASKCOUNT, hookInterval);
 
     CallbackCall call{ref, &first, &second};
     lua_State *const outer = std::exchange(running, L);
@@ -769,7 +833,7 @@ bool ScriptEngine::Impl::runCallback(int ref, Callback kind, const QByteArray &f
     backstopStartMs = now();
     callback = Callback::None;
     hookArmed = false;
-    lua_sethook(L, scriptHook, LUA_MASKCOUNT, HookInterval);
+    lua_sethook(L, scriptHook, LUA_MASKCOUNT, hookInterval);
     releaseScratch();
     pollCallbackCount += callbackCount;
     const QString name = kind == Callback::OnStop ? QStringLiteral("onStop")

@@ -83,6 +83,10 @@ public:
     static constexpr int MaxSourceBytes = 262144;
     static constexpr qsizetype MemoryLimit = 33554432;
     static constexpr int HookInterval = 10000;
+    // While strings of LongStringBytes or more live, the hook comes sooner: after about
+    // CompareBytesPerInterval bytes' worth of comparisons of the longest of them.
+    static constexpr size_t LongStringBytes = 4096;
+    static constexpr qint64 CompareBytesPerInterval = 1 << 24;
     static constexpr long long BodySlice = 1000000;
     static constexpr long long UnpausableLimit = 10000000;
     static constexpr long long CallbackLimit = 10000000;

@@ -15,6 +15,7 @@
 
 #include <lua.hpp>
 
+#include <array>
 #include <variant>
 
 // The allocator's counters; the allocator refuses to grow beyond `limit`. With an
@@ -132,10 +133,16 @@ struct ScriptEngine::Impl
     // Whether the current poll (or onStop) has run for TimeBackstopMs by the clock.
     bool pastBackstop() const;
     // Counts `bytes` of scratch space (a result about to be copied into Lua) as heap in
-    // use until releaseScratch(), so that the copy and the original share the cap.
-    void holdScratch(qint64 bytes);
+    // use until releaseScratch(), so that the copy and the original share the cap;
+    // false, counting nothing, when they do not fit.
+    bool holdScratch(qint64 bytes);
     // Lets go of the scratch space of the script functions.
     void releaseScratch();
+    // The allocator's notes of strings of LongStringBytes and more, which shorten the
+    // hook's interval while they live.
+    void noteLongString(const void *block, size_t size);
+    void forgetLongString(const void *block);
+    void updateHookInterval();
 
     Clock clock;
     CommandLookup lookup;
@@ -190,6 +197,9 @@ struct ScriptEngine::Impl
     bool budgetExceeded = false;
     bool budgetByTime = false; // exceeded by the time backstop, not the count
     bool hookArmed = false;    // a charge set the hook to run at the next instruction
+    int hookInterval = HookInterval; // shorter while long strings live
+    QHash<const void *, int> longStrings;       // string block to its size class (log2)
+    std::array<int, 64> longStringClasses = {}; // live long strings by size class
     qint64 backstopStartMs = -1; // when the current poll (or onStop) began; -1: none
     long long pollCallbackCount = 0;
     int pollCallbackCalls = 0;
