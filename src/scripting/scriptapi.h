@@ -18,7 +18,7 @@ public:
     static constexpr long long MaxElements = 1LL << 18;
     // The most elements one table.sort may order (about n log n comparisons).
     static constexpr long long MaxSortElements = 1LL << 16;
-    // The most bytes one utf8.len or utf8.offset may decode.
+    // The most bytes one utf8.len, utf8.offset or tonumber may go over.
     static constexpr long long MaxScanBytes = 1LL << 22;
     // The most matching steps (items tried, subject bytes scanned, replacements built)
     // that one call of string.find, string.match, string.gmatch or string.gsub may take.

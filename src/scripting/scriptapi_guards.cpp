@@ -250,11 +250,13 @@ int guardedStringUnpack(lua_State *L)
     return callOriginal(L);
 }
 
-// tonumber of a string skips its blanks and reads its digits.
+// tonumber of a string goes over it a few times: its blanks, its digits.
 int guardedTonumber(lua_State *L)
 {
     if (lua_type(L, 1) == LUA_TSTRING) {
-        scriptCharge(L, static_cast<long long>(lua_rawlen(L, 1)) / 4);
+        const auto length = lua_Integer(lua_rawlen(L, 1));
+        checkCount(L, "tonumber", length, ScriptApi::MaxScanBytes, "bytes");
+        scriptCharge(L, length);
     }
     return callOriginal(L);
 }

@@ -35,6 +35,9 @@ constexpr int EditSettleMs = 400;
 constexpr int StateRefreshMs = 250;
 constexpr int OutputLineLimit = 20000;
 constexpr int StateTextLimit = 200;
+constexpr double CharBurst = std::max(ScriptEngine::OutputTextLimit,
+                                      ScriptWindow::OutputCharsPerSecond / 4);
+constexpr double LineBurst = ScriptWindow::OutputLinesPerSecond / 4;
 
 const QString SettingsGroup = QStringLiteral("Scripts");
 const QString GeometryKey = QStringLiteral("ScriptWindowGeometry");
@@ -109,8 +112,8 @@ ScriptWindow::ScriptWindow(QWidget *parent)
     flushTimer->setInterval(OutputFlushMs);
     connect(flushTimer, &QTimer::timeout, this, &ScriptWindow::flushOutput);
     rateClock.start();
-    charAllowance = OutputCharsPerSecond;
-    lineAllowance = OutputLinesPerSecond;
+    charAllowance = CharBurst;
+    lineAllowance = LineBurst;
     lastDirectory = QDir::homePath();
     restorePlacement();
     loadEditor();
@@ -585,12 +588,13 @@ void ScriptWindow::addLine(const OutputLine &line)
 
 void ScriptWindow::queueLine(const OutputLine &line)
 {
-    // The allowance refills at the rate, up to one second's worth.
+    // The allowance refills at the rate, up to a quarter second's worth (and at least a
+    // whole line), so that no flush lays out much more than that.
     const qint64 now = rateClock.elapsed();
     const double seconds = double(now - allowanceAtMs) / 1000.0;
     allowanceAtMs = now;
-    charAllowance = std::min<double>(OutputCharsPerSecond, charAllowance + seconds * OutputCharsPerSecond);
-    lineAllowance = std::min<double>(OutputLinesPerSecond, lineAllowance + seconds * OutputLinesPerSecond);
+    charAllowance = std::min(charAllowance + seconds * OutputCharsPerSecond, CharBurst);
+    lineAllowance = std::min(lineAllowance + seconds * OutputLinesPerSecond, LineBurst);
     const qsizetype size = std::min<qsizetype>(line.text.size(), ScriptEngine::OutputTextLimit);
     if (line.always || (lineAllowance >= 1 && charAllowance >= double(size))) {
         charAllowance -= double(size);

@@ -190,6 +190,8 @@ void TestScriptHostile::hostile_data()
         << looping("local s = ('x'):rep(8e6)", "regex('x+y', s)") << QByteArray() << Running;
     QTest::newRow("print flood")
         << looping("", "print(('x'):rep(16000))") << QByteArray() << Running;
+    QTest::newRow("log flood, into the receive view too")
+        << looping("", "log(('x'):rep(16000))") << QByteArray() << Running;
     QTest::newRow("onStop that never returns, after a plain loop")
         << looping("onStop(function() while true do end end)", "") << QByteArray() << Running;
 }
