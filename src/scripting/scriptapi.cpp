@@ -1144,14 +1144,27 @@ int guardedSetmetatable(lua_State *L)
 // pauses as often as the work it does.
 constexpr long long CaughtErrorCost = 300;
 
-// pcall, charged for the error it catches.
+// How a protected call ends, as the library's pcall ends it, with the error charged.
+// In the body (a coroutine) an error reaches this as the continuation, from lua_resume.
+int pcallFinish(lua_State *L, int status, lua_KContext extra)
+{
+    if (status != LUA_OK && status != LUA_YIELD) {
+        scriptCharge(L, CaughtErrorCost);
+        lua_pushboolean(L, 0);
+        lua_pushvalue(L, -2);
+        return 2;
+    }
+    return lua_gettop(L) - int(extra);
+}
+
+// pcall as the library has it, charged for the error it catches.
 int guardedPcall(lua_State *L)
 {
-    const int results = lua_tocfunction(L, lua_upvalueindex(1))(L);
-    if (results >= 1 && !lua_toboolean(L, -results)) {
-        scriptCharge(L, CaughtErrorCost);
-    }
-    return results;
+    luaL_checkany(L, 1);
+    lua_pushboolean(L, 1); // the first result when there is no error
+    lua_insert(L, 1);
+    const int status = lua_pcallk(L, lua_gettop(L) - 2, LUA_MULTRET, 0, 0, pcallFinish);
+    return pcallFinish(L, status, 0);
 }
 
 // The message handler that xpcall passes on: silent while the run is being ended, so
@@ -1290,7 +1303,7 @@ void makeGlobalsStrict(lua_State *L)
 void ScriptApi::install(lua_State *L)
 {
     wrapGlobal(L, "setmetatable", guardedSetmetatable);
-    wrapGlobal(L, "pcall", guardedPcall);
+    lua_register(L, "pcall", guardedPcall);
     wrapGlobal(L, "xpcall", guardedXpcall);
     for (const luaL_Reg &function : functions) {
         lua_register(L, function.name, function.func);
