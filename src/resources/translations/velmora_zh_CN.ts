@@ -2667,6 +2667,10 @@ Reopen it now?</source>
         <source>%1 %2 %3</source>
         <translation>%1 %2 %3</translation>
     </message>
+    <message>
+        <source>%1 held the window for more than %2 ms without returning</source>
+        <translation>%1 占用窗口超过 %2 毫秒仍未返回</translation>
+    </message>
 </context>
 <context>
     <name>ScriptLibrary</name>
@@ -2716,6 +2720,10 @@ Reopen it now?</source>
     <message>
         <source>Cannot write %1: %2</source>
         <translation>无法写入 %1：%2</translation>
+    </message>
+    <message>
+        <source>%1 is not UTF-8 text. Save it with the UTF-8 encoding and import it again.</source>
+        <translation>%1 不是 UTF-8 文本。请用 UTF-8 编码保存后再导入。</translation>
     </message>
 </context>
 <context>
@@ -3001,6 +3009,14 @@ Reopen it now?</source>
     <message>
         <source>The functions a script can call, with examples (F1)</source>
         <translation>脚本可调用的函数及示例 (F1)</translation>
+    </message>
+    <message>
+        <source>⚠ Output is coming faster than this window shows it; lines left out: %1</source>
+        <translation>⚠ 输出快于本窗口的显示速度，省略的行数：%1</translation>
+    </message>
+    <message>
+        <source>… older output was removed; the window keeps the latest lines.</source>
+        <translation>… 较早的输出已移除，窗口只保留最新的行。</translation>
     </message>
 </context>
 <context>
