@@ -455,11 +455,16 @@ void Rfc2217ClientSession::noteReport(const Event &event, QString *message)
             remote.flowControl = event.value;
         }
         break;
+    // ser2net answers a line query with the query itself when it cannot read the line.
     case Event::Dtr:
-        remote.dtr = event.on;
+        if (!event.query) {
+            remote.dtr = event.on;
+        }
         break;
     case Event::Rts:
-        remote.rts = event.on;
+        if (!event.query) {
+            remote.rts = event.on;
+        }
         break;
     case Event::Signature:
         remote.signature = QString::fromUtf8(event.payload).trimmed();
