@@ -81,20 +81,30 @@ QByteArray Rfc2217Codec::greeting()
 
 QByteArray Rfc2217Codec::decode(QByteArrayView bytes, QList<Event> *events, QByteArray *reply)
 {
-    QByteArray data;
-    data.reserve(bytes.size());
+    // Data never grows in decoding: it is written into a block of the input's size.
+    QByteArray data(bytes.size(), Qt::Uninitialized);
+    char *dst = data.data();
     const char *p = bytes.data();
     const char *const end = p + bytes.size();
     while (p < end) {
         switch (state) {
         case Data: {
-            // Runs of plain data are copied whole.
+            // Runs of plain data are copied whole, and escaped 255s taken a pair at a
+            // time, without going through the command states.
             const void *found = std::memchr(p, IAC, size_t(end - p));
             const char *stop = found ? static_cast<const char *>(found) : end;
-            data.append(p, stop - p);
+            std::memcpy(dst, p, size_t(stop - p));
+            dst += stop - p;
             p = stop;
-            if (p < end) {
-                anyIac = true;
+            if (p == end) {
+                break;
+            }
+            anyIac = true;
+            while (end - p >= 2 && quint8(p[0]) == IAC && quint8(p[1]) == IAC) {
+                *dst++ = char(IAC);
+                p += 2;
+            }
+            if (p < end && quint8(*p) == IAC) {
                 state = Iac;
                 ++p;
             }
@@ -103,7 +113,7 @@ QByteArray Rfc2217Codec::decode(QByteArrayView bytes, QList<Event> *events, QByt
         case Iac: {
             const quint8 byte = quint8(*p++);
             if (byte == IAC) {
-                data.append(char(IAC));
+                *dst++ = char(IAC);
                 state = Data;
             } else if (byte >= WILL) {
                 verb = byte;
@@ -158,6 +168,7 @@ QByteArray Rfc2217Codec::decode(QByteArrayView bytes, QList<Event> *events, QByt
         }
         }
     }
+    data.truncate(dst - data.constData());
     return data;
 }
 
@@ -312,22 +323,32 @@ QByteArray Rfc2217Codec::encodePayload(const QByteArray &bytes)
     if (first < 0) {
         return bytes;
     }
-    QByteArray out;
-    out.reserve(bytes.size() + 8);
     const char *p = bytes.constData();
     const char *const end = p + bytes.size();
-    const char *stop = p + first;
-    for (;;) {
-        out.append(p, stop - p + 1); // the run and its 255
-        out.append(char(IAC));
-        p = stop + 1;
-        const void *found = std::memchr(p, IAC, size_t(end - p));
-        if (!found) {
-            break;
+    // Walks the runs between 255s (found with memchr) and the runs of 255s: `visit` is
+    // given each plain run and the length of the 255 run after it.
+    const auto walk = [end](const char *from, auto &&visit) {
+        while (from < end) {
+            const void *found = std::memchr(from, IAC, size_t(end - from));
+            const char *stop = found ? static_cast<const char *>(found) : end;
+            const char *after = stop;
+            while (after < end && quint8(*after) == IAC) {
+                ++after;
+            }
+            visit(from, stop - from, after - stop);
+            from = after;
         }
-        stop = static_cast<const char *>(found);
-    }
-    out.append(p, end - p);
+    };
+    qsizetype escapes = 0;
+    walk(p + first, [&escapes](const char *, qsizetype, qsizetype run) { escapes += run; });
+    // One allocation of the exact size; a run of 255s is written doubled at once.
+    QByteArray out(bytes.size() + escapes, Qt::Uninitialized);
+    char *dst = out.data();
+    walk(p, [&dst](const char *plain, qsizetype size, qsizetype run) {
+        std::memcpy(dst, plain, size_t(size));
+        std::memset(dst + size, IAC, size_t(2 * run));
+        dst += size + 2 * run;
+    });
     return out;
 }
 
