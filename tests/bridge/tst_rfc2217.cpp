@@ -24,15 +24,6 @@ QString describe(const QList<Event> &events)
     return out.join(u' ');
 }
 
-// What a peer in `role` makes of `bytes`.
-QString eventsIn(const QByteArray &bytes, Rfc2217Codec::Role role)
-{
-    Rfc2217Codec codec(role);
-    QList<Event> events;
-    codec.decode(bytes, &events, nullptr);
-    return describe(events);
-}
-
 QByteArray req(quint8 command, const QByteArray &payload)
 {
     return Rfc2217Codec::clientRequest(command, payload);
@@ -71,16 +62,10 @@ class TestRfc2217 : public QObject
 private slots:
     void codec_data();
     void codec();
-    void clientStates_data();
-    void clientStates();
-    void settingsPush_data();
-    void settingsPush();
-    void expectations_data();
-    void expectations();
-    void serverReplies_data();
-    void serverReplies();
-    void modemReports_data();
-    void modemReports();
+    void client_data();
+    void client();
+    void server_data();
+    void server();
 };
 
 void TestRfc2217::codec_data()
@@ -169,297 +154,219 @@ void TestRfc2217::codec()
     }
 }
 
-void TestRfc2217::clientStates_data()
+void TestRfc2217::client_data()
 {
-    QTest::addColumn<QString>("script"); // "r<ms>:<hex>" receives, "t<ms>" ticks
-    QTest::addColumn<int>("state");
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<QString>("messages"); // A accepted, P plain Telnet, T transparent, baud
+    // Steps: "r<ms>:<hex>" bytes from the peer, "t<ms>" a tick, "a<ms>:<event>" the
+    // server's answer, "f<ms>:<event>" a forwarded request (tickets count from 1),
+    // "c<n>"/"w<n>" commit or withdraw ticket n, "b<ms>" Break, "p<ms>" a push keeping the
+    // remote's config, "P<ms>:<baud>,<flow>" a push of ours.
+    // Trace: "d<hex>" data, "r<hex>" reply, A/P/T accepted, plain Telnet, transparent,
+    // "B<baud>" a baud change told, "#<n>" ticket n answered, "p[...]" what a server
+    // makes of a push ("mf0" its modem mask), then "=<state>" and the summary.
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<QString>("trace");
+    const QString push = "9'Velmora' 0=9600 1=8 2=0 3=1 4=0 6=1+ 7=1+ mf0";
+    const QString read = "A p[9'Velmora' 0=0? 1=0? 2=0? 3=0? 4=0? 6=0? 7=0? mf0]";
 
     QTest::newRow("a silent peer: transparent at 3 s, then 255 is data")
-        << "t2999 t3000 r3001:41ff" << 3 << QByteArray("41ff") << QByteArray() << "T";
+        << "p0 t2999 t3000 r3001:41ff"
+        << "p[] T d41ff =3";
     QTest::newRow("Telnet without com port, then a late acceptance")
-        << "r10:fffb01 t3000 r3100:41ffff r4000:fffd2c" << 1 << QByteArray("41ff")
-        << QByteArray("fffe01") << "P A";
+        << "r10:fffb01 t3000 r3100:41ffff r4000:fffd2c"
+        << "rfffe01 P d41ff A =1";
     QTest::newRow("an echo of the greeting is no acceptance")
-        << "r5:fffb2cfffd2cfffb r6:00fffd00fffb03fffd03 t3000 r3001:ff" << 3 << QByteArray("ff")
-        << QByteArray() << "T";
-    QTest::newRow("bytes that only begin like the greeting are decoded")
-        << "r5:fffb2c r6:fffb00" << 1 << QByteArray() << QByteArray() << "A";
-    QTest::newRow("a partial echo is decoded at the deadline")
-        << "r5:fffb2c t3000" << 1 << QByteArray() << QByteArray() << "A";
+        << "r5:fffb2cfffd2cfffb r6:00fffd00fffb03fffd03 t3000 r3001:ff"
+        << "T dff =3";
+    QTest::newRow("bytes that only begin like the greeting are decoded") << "r5:fffb2c r6:fffb00"
+                                                                         << "A =1";
+    QTest::newRow("a partial echo is decoded at the deadline") << "r5:fffb2c t3000"
+                                                               << "A =1";
     QTest::newRow("ComPort outlives a refusal; a baud change is told")
-        << "r5:fffd2c r6:fffe2c r7:fffa2c6500002580fff0 r8:fffa2c650001c200fff0" << 1
-        << QByteArray() << QByteArray("fffc2c") << "A 115200";
-}
-
-void TestRfc2217::clientStates()
-{
-    QFETCH(QString, script);
-    Rfc2217ClientSession session;
-    session.begin(0);
-    QByteArray data;
-    QByteArray reply;
-    QStringList messages;
-    for (const QString &step : script.split(u' ')) {
-        const qint64 now = step.mid(1).section(u':', 0, 0).toLongLong();
-        const Rfc2217ClientSession::Outcome out =
-            step.startsWith(u'r')
-                ? session.receive(QByteArray::fromHex(step.section(u':', 1).toLatin1()), now)
-                : session.tick(now);
-        data += out.data;
-        reply += out.reply;
-        QCOMPARE(out.stateChanged,
-                 out.message.contains(u"continuing") || out.message.contains(u"accepted"));
-        if (!out.message.isEmpty()) {
-            const QString m = out.message;
-            messages << (m.contains(u"accepted")       ? QStringLiteral("A")
-                         : m.contains(u"plain Telnet") ? QStringLiteral("P")
-                         : m.contains(u"transparent")  ? QStringLiteral("T")
-                                                       : m.section(u' ', 6, 6));
-        }
-    }
-    QTEST(int(session.state()), "state");
-    QTEST(data.toHex(), "data");
-    QTEST(reply.toHex(), "reply");
-    QTEST(messages.join(u' '), "messages");
-    QCOMPARE(session.nextTimeoutMs(5000), -1);
-}
-
-namespace {
-
-void acceptComPort(Rfc2217ClientSession &session)
-{
-    session.begin(0);
-    session.receive(QByteArray::fromHex("fffd2c"), 0);
-}
-
-} // namespace
-
-void TestRfc2217::settingsPush_data()
-{
-    QTest::addColumn<bool>("keepRemote");
-    QTest::addColumn<int>("flow");
-    QTest::addColumn<int>("forwardedBaud"); // forwarded and committed between the pushes
-    QTest::addColumn<int>("baud");          // then
-    QTest::addColumn<QString>("first");
-    QTest::addColumn<QString>("second");
-
+        << "r5:fffd2c r6:fffe2c a7:0=9600 a8:0=115200"
+        << "A rfffc2c B115200 =1 115200";
     QTest::newRow("the remote keeps its config: read once, never pushed")
-        << true << 0 << 0 << 115200 << "9'Velmora' 0=0? 1=0? 2=0? 3=0? 4=0? 6=0? 7=0?"
-        << "";
-    QTest::newRow("pushed whole, then only what changed")
-        << false << 0 << 0 << 115200 << "9'Velmora' 0=9600 1=8 2=0 3=1 4=0 6=1+ 7=1+"
-        << "0=115200";
+        << "r0:fffd2c p1 p2" << read + " p[] =1";
+    QTest::newRow("pushed whole, then only what changed") << "r0:fffd2c P1:9600,0 P2:115200,0"
+                                                          << "A p[" + push + "] p[0=115200] =1";
     QTest::newRow("RTS is left to RTS/CTS flow control")
-        << false << 1 << 0 << 9600 << "9'Velmora' 0=9600 1=8 2=0 3=1 4=1 6=1+"
-        << "4=0 7=1+";
+        << "r0:fffd2c P1:9600,1 P2:9600,0"
+        << "A p[9'Velmora' 0=9600 1=8 2=0 3=1 4=1 6=1+ mf0] p[4=0 7=1+] =1";
     QTest::newRow("a committed forward is not pushed again")
-        << false << 0 << 57600 << 57600 << "9'Velmora' 0=9600 1=8 2=0 3=1 4=0 6=1+ 7=1+"
-        << "";
-}
-
-void TestRfc2217::settingsPush()
-{
-    QFETCH(bool, keepRemote);
-    QFETCH(int, flow);
-    QFETCH(int, forwardedBaud);
-    Rfc2217ClientSession session;
-    Settings settings;
-    settings.useRemoteSerialConfig = keepRemote;
-    settings.flowControl = flow;
-    QVERIFY(session.settingsUpdate(settings, 0).isEmpty()); // no com port yet
-    acceptComPort(session);
-    const QByteArray first = session.settingsUpdate(settings, 1);
-    Rfc2217ServerSession server;
-    server.decode(first, nullptr, nullptr);
-    QCOMPARE(server.modemMask(), quint8(0xF0));
-    if (forwardedBaud) {
-        Event e;
-        e.value = quint32(forwardedBaud);
-        QByteArray bytes;
-        session.commitForward(session.forwardRequest(e, &bytes, 2));
-    }
-    QFETCH(int, baud);
-    settings.baudRate = baud;
-    settings.flowControl = 0;
-    QTEST(eventsIn(first, Rfc2217Codec::Role::Server), "first");
-    QTEST(eventsIn(session.settingsUpdate(settings, 3), Rfc2217Codec::Role::Server), "second");
-}
-
-void TestRfc2217::expectations_data()
-{
-    // "f<ms>:<type>=<value>[?+-]" forwards (tickets count from 1), "w<n>" withdraws,
-    // "s<ms>" reads the remote's config (ticketless queries), "b<ms>" sends Break,
-    // "a<ms>:<answer>" is the server's answer. Listed: the ticket each answer settled.
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<QString>("tickets");
-    QTest::addColumn<QString>("summary");
-
-    QTest::newRow("answers in order") << "f0:0=9600 f0:0=19200 a1:0=9600 a2:0=19200"
-                                      << "1 2"
-                                      << "19200";
+        << "r0:fffd2c P1:9600,0 f2:0=57600 c1 P3:57600,0"
+        << "A p[" + push + "] p[] =1";
+    QTest::newRow("answers in order") << "r0:fffd2c f0:0=9600 f0:0=19200 a1:0=9600 a2:0=19200"
+                                      << "A #1 B19200 #2 =1 19200";
     QTest::newRow("a set answered past the session's own query")
-        << "s0 f1:0=9600 a2:0=9600 a3:0=9600"
-        << "1 0"
-        << "9600";
-    QTest::newRow("no skipping a ticketed query") << "f0:0? f1:0=9600 a2:0=9600 a3:0=9600"
-                                                  << "1 2"
-                                                  << "9600";
+        << "r0:fffd2c p0 f1:0=9600 a2:0=9600 a3:0=9600" << read + " #1 =1 9600";
+    QTest::newRow("no skipping a ticketed query") << "r0:fffd2c f0:0? f1:0=9600 a2:0=9600 a3:0=9600"
+                                                  << "A #1 #2 =1 9600";
     QTest::newRow("an answer unlike the set settles the oldest query")
-        << "s0 f1:0=9600 a2:0=4800 a3:0=9600"
-        << "0 1"
-        << "9600";
-    QTest::newRow("lines match on their level") << "s0 f1:6- a2:6-"
-                                                << "1"
-                                                << "";
-    QTest::newRow("own queries expire at 10 s, a ticketed baud waits") << "s0 f1:0? a10001:0=9600"
-                                                                       << "1"
-                                                                       << "9600";
+        << "r0:fffd2c p0 f1:0=9600 a2:0=4800 a3:0=9600" << read + " B9600 #1 =1 9600";
+    QTest::newRow("lines match on their level") << "r0:fffd2c p0 f1:6- a2:6-" << read + " #1 =1";
+    QTest::newRow("own queries expire at 10 s, a ticketed baud waits")
+        << "r0:fffd2c p0 f1:0? a10001:0=9600" << read + " #1 =1 9600";
     QTest::newRow("an unanswered control request expires")
-        << "f0:6+ f1:0=9600 a10000:6+ a10001:0=9600"
-        << "0 2"
-        << "9600";
-    QTest::newRow("withdrawn") << "f0:0=9600 f0:0=4800 w1 a1:0=4800 b2 a3:5+"
-                               << "2 0"
-                               << "4800";
-    QTest::newRow("the report") << "a0:0=115200 a0:1=7 a0:2=2 a0:3=3 a0:4=1 a0:9=ser2net"
-                                << "0 0 0 0 0 0"
-                                << "115200 7E1.5, RTS/CTS, ser2net";
-    QString many;
+        << "r0:fffd2c f0:6+ f1:0=9600 a10000:6+ a10001:0=9600"
+        << "A #2 =1 9600";
+    QTest::newRow("withdrawn; Break") << "r0:fffd2c f0:0=9600 f0:0=4800 w1 a1:0=4800 b2 a3:5+"
+                                      << "A #2 =1 4800";
+    QTest::newRow("the report") << "r0:fffd2c a0:0=115200 a0:1=7 a0:2=2 a0:3=3 a0:4=1 a0:9=ser2net"
+                                << "A =1 115200 7E1.5, RTS/CTS, ser2net";
+    QString many = "r0:fffd2c ";
     for (int i = 1; i <= 65; ++i) {
         many += QStringLiteral("f0:0=%1 ").arg(i);
     }
     QTest::newRow("the 65th pushes the oldest out") << many + "a1:0=1"
-                                                    << "2"
-                                                    << "1";
+                                                    << "A #2 =1 1";
 }
 
-void TestRfc2217::expectations()
+void TestRfc2217::client()
 {
     QFETCH(QString, script);
     Rfc2217ClientSession session;
-    acceptComPort(session);
-    Settings keep;
-    QStringList tickets;
+    QCOMPARE(session.begin(0).toHex(), QByteArray("fffb2cfffd2cfffb00fffd00fffb03fffd03"));
+    QStringList trace;
+    const auto take = [&](const Rfc2217ClientSession::Outcome &out) {
+        if (!out.data.isEmpty()) {
+            trace << "d" + out.data.toHex();
+        }
+        if (!out.reply.isEmpty()) {
+            trace << "r" + out.reply.toHex();
+        }
+        const QString m = out.message;
+        const QString told = m.contains(u"accepted")       ? QStringLiteral("A")
+                             : m.contains(u"plain Telnet") ? QStringLiteral("P")
+                             : m.contains(u"transparent")  ? QStringLiteral("T")
+                             : m.isEmpty()                 ? QString()
+                                                           : "B" + m.section(u' ', 6, 6);
+        if (!told.isEmpty()) {
+            trace << told;
+        }
+        QVERIFY(out.stateChanged == (told.size() == 1));
+        for (const auto &[ticket, event] : out.answers) {
+            trace << "#" + QString::number(ticket);
+        }
+    };
+    Settings settings;
     for (const QString &step : script.split(u' ', Qt::SkipEmptyParts)) {
         const qint64 now = step.mid(1).section(u':', 0, 0).toLongLong();
         const QString arg = step.section(u':', 1);
+        QByteArray bytes;
         switch (step[0].unicode()) {
-        case 'f': {
-            QByteArray bytes;
-            QVERIFY(session.forwardRequest(parseEvent(arg), &bytes, now) != 0);
-            QVERIFY(!bytes.isEmpty());
+        case 'r':
+            take(session.receive(QByteArray::fromHex(arg.toLatin1()), now));
             break;
-        }
+        case 't':
+            take(session.tick(now));
+            break;
+        case 'a':
+            take(session.receive(Rfc2217ServerSession::confirmationFor(parseEvent(arg)), now));
+            break;
+        case 'f':
+            QVERIFY(session.forwardRequest(parseEvent(arg), &bytes, now) != 0);
+            break;
+        case 'c':
+            session.commitForward(step.mid(1).toULongLong());
+            break;
         case 'w':
             session.withdraw(step.mid(1).toULongLong());
-            break;
-        case 's':
-            session.settingsUpdate(keep, now);
             break;
         case 'b':
             QVERIFY(!session.breakCommand(true, now).isEmpty());
             break;
-        default: {
-            const Rfc2217ClientSession::Outcome out =
-                session.receive(Rfc2217ServerSession::confirmationFor(parseEvent(arg)), now);
-            tickets << QString::number(out.answers.isEmpty() ? 0 : out.answers.first().first);
+        default: { // p, P
+            settings.useRemoteSerialConfig = step[0] == u'p';
+            settings.baudRate = arg.section(u',', 0, 0).toInt();
+            settings.flowControl = arg.section(u',', 1).toInt();
+            Rfc2217ServerSession server;
+            QList<Event> events;
+            server.decode(session.settingsUpdate(settings, now), &events, nullptr);
+            trace << "p[" +
+                         (describe(events) + (server.modemMask() == 0xF0 ? " mf0" : "")).trimmed() +
+                         "]";
         }
         }
         QVERIFY(session.expectations().size() <= Rfc2217ClientSession::MaxExpectations);
     }
-    QTEST(tickets.join(u' '), "tickets");
-    QTEST(session.remoteSummary(), "summary");
+    trace << "=" + QString::number(session.state()) << session.remoteSummary();
+    QTEST(trace.join(u' ').trimmed(), "trace");
+    QCOMPARE(session.nextTimeoutMs(20000), -1);
 }
 
-void TestRfc2217::serverReplies_data()
+void TestRfc2217::server_data()
 {
-    QTest::addColumn<QByteArray>("request");
-    QTest::addColumn<QString>("reply");
-    QTest::addColumn<QByteArray>("config");
-    QTest::addColumn<QString>("controls");
-    const auto b = [](quint8 byte) { return QByteArray(1, char(byte)); };
+    // Steps: "q<hex>" bytes from the client, traced as the answers a client reads, the
+    // config asked for and the line actions ("D+ R- B+"); "s<ms>:<hex>" a poll of the modem
+    // lines, traced as the state sent or "-"; "n<ms>=<v>" checks nextTimeoutMs.
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<QString>("trace");
+    const auto q = [](const QList<QByteArray> &requests) {
+        QByteArray all;
+        for (const QByteArray &r : requests) {
+            all += Rfc2217Codec::clientRequest(quint8(r[0]), r.mid(1));
+        }
+        return "q" + QString::fromLatin1(all.toHex());
+    };
+    const auto b = [](quint8 command, quint8 byte) {
+        return QByteArray(1, char(command)) + char(byte);
+    };
 
     QTest::newRow("queries answered from the port's settings")
-        << req(1, baud(0)) + req(2, b(0)) + req(3, b(0)) + req(4, b(0)) + req(5, b(0)) +
-               req(5, b(7)) + req(5, b(10)) + req(5, b(4))
-        << "0=9600 1=8 2=0 3=1 4=0 6=1+ 7=1+ 5=0" << QByteArray("{}") << "";
+        << q({"\x01" + baud(0), b(2, 0), b(3, 0), b(4, 0), b(5, 0), b(5, 7), b(5, 10), b(5, 4)})
+        << "[0=9600 1=8 2=0 3=1 4=0 6=1+ 7=1+ 5=0] {}";
     QTest::newRow("sets echoed as asked and recorded")
-        << req(1, baud(115200)) + req(2, b(7)) + req(3, b(3)) + req(4, b(3)) + req(5, b(3))
-        << "0=115200 1=7 2=2 3=3 4=1"
-        << QByteArray(R"({"baud_rate":115200,"data_bits":7,"flow_control":"rtscts",)"
-                      R"("parity":"even","stop_bits":1.5})")
-        << "";
-    QTest::newRow("lines") << req(5, b(8)) + req(5, b(12)) + req(5, b(5)) << "6=1+ 7=0 5=1+"
-                           << QByteArray("{}") << "D+ R- B+";
+        << q({"\x01" + baud(115200), b(2, 7), b(3, 3), b(4, 3), b(5, 3)})
+        << R"([0=115200 1=7 2=2 3=3 4=1] {"baud_rate":115200,"data_bits":7,)"
+           R"("flow_control":"rtscts","parity":"even","stop_bits":1.5})";
+    QTest::newRow("lines") << q({b(5, 8), b(5, 12), b(5, 5)}) << "[6=1+ 7=0 5=1+] {} D+ R- B+";
     QTest::newRow("data size 9 asks; signature, purge; notifications unanswered")
-        << req(2, b(9)) + req(0, "pyserial") + req(12, b(3)) + req(6, b(0))
-        << "1=8 9'Velmora bridge' 8=3" << QByteArray("{}") << "";
-}
-
-void TestRfc2217::serverReplies()
-{
-    QFETCH(QByteArray, request);
-    Rfc2217ServerSession server;
-    const Rfc2217ServerSession::Outcome out = server.receive(request, Settings());
-    QList<Event> events;
-    Rfc2217Codec(Rfc2217Codec::Role::Client).decode(out.reply, &events, nullptr);
-    QTEST(describe(events), "reply");
-    QTEST(QJsonDocument(out.serialConfig).toJson(QJsonDocument::Compact), "config");
-    QStringList controls;
-    for (const auto &c : out.controls) {
-        controls << QStringLiteral("%1%2").arg("DRB"[c.line]).arg(c.on ? '+' : '-');
-    }
-    QTEST(controls.join(u' '), "controls");
-    // A bridge passes a remote's answer on with confirmationFor: it must rebuild it.
-    QByteArray rebuilt;
-    for (const Event &e : events) {
-        rebuilt += e.type == Event::Purge ? ans(12, QByteArray(1, char(e.value)))
-                                          : Rfc2217ServerSession::confirmationFor(e);
-    }
-    QCOMPARE(rebuilt.toHex(), out.reply.toHex());
-}
-
-void TestRfc2217::modemReports_data()
-{
-    // "m<hex>" is the client's mask, "s<ms>:<hex>" a poll of the lines, "n<ms>=<v>" checks
-    // nextTimeoutMs. Listed: the state each poll sent, "-" for nothing.
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<QString>("sent");
-    QTest::newRow("every line until a mask is set; repeats suppressed")
+        << q({b(2, 9), "\x00pyserial"_qba, b(12, 3), b(6, 0)}) << "[1=8 9'Velmora bridge' 8=3] {}";
+    QTest::newRow("modem lines: all until a mask is set, repeats suppressed")
         << "n0=0 s0:31 n0=250 n100=150 n250=0 s250:31 s500:b1"
         << "31 - b1";
-    QTest::newRow("mask f0: the low nibble alone sends nothing") << "mf0 s0:3f s1:30 s2:b0"
-                                                                 << "30 - b0";
+    QTest::newRow("mask f0: the low nibble alone sends nothing")
+        << q({b(11, 0xf0)}) + " s0:3f s1:30 s2:b0"
+        << "[] {} 30 - b0";
     QTest::newRow("mask 0 silences; set again, the state is sent again")
-        << "s0:30 m00 s1:30 s2:f0 mff s3:f0"
-        << "30 - - f0";
+        << "s0:30 " + q({b(11, 0)}) + " s1:30 s2:f0 " + q({b(11, 0xff)}) + " s3:f0"
+        << "30 [] {} - - [] {} f0";
 }
 
-void TestRfc2217::modemReports()
+void TestRfc2217::server()
 {
     QFETCH(QString, script);
     Rfc2217ServerSession server;
-    Rfc2217ModemReporter &reporter = server.modemReporter();
-    QStringList sent;
+    QStringList trace;
     for (const QString &step : script.split(u' ')) {
         const QString arg = step.mid(1);
-        if (step.startsWith(u'm')) {
-            server.receive(req(11, QByteArray::fromHex(arg.toLatin1())), Settings());
+        if (step.startsWith(u'q')) {
+            const auto out = server.receive(QByteArray::fromHex(arg.toLatin1()), Settings());
+            QList<Event> events;
+            Rfc2217Codec(Rfc2217Codec::Role::Client).decode(out.reply, &events, nullptr);
+            trace << "[" + describe(events) + "]"
+                  << QJsonDocument(out.serialConfig).toJson(QJsonDocument::Compact);
+            for (const auto &c : out.controls) {
+                trace << QStringLiteral("%1%2").arg("DRB"[c.line]).arg(c.on ? '+' : '-');
+            }
+            // A bridge passes a remote's answer on with confirmationFor: it must rebuild it.
+            QByteArray rebuilt;
+            for (const Event &e : events) {
+                rebuilt += e.type == Event::Purge ? ans(12, QByteArray(1, char(e.value)))
+                                                  : Rfc2217ServerSession::confirmationFor(e);
+            }
+            QCOMPARE(rebuilt.toHex(), out.reply.toHex());
         } else if (step.startsWith(u'n')) {
-            QCOMPARE(reporter.nextTimeoutMs(arg.section(u'=', 0, 0).toLongLong()),
+            QCOMPARE(server.modemReporter().nextTimeoutMs(arg.section(u'=', 0, 0).toLongLong()),
                      arg.section(u'=', 1).toLongLong());
         } else {
-            const QByteArray out =
-                reporter.report(server, quint8(arg.section(u':', 1).toUInt(nullptr, 16)),
-                                arg.section(u':', 0, 0).toLongLong());
+            const QByteArray out = server.modemReporter().report(
+                server, quint8(arg.section(u':', 1).toUInt(nullptr, 16)),
+                arg.section(u':', 0, 0).toLongLong());
             // IAC SB 44 107 <state> IAC SE
-            sent << (out.isEmpty() ? QStringLiteral("-") : QString::number(quint8(out[4]), 16));
+            trace << (out.isEmpty() ? QStringLiteral("-") : QString::number(quint8(out[4]), 16));
         }
     }
-    QTEST(sent.join(u' '), "sent");
+    QTEST(trace.join(u' '), "trace");
 }
 
 QTEST_GUILESS_MAIN(TestRfc2217)
