@@ -73,6 +73,9 @@ public:
     QByteArray begin(qint64 nowMs);
     // Forgets the connection: back to Negotiating with nothing reported or awaited.
     void reset();
+    // Bytes from the peer. Acceptance of com-port control raises the session to ComPort
+    // from Negotiating or PlainTelnet. In Transparent the bytes are data as they came:
+    // the peer never spoke Telnet, so a 255 from it is not a command.
     Outcome receive(QByteArrayView bytes, qint64 nowMs);
     // The fallback when the peer has not accepted com-port control in time. Does
     // nothing unless negotiating.

@@ -40,10 +40,10 @@ QByteArray baud(quint32 value)
 }
 
 // "<type>[=<value>][?+-]": a query, a line on or off; a signature's value is its text.
-Event parseEvent(const QString &spec)
+Event parseEvent(const QString &text)
 {
     static const QRegularExpression form(QStringLiteral(R"(^(\d+)(?:=([^?+-]*))?([?+-]?)$)"));
-    const QRegularExpressionMatch m = form.match(spec);
+    const QRegularExpressionMatch m = form.match(text);
     Event e;
     e.type = Event::Type(m.captured(1).toInt());
     e.value = m.captured(2).toUInt();
