@@ -2318,6 +2318,25 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>Rfc2217ClientSession</name>
+    <message>
+        <source>The remote port accepted serial parameter control.</source>
+        <translation>远程端口已接受串口参数控制。</translation>
+    </message>
+    <message>
+        <source>The remote does not support serial parameter control; continuing as plain Telnet.</source>
+        <translation>远程端不支持串口参数控制，将以普通 Telnet 方式继续。</translation>
+    </message>
+    <message>
+        <source>The remote is not an RFC 2217 server; continuing as transparent TCP. The handshake bytes may have reached the remote serial line.</source>
+        <translation>远程端不是 RFC 2217 服务器，将以透明 TCP 方式继续。握手字节可能已经发送到远程串口线路上。</translation>
+    </message>
+    <message>
+        <source>The remote port is now at %1 baud.</source>
+        <translation>远程端口现在的波特率为 %1。</translation>
+    </message>
+</context>
+<context>
     <name>ScriptApiReference</name>
     <message>
         <source>Sends raw bytes and waits until the port took them. Unread received bytes are dropped first, unless options.keepRx is true.</source>
