@@ -1,0 +1,398 @@
+#include "decode/frameinterpreter.h"
+
+#include "decode/framedecoder.h"
+#include "tools/crccatalog.h"
+
+#include <cstring>
+
+namespace {
+
+// Where the fields' data ends: before the checksum and the trailer.
+qint64 dataEnd(const FrameTemplate &t, qint64 size)
+{
+    return size - t.effectiveTrailer().size() - t.checksumBytes();
+}
+
+QString hexValue(quint64 value, int bytes)
+{
+    return QStringLiteral("0x") +
+           QString::number(value, 16).toUpper().rightJustified(std::max(bytes, 1) * 2, u'0');
+}
+
+quint64 widthMask(int bits)
+{
+    return bits >= 64 ? ~quint64(0) : bits <= 0 ? 0 : (quint64(1) << bits) - 1;
+}
+
+} // namespace
+
+int FrameInterpreter::checksumWidthBits(const ChecksumSpec &spec)
+{
+    switch (spec.kind) {
+    case ChecksumSpec::None:
+        return 0;
+    case ChecksumSpec::Sum8:
+    case ChecksumSpec::Xor8:
+        return 8;
+    case ChecksumSpec::Sum16:
+        return 16;
+    case ChecksumSpec::Crc:
+        break;
+    }
+    if (spec.kind != ChecksumSpec::Crc) {
+        return 0; // a kind no file should hold
+    }
+    if (spec.crc == ChecksumSpec::CustomCrc) {
+        return std::clamp(spec.width, 1, 64);
+    }
+    const CrcCatalog::Definition *entry =
+        spec.crc >= 0 && spec.crc < ChecksumSpec::CustomCrc
+            ? CrcCatalog::definition(CrcCatalog::Algorithm(spec.crc))
+            : nullptr;
+    return entry ? entry->width : 16;
+}
+
+quint64 FrameInterpreter::computeChecksum(const ChecksumSpec &spec, QByteArrayView bytes)
+{
+    if (bytes.isEmpty()) {
+        return 0;
+    }
+    switch (spec.kind) {
+    case ChecksumSpec::None:
+        return 0;
+    case ChecksumSpec::Sum8:
+        return CrcCatalog::sum8(bytes);
+    case ChecksumSpec::Xor8:
+        return CrcCatalog::xor8(bytes);
+    case ChecksumSpec::Sum16: {
+        quint32 sum = 0;
+        for (char c : bytes) {
+            sum += quint8(c);
+        }
+        return sum & 0xFFFF;
+    }
+    case ChecksumSpec::Crc:
+        break;
+    }
+    if (spec.kind != ChecksumSpec::Crc) {
+        return 0;
+    }
+    if (spec.crc == ChecksumSpec::CustomCrc) {
+        CrcCatalog::CustomParameters p;
+        p.width = std::clamp(spec.width, 1, 64);
+        p.polynomial = spec.poly;
+        p.initial = spec.init;
+        p.finalXor = spec.xorOut;
+        p.reflectInput = spec.refIn;
+        p.reflectOutput = spec.refOut;
+        return CrcCatalog::calculateCustom(bytes, p);
+    }
+    if (spec.crc < 0 || spec.crc >= ChecksumSpec::CustomCrc) {
+        return 0;
+    }
+    return CrcCatalog::calculate(CrcCatalog::Algorithm(spec.crc), bytes);
+}
+
+quint64 FrameInterpreter::readUnsigned(QByteArrayView bytes, Endian endian)
+{
+    const qsizetype n = bytes.size();
+    const bool odd = n % 2 != 0;
+    if ((endian == Endian::WordSwap && odd) || endian == Endian::Big) {
+        endian = Endian::Big;
+    } else if (endian == Endian::ByteSwap && odd) {
+        endian = Endian::Little;
+    }
+    quint64 value = 0;
+    for (qsizetype i = 0; i < n; ++i) {
+        // The wire index of the i-th most significant byte.
+        qsizetype at = i;
+        switch (endian) {
+        case Endian::Big:
+            break;
+        case Endian::Little:
+            at = n - 1 - i;
+            break;
+        case Endian::WordSwap: // pairs in reverse order, each pair big
+            at = (n - 2 - (i / 2) * 2) + i % 2;
+            break;
+        case Endian::ByteSwap: // pairs in order, the two bytes of each exchanged
+            at = i ^ 1;
+            break;
+        }
+        value = (value << 8) | quint8(bytes.at(at));
+    }
+    return value;
+}
+
+bool FrameInterpreter::checkChecksum(const FrameTemplate &t, QByteArrayView frame,
+                                     quint64 *stored, quint64 *computed)
+{
+    *stored = 0;
+    *computed = 0;
+    const int bytes = t.checksumBytes();
+    if (t.checksum.kind == ChecksumSpec::None || bytes < 1) {
+        return true;
+    }
+    const qint64 storedAt = dataEnd(t, frame.size());
+    if (storedAt < 0 || storedAt < t.checksumStart || t.checksumStart < 0) {
+        return false;
+    }
+    *stored = readUnsigned(frame.sliced(storedAt, bytes), t.checksumOrder);
+    *computed = computeChecksum(t.checksum,
+                                frame.sliced(t.checksumStart, storedAt - t.checksumStart));
+    return true;
+}
+
+bool FrameInterpreter::trailerOk(const FrameTemplate &t, QByteArrayView frame)
+{
+    const QByteArray trailer = t.effectiveTrailer();
+    return trailer.isEmpty() || frame.endsWith(trailer);
+}
+
+FrameStatus FrameInterpreter::frameStatus(const FrameTemplate &t, QByteArrayView frame)
+{
+    if (!trailerOk(t, frame)) {
+        return FrameStatus::Malformed;
+    }
+    quint64 stored = 0;
+    quint64 computed = 0;
+    if (!checkChecksum(t, frame, &stored, &computed)) {
+        return FrameStatus::Malformed;
+    }
+    return stored == computed ? FrameStatus::Ok : FrameStatus::ChecksumError;
+}
+
+int FrameInterpreter::minimumLength(const FrameTemplate &t)
+{
+    qint64 length = t.header.size();
+    if (t.framing == FrameTemplate::HeaderLength) {
+        length = std::max<qint64>(length, qint64(t.lengthOffset) + t.lengthWidth);
+    }
+    length += t.checksumBytes() + t.effectiveTrailer().size();
+    return int(std::clamp<qint64>(length, 1, std::numeric_limits<int>::max()));
+}
+
+qint64 FrameInterpreter::frameLength(const FrameTemplate &t, QByteArrayView bytes)
+{
+    qint64 length = 0;
+    if (t.framing == FrameTemplate::HeaderFixed) {
+        length = t.fixedLength;
+    } else if (t.framing == FrameTemplate::HeaderLength) {
+        // A length field that cannot lie inside a frame never tells a length.
+        const qint64 lengthEnd = qint64(t.lengthOffset) + t.lengthWidth;
+        if (t.lengthOffset < 0 || t.lengthWidth < 1 || t.lengthWidth > 8 ||
+            lengthEnd > t.maxFrameBytes) {
+            return -1;
+        }
+        if (bytes.size() < lengthEnd) {
+            return 0;
+        }
+        const quint64 raw =
+            readUnsigned(bytes.sliced(t.lengthOffset, t.lengthWidth), t.lengthEndian);
+        if (raw > (quint64(1) << 40)) { // beyond any frame, whatever the adjustment
+            return -1;
+        }
+        const qint64 value = qint64(raw);
+        switch (t.lengthScope) {
+        case FrameTemplate::WholeFrame:
+            length = value + t.lengthAdjust;
+            break;
+        case FrameTemplate::AfterField:
+            length = lengthEnd + value + t.lengthAdjust;
+            break;
+        case FrameTemplate::AfterFieldToChecksum:
+        default:
+            length = lengthEnd + value + t.lengthAdjust + t.checksumBytes() + t.trailer.size();
+            break;
+        }
+    } else {
+        return -1;
+    }
+    if (length < minimumLength(t) || length > t.maxFrameBytes) {
+        return -1;
+    }
+    return length;
+}
+
+FrameInterpreter::FieldValue FrameInterpreter::fieldValue(const FrameTemplate &t,
+                                                          const FieldSpec &field,
+                                                          QByteArrayView frame)
+{
+    FieldValue v;
+    const qint64 size = frame.size();
+    if (field.whenOffset >= 0 &&
+        (field.whenOffset >= size || quint8(frame.at(field.whenOffset)) != field.whenValue)) {
+        return v;
+    }
+    v.shown = true;
+    v.offset = field.offset;
+    qint64 length = FieldSpec::typeWidth(field.type);
+    if (field.type == FieldType::Hex || field.type == FieldType::Ascii) {
+        length = field.length >= 1 ? field.length : dataEnd(t, size) - field.offset;
+    } else if (field.type == FieldType::Bits) {
+        length = field.length;
+    }
+    if (field.offset < 0 || length < 1 || field.offset + length > size) {
+        v.bad = true;
+        v.length = field.offset < 0 ? 0 : int(std::max<qint64>(0, size - field.offset));
+        v.text = QString(QChar(0x2014));
+        return v;
+    }
+    v.length = int(length);
+    const QByteArrayView bytes = frame.sliced(field.offset, length);
+    switch (field.type) {
+    case FieldType::F32:
+    case FieldType::F64: {
+        const quint64 bits = readUnsigned(bytes, field.endian);
+        double value = 0;
+        if (field.type == FieldType::F32) {
+            const quint32 narrow = quint32(bits);
+            float f = 0;
+            std::memcpy(&f, &narrow, sizeof f);
+            value = f;
+        } else {
+            std::memcpy(&value, &bits, sizeof value);
+        }
+        value = value * field.scale + field.addend;
+        v.text = field.decimals < 0
+                     ? QString::number(value, 'g', field.type == FieldType::F32 ? 7 : 15)
+                     : QString::number(value, 'f', std::min(field.decimals, 15));
+        if (!field.unit.isEmpty()) {
+            v.text += u' ' + field.unit;
+        }
+        break;
+    }
+    case FieldType::Hex:
+        v.text = FrameDecoder::hexText(bytes);
+        break;
+    case FieldType::Ascii: {
+        v.text.reserve(bytes.size());
+        for (char c : bytes) {
+            const quint8 b = quint8(c);
+            v.text += b >= 32 && b <= 126 ? QChar(b) : QChar(0x25A1);
+        }
+        break;
+    }
+    case FieldType::Bits: {
+        const quint64 container = readUnsigned(bytes, field.endian);
+        const quint64 shifted =
+            field.bitStart < 0 || field.bitStart >= 64 ? 0 : container >> field.bitStart;
+        v.text = integerText(field, shifted & widthMask(field.bitCount), 8, false);
+        break;
+    }
+    default: {
+        const int width = int(length);
+        const bool isSigned = field.type == FieldType::I8 || field.type == FieldType::I16 ||
+                              field.type == FieldType::I32 || field.type == FieldType::I64;
+        v.text = integerText(field, readUnsigned(bytes, field.endian), width, isSigned);
+        break;
+    }
+    }
+    return v;
+}
+
+QString FrameInterpreter::integerText(const FieldSpec &field, quint64 bits, int width,
+                                      bool isSigned)
+{
+    // Sign extension from the type's width.
+    const int shift = 64 - width * 8;
+    const qint64 signedValue = shift > 0 ? qint64(bits << shift) >> shift : qint64(bits);
+    const QString whole = isSigned ? QString::number(signedValue) : QString::number(bits);
+    const auto withUnit = [&field](QString text) {
+        if (!field.unit.isEmpty()) {
+            text += u' ' + field.unit;
+        }
+        return text;
+    };
+    if (!field.labels.isEmpty()) {
+        // A hex key names the raw bits, a decimal key the value in the type's sign.
+        const QStringList parts = field.labels.split(u';', Qt::SkipEmptyParts);
+        for (const QString &part : parts) {
+            const qsizetype eq = part.indexOf(u'=');
+            const QString key = (eq < 0 ? part : part.left(eq)).trimmed();
+            bool ok = false;
+            bool match = false;
+            if (key.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
+                match = key.mid(2).toULongLong(&ok, 16) == (bits & widthMask(width * 8)) && ok;
+            } else if (isSigned) {
+                match = key.toLongLong(&ok) == signedValue && ok;
+            } else {
+                match = key.toULongLong(&ok) == bits && ok;
+            }
+            if (match) {
+                return eq < 0 ? QString() : part.mid(eq + 1).trimmed();
+            }
+        }
+        // Labels name some values; the others show as they are, unscaled.
+        return withUnit(whole);
+    }
+    if (field.scale == 1.0 && field.addend == 0.0) {
+        return withUnit(whole);
+    }
+    const double value =
+        (isSigned ? double(signedValue) : double(bits)) * field.scale + field.addend;
+    return withUnit(field.decimals < 0 ? QString::number(value, 'g', 15)
+                                       : QString::number(value, 'f', std::min(field.decimals, 15)));
+}
+
+QString FrameInterpreter::summary(const FrameTemplate &t, QByteArrayView frame)
+{
+    QString text;
+    for (const FieldSpec &field : t.fields) {
+        const FieldValue v = fieldValue(t, field, frame);
+        if (!v.shown || v.bad || v.text.isEmpty()) {
+            continue;
+        }
+        if (!text.isEmpty()) {
+            text += QLatin1String(", ");
+        }
+        text += field.name + u'=' + v.text;
+    }
+    return text;
+}
+
+QList<DecodedField> FrameInterpreter::explain(const FrameTemplate &t, QByteArrayView frame)
+{
+    QList<DecodedField> rows;
+    const qint64 size = frame.size();
+    for (const FieldSpec &field : t.fields) {
+        const FieldValue v = fieldValue(t, field, frame);
+        if (v.shown) {
+            rows.append({field.name, v.text, v.offset, v.length, 0, v.bad});
+        }
+    }
+    if (t.checksum.kind != ChecksumSpec::None) {
+        const int bytes = t.checksumBytes();
+        quint64 stored = 0;
+        quint64 computed = 0;
+        DecodedField row{tr("Checksum"), QString(QChar(0x2014)), -1, 0, 0, true};
+        if (checkChecksum(t, frame, &stored, &computed)) {
+            row.offset = int(dataEnd(t, size));
+            row.length = bytes;
+            row.bad = stored != computed;
+            row.value = row.bad ? tr("%1 (expected %2)")
+                                      .arg(hexValue(stored, bytes), hexValue(computed, bytes))
+                                : tr("%1 OK").arg(hexValue(stored, bytes));
+        } else if (size - bytes >= 0) {
+            row.offset = int(size - bytes);
+            row.length = bytes;
+        }
+        rows.append(row);
+    }
+    const QByteArray trailer = t.effectiveTrailer();
+    if (!trailer.isEmpty()) {
+        const qint64 found = std::min<qint64>(trailer.size(), size);
+        const QByteArrayView tail = frame.last(found);
+        DecodedField row{t.framing == FrameTemplate::Delimited ? tr("Delimiter") : tr("Trailer"),
+                         FrameDecoder::hexText(tail), int(size - found), int(found), 0, false};
+        if (tail != QByteArrayView(trailer)) {
+            row.bad = true;
+            row.value = tr("%1 (expected %2)").arg(row.value, FrameDecoder::hexText(trailer));
+        }
+        if (found == 0) {
+            row.offset = -1;
+        }
+        rows.append(row);
+    }
+    return rows;
+}
