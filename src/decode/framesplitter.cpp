@@ -204,9 +204,9 @@ FrameSplitter::Verdict FrameSplitter::examine(QByteArrayView data, qint64 offset
     case Bad:
         return Reject;
     case NeedMore:
-        *open = {offset, offset + (c.length > 0 ? c.length
-                                                : qint64(tmpl.lengthOffset) + tmpl.lengthWidth),
-                 false};
+        *open = {offset,
+                 offset + (c.length > 0 ? c.length : qint64(tmpl.lengthOffset) + tmpl.lengthWidth),
+                 false, 0};
         return Wait;
     case Good:
         break;
@@ -225,7 +225,7 @@ FrameSplitter::Verdict FrameSplitter::examine(QByteArrayView data, qint64 offset
     if (final && end == data.size()) {
         return Accept;
     }
-    *open = {offset, data.size() < end + hs ? end + hs : Never, true};
+    *open = {offset, data.size() < end + hs ? end + hs : Never, true, end};
     return Wait;
 }
 
@@ -252,7 +252,7 @@ qint64 FrameSplitter::searchInside(QByteArrayView data, CandidateKind headKind, 
                 (final || entry.recheckAt <= size || (entry.passed && headKind == Bad))) {
                 const Verdict verdict = examine(data, entry.offset, headKind, final, &open);
                 if (verdict == Accept) {
-                    return entry.offset;
+                    return earliestBefore(entry.offset);
                 }
                 if (verdict == Reject) {
                     continue;
@@ -279,7 +279,7 @@ qint64 FrameSplitter::searchInside(QByteArrayView data, CandidateKind headKind, 
         Open open;
         const Verdict verdict = examine(data, q, headKind, final, &open);
         if (verdict == Accept) {
-            return q;
+            return earliestBefore(q);
         }
         if (verdict == Wait) {
             memo.append(open);
@@ -290,6 +290,22 @@ qint64 FrameSplitter::searchInside(QByteArrayView data, CandidateKind headKind, 
     }
     nextSearch = std::max({window - qint64(tmpl.header.size()) + 1, nextSearch, qint64(1)});
     return -1;
+}
+
+qint64 FrameSplitter::earliestBefore(qint64 accepted) const
+{
+    // A start that passed its checks but waited for confirmation, and ends before the
+    // accepted one, is a frame too: the head is cut short at the first of them, so that
+    // it is kept rather than lost with the head.
+    for (const Open &entry : memo) {
+        if (entry.offset >= accepted) {
+            break;
+        }
+        if (entry.passed && entry.end <= accepted) {
+            return entry.offset;
+        }
+    }
+    return accepted;
 }
 
 void FrameSplitter::parseHeaderMode(bool final, QList<Piece> &out)

@@ -79,6 +79,8 @@ private:
         qint64 offset = 0; // in the buffer
         qint64 recheckAt = 0;
         bool passed = false;
+        qint64 end = 0; // where a start that passed ends
+
     };
     enum Verdict { Reject, Accept, Wait };
 
@@ -88,6 +90,7 @@ private:
     Verdict examine(QByteArrayView data, qint64 offset, CandidateKind headKind, bool final,
                     Open *open) const;
     qint64 searchInside(QByteArrayView data, CandidateKind headKind, qint64 window, bool final);
+    qint64 earliestBefore(qint64 accepted) const;
     void parseHeaderMode(bool final, QList<Piece> &out);
 
     void evaluateFramed(const QList<QByteArray> &frames, QList<Piece> &out);
