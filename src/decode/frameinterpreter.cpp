@@ -3,6 +3,7 @@
 #include "decode/framedecoder.h"
 #include "tools/crccatalog.h"
 
+#include <charconv>
 #include <cstring>
 
 namespace {
@@ -214,11 +215,39 @@ qint64 FrameInterpreter::frameLength(const FrameTemplate &t, QByteArrayView byte
     return length;
 }
 
-FrameInterpreter::FieldValue FrameInterpreter::fieldValue(const FrameTemplate &t,
-                                                          const FieldSpec &field,
-                                                          QByteArrayView frame)
+FrameInterpreter::Prepared::Prepared(const FrameTemplate &frameTemplate)
+    : tmpl(frameTemplate)
+    , dataTail(frameTemplate.effectiveTrailer().size() + frameTemplate.checksumBytes())
 {
-    FieldValue v;
+    labels.reserve(tmpl.fields.size());
+    for (const FieldSpec &field : std::as_const(tmpl.fields)) {
+        QList<Label> table;
+        const QStringList parts = field.labels.split(u';', Qt::SkipEmptyParts);
+        for (const QString &part : parts) {
+            const qsizetype eq = part.indexOf(u'=');
+            const QString key = (eq < 0 ? part : part.left(eq)).trimmed();
+            Label label;
+            label.text = eq < 0 ? QString() : part.mid(eq + 1).trimmed();
+            if (key.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
+                label.hex = true;
+                label.unsignedKey = key.mid(2).toULongLong(&label.unsignedOk, 16);
+            } else {
+                label.signedKey = key.toLongLong(&label.signedOk);
+                label.unsignedKey = key.toULongLong(&label.unsignedOk);
+            }
+            if (label.signedOk || label.unsignedOk) {
+                table.append(label);
+            }
+        }
+        labels.append(table);
+    }
+}
+
+FrameInterpreter::FieldPlace FrameInterpreter::fieldValue(const Prepared &prepared, int index,
+                                                          QByteArrayView frame, QString &text)
+{
+    const FieldSpec &field = prepared.tmpl.fields.at(index);
+    FieldPlace v;
     const qint64 size = frame.size();
     if (field.whenOffset >= 0 &&
         (field.whenOffset >= size || quint8(frame.at(field.whenOffset)) != field.whenValue)) {
@@ -228,14 +257,14 @@ FrameInterpreter::FieldValue FrameInterpreter::fieldValue(const FrameTemplate &t
     v.offset = field.offset;
     qint64 length = FieldSpec::typeWidth(field.type);
     if (field.type == FieldType::Hex || field.type == FieldType::Ascii) {
-        length = field.length >= 1 ? field.length : dataEnd(t, size) - field.offset;
+        length = field.length >= 1 ? field.length : size - prepared.dataTail - field.offset;
     } else if (field.type == FieldType::Bits) {
         length = field.length;
     }
     if (field.offset < 0 || length < 1 || field.offset + length > size) {
         v.bad = true;
         v.length = field.offset < 0 ? 0 : int(std::max<qint64>(0, size - field.offset));
-        v.text = QString(QChar(0x2014));
+        text += QChar(0x2014);
         return v;
     }
     v.length = int(length);
@@ -254,111 +283,115 @@ FrameInterpreter::FieldValue FrameInterpreter::fieldValue(const FrameTemplate &t
             std::memcpy(&value, &bits, sizeof value);
         }
         value = value * field.scale + field.addend;
-        v.text = field.decimals < 0
-                     ? QString::number(value, 'g', field.type == FieldType::F32 ? 7 : 15)
-                     : QString::number(value, 'f', std::min(field.decimals, 15));
+        text += field.decimals < 0
+                    ? QString::number(value, 'g', field.type == FieldType::F32 ? 7 : 15)
+                    : QString::number(value, 'f', std::min(field.decimals, 15));
         if (!field.unit.isEmpty()) {
-            v.text += u' ' + field.unit;
+            text += u' ';
+            text += field.unit;
         }
         break;
     }
     case FieldType::Hex:
-        v.text = FrameDecoder::hexText(bytes);
+        text += FrameDecoder::hexText(bytes);
         break;
-    case FieldType::Ascii: {
-        v.text.reserve(bytes.size());
+    case FieldType::Ascii:
         for (char c : bytes) {
             const quint8 b = quint8(c);
-            v.text += b >= 32 && b <= 126 ? QChar(b) : QChar(0x25A1);
+            text += b >= 32 && b <= 126 ? QChar(b) : QChar(0x25A1);
         }
         break;
-    }
     case FieldType::Bits: {
         const quint64 container = readUnsigned(bytes, field.endian);
         const quint64 shifted =
             field.bitStart < 0 || field.bitStart >= 64 ? 0 : container >> field.bitStart;
-        v.text = integerText(field, shifted & widthMask(field.bitCount), 8, false);
+        appendInteger(text, field, prepared.labels.at(index), shifted & widthMask(field.bitCount),
+                      8, false);
         break;
     }
     default: {
-        const int width = int(length);
         const bool isSigned = field.type == FieldType::I8 || field.type == FieldType::I16 ||
                               field.type == FieldType::I32 || field.type == FieldType::I64;
-        v.text = integerText(field, readUnsigned(bytes, field.endian), width, isSigned);
+        appendInteger(text, field, prepared.labels.at(index), readUnsigned(bytes, field.endian),
+                      int(length), isSigned);
         break;
     }
     }
     return v;
 }
 
-QString FrameInterpreter::integerText(const FieldSpec &field, quint64 bits, int width,
-                                      bool isSigned)
+void FrameInterpreter::appendInteger(QString &text, const FieldSpec &field,
+                                     const QList<Prepared::Label> &labels, quint64 bits,
+                                     int width, bool isSigned)
 {
     // Sign extension from the type's width.
     const int shift = 64 - width * 8;
     const qint64 signedValue = shift > 0 ? qint64(bits << shift) >> shift : qint64(bits);
-    const QString whole = isSigned ? QString::number(signedValue) : QString::number(bits);
-    const auto withUnit = [&field](QString text) {
-        if (!field.unit.isEmpty()) {
-            text += u' ' + field.unit;
+    // A hex key names the raw bits, a decimal key the value in the type's sign.
+    for (const Prepared::Label &label : labels) {
+        const bool match = label.hex        ? label.unsignedKey == (bits & widthMask(width * 8))
+                           : isSigned       ? label.signedOk && label.signedKey == signedValue
+                                            : label.unsignedOk && label.unsignedKey == bits;
+        if (match) {
+            text += label.text;
+            return;
         }
-        return text;
-    };
-    if (!field.labels.isEmpty()) {
-        // A hex key names the raw bits, a decimal key the value in the type's sign.
-        const QStringList parts = field.labels.split(u';', Qt::SkipEmptyParts);
-        for (const QString &part : parts) {
-            const qsizetype eq = part.indexOf(u'=');
-            const QString key = (eq < 0 ? part : part.left(eq)).trimmed();
-            bool ok = false;
-            bool match = false;
-            if (key.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
-                match = key.mid(2).toULongLong(&ok, 16) == (bits & widthMask(width * 8)) && ok;
-            } else if (isSigned) {
-                match = key.toLongLong(&ok) == signedValue && ok;
-            } else {
-                match = key.toULongLong(&ok) == bits && ok;
-            }
-            if (match) {
-                return eq < 0 ? QString() : part.mid(eq + 1).trimmed();
-            }
-        }
-        // Labels name some values; the others show as they are, unscaled.
-        return withUnit(whole);
     }
-    if (field.scale == 1.0 && field.addend == 0.0) {
-        return withUnit(whole);
+    // Labels name some values; the others show as they are, unscaled.
+    if (!field.labels.isEmpty() || (field.scale == 1.0 && field.addend == 0.0)) {
+        char digits[24];
+        const auto end = isSigned ? std::to_chars(digits, digits + sizeof digits, signedValue).ptr
+                                  : std::to_chars(digits, digits + sizeof digits, bits).ptr;
+        text += QLatin1StringView(digits, end - digits);
+    } else {
+        const double value =
+            (isSigned ? double(signedValue) : double(bits)) * field.scale + field.addend;
+        text += field.decimals < 0 ? QString::number(value, 'g', 15)
+                                   : QString::number(value, 'f', std::min(field.decimals, 15));
     }
-    const double value =
-        (isSigned ? double(signedValue) : double(bits)) * field.scale + field.addend;
-    return withUnit(field.decimals < 0 ? QString::number(value, 'g', 15)
-                                       : QString::number(value, 'f', std::min(field.decimals, 15)));
+    if (!field.unit.isEmpty()) {
+        text += u' ';
+        text += field.unit;
+    }
 }
 
 QString FrameInterpreter::summary(const FrameTemplate &t, QByteArrayView frame)
 {
+    return summary(Prepared(t), frame);
+}
+
+QString FrameInterpreter::summary(const Prepared &prepared, QByteArrayView frame)
+{
+    // Each field is written in place and taken back when it has nothing to show.
     QString text;
-    for (const FieldSpec &field : t.fields) {
-        const FieldValue v = fieldValue(t, field, frame);
-        if (!v.shown || v.bad || v.text.isEmpty()) {
-            continue;
-        }
-        if (!text.isEmpty()) {
+    text.reserve(96);
+    const int count = int(prepared.tmpl.fields.size());
+    for (int i = 0; i < count; ++i) {
+        const qsizetype mark = text.size();
+        if (mark > 0) {
             text += QLatin1String(", ");
         }
-        text += field.name + u'=' + v.text;
+        text += prepared.tmpl.fields.at(i).name;
+        text += u'=';
+        const qsizetype valueAt = text.size();
+        const FieldPlace v = fieldValue(prepared, i, frame, text);
+        if (!v.shown || v.bad || text.size() == valueAt) {
+            text.truncate(mark);
+        }
     }
     return text;
 }
 
 QList<DecodedField> FrameInterpreter::explain(const FrameTemplate &t, QByteArrayView frame)
 {
+    const Prepared prepared(t);
     QList<DecodedField> rows;
     const qint64 size = frame.size();
-    for (const FieldSpec &field : t.fields) {
-        const FieldValue v = fieldValue(t, field, frame);
+    for (int i = 0; i < t.fields.size(); ++i) {
+        QString text;
+        const FieldPlace v = fieldValue(prepared, i, frame, text);
         if (v.shown) {
-            rows.append({field.name, v.text, v.offset, v.length, 0, v.bad});
+            rows.append({t.fields.at(i).name, text, v.offset, v.length, 0, v.bad});
         }
     }
     if (t.checksum.kind != ChecksumSpec::None) {

@@ -38,22 +38,48 @@ public:
     // do not tell yet, -1 for an impossible frame. Always -1 for the other framings.
     static qint64 frameLength(const FrameTemplate &frameTemplate, QByteArrayView bytes);
 
+    // A template made ready for many frames: the labels of its fields are read once.
+    class Prepared
+    {
+    public:
+        explicit Prepared(const FrameTemplate &frameTemplate);
+        const FrameTemplate &frameTemplate() const { return tmpl; }
+
+    private:
+        friend class FrameInterpreter;
+        struct Label
+        {
+            bool hex = false;
+            bool signedOk = false; // a decimal key read as a signed number
+            bool unsignedOk = false;
+            qint64 signedKey = 0;
+            quint64 unsignedKey = 0; // the hex key, or the decimal one read unsigned
+            QString text;
+        };
+        FrameTemplate tmpl;
+        QList<QList<Label>> labels; // per field
+        qint64 dataTail = 0;        // checksum and trailer bytes at the frame's end
+    };
+
     // "name=value, ..." of the fields shown; empty when none has a value.
     static QString summary(const FrameTemplate &frameTemplate, QByteArrayView frame);
+    static QString summary(const Prepared &prepared, QByteArrayView frame);
     // A row per field shown, then the checksum and the trailer rows.
     static QList<DecodedField> explain(const FrameTemplate &frameTemplate, QByteArrayView frame);
 
 private:
-    struct FieldValue
+    struct FieldPlace
     {
         bool shown = false;
         bool bad = false;
         int offset = 0;
         int length = 0;
-        QString text;
     };
 
-    static FieldValue fieldValue(const FrameTemplate &frameTemplate, const FieldSpec &field,
-                                 QByteArrayView frame);
-    static QString integerText(const FieldSpec &field, quint64 bits, int width, bool isSigned);
+    // Where field `index` lies in `frame`; its text is appended to `text`.
+    static FieldPlace fieldValue(const Prepared &prepared, int index, QByteArrayView frame,
+                                 QString &text);
+    static void appendInteger(QString &text, const FieldSpec &field,
+                              const QList<Prepared::Label> &labels, quint64 bits, int width,
+                              bool isSigned);
 };

@@ -1,11 +1,9 @@
 #include "decode/templatestreamdecoder.h"
 
-#include "decode/frameinterpreter.h"
-
 #include <limits>
 
 TemplateStreamDecoder::TemplateStreamDecoder(const FrameTemplate &frameTemplate)
-    : tmpl(FrameSplitter::sanitized(frameTemplate))
+    : prepared(FrameSplitter::sanitized(frameTemplate))
 {}
 
 qsizetype TemplateStreamDecoder::heldBytes() const
@@ -25,7 +23,7 @@ void TemplateStreamDecoder::ingest(FrameDirection direction, const QString &peer
         return;
     }
     const Key key{direction, peer};
-    auto it = splitters.try_emplace(key, tmpl).first;
+    auto it = splitters.try_emplace(key, prepared.frameTemplate()).first;
     append(key, it->second.ingest(bytes, nowMs, wallTime), out);
     if (it->second.idle()) {
         splitters.erase(it);
@@ -70,7 +68,7 @@ QList<DecodedField> TemplateStreamDecoder::explain(const DecodedFrame &frame) co
     if (frame.status == FrameStatus::Unrecognized) {
         return {{tr("Data"), hexText(frame.raw), 0, int(frame.raw.size()), 0, false}};
     }
-    return FrameInterpreter::explain(tmpl, frame.raw);
+    return FrameInterpreter::explain(prepared.frameTemplate(), frame.raw);
 }
 
 void TemplateStreamDecoder::append(const Key &key, const QList<FrameSplitter::Piece> &pieces,
@@ -88,7 +86,7 @@ void TemplateStreamDecoder::append(const Key &key, const QList<FrameSplitter::Pi
         if (piece.status == FrameStatus::Unrecognized) {
             frame.summary = unrecognizedSummary(piece.bytes.size());
         } else {
-            frame.summary = FrameInterpreter::summary(tmpl, piece.bytes);
+            frame.summary = FrameInterpreter::summary(prepared, piece.bytes);
             if (frame.summary.isEmpty()) {
                 frame.summary = tr("%1 bytes").arg(piece.bytes.size());
             }

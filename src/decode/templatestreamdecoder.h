@@ -5,6 +5,7 @@
 // comes from its fields. There is no request/response pairing.
 
 #include "decode/framedecoder.h"
+#include "decode/frameinterpreter.h"
 #include "decode/framesplitter.h"
 
 #include <map>
@@ -25,7 +26,7 @@ public:
     void reset() override;
     QList<DecodedField> explain(const DecodedFrame &frame) const override;
 
-    const FrameTemplate &frameTemplate() const { return tmpl; }
+    const FrameTemplate &frameTemplate() const { return prepared.frameTemplate(); }
     int streamCount() const { return int(splitters.size()); }
     qsizetype heldBytes() const;
 
@@ -42,6 +43,6 @@ private:
 
     void append(const Key &key, const QList<FrameSplitter::Piece> &pieces, DecodeOutput &out);
 
-    FrameTemplate tmpl;
+    FrameInterpreter::Prepared prepared;
     std::map<Key, FrameSplitter> splitters; // direction first, then peer
 };
