@@ -126,7 +126,7 @@ FrameTemplateDialog::FrameTemplateDialog(const QList<FrameTemplate> &templates, 
     connectEdits();
     connect(list, &QListWidget::currentRowChanged, this, &FrameTemplateDialog::onRowChanged);
     refreshList();
-    selectTemplate(working.isEmpty() ? -1 : 0);
+    showTemplate(working.isEmpty() ? -1 : 0);
 }
 
 QWidget *FrameTemplateDialog::buildFramingGroup()
@@ -317,11 +317,17 @@ QStringList FrameTemplateDialog::names() const
     return taken;
 }
 
-void FrameTemplateDialog::selectTemplate(int row)
+bool FrameTemplateDialog::selectTemplate(int row)
 {
-    if (row < -1 || row >= working.size()) {
-        return;
+    if (row < 0 || row >= working.size() || !storeCurrent()) {
+        return false;
     }
+    showTemplate(row);
+    return true;
+}
+
+void FrameTemplateDialog::showTemplate(int row)
+{
     current = row;
     refreshList();
     if (row >= 0) {
@@ -335,13 +341,10 @@ void FrameTemplateDialog::onRowChanged(int row)
     if (row == current || pushing) {
         return;
     }
-    // The form goes back to its template first; one that does not read stops the move.
-    if (!storeCurrent()) {
+    if (!selectTemplate(row)) {
         const QSignalBlocker block(list);
         list->setCurrentRow(current);
-        return;
     }
-    selectTemplate(row);
 }
 
 bool FrameTemplateDialog::storeCurrent()
@@ -404,7 +407,7 @@ void FrameTemplateDialog::addTemplate()
     added.name = FrameTemplateText::uniqueName(tr("Template"), names());
     working.append(added);
     origin.append(-1);
-    selectTemplate(int(working.size()) - 1);
+    showTemplate(int(working.size()) - 1);
 }
 
 void FrameTemplateDialog::duplicateTemplate()
@@ -416,7 +419,7 @@ void FrameTemplateDialog::duplicateTemplate()
     copy.name = FrameTemplateText::uniqueName(copy.name, names());
     working.insert(current + 1, copy);
     origin.insert(current + 1, -1);
-    selectTemplate(current + 1);
+    showTemplate(current + 1);
 }
 
 void FrameTemplateDialog::removeTemplate()
@@ -427,8 +430,7 @@ void FrameTemplateDialog::removeTemplate()
     working.removeAt(current);
     origin.removeAt(current);
     const int next = std::min(current, int(working.size()) - 1);
-    current = -1;
-    selectTemplate(next);
+    showTemplate(next);
 }
 
 void FrameTemplateDialog::moveUp()
@@ -438,7 +440,7 @@ void FrameTemplateDialog::moveUp()
     }
     working.swapItemsAt(current, current - 1);
     origin.swapItemsAt(current, current - 1);
-    selectTemplate(current - 1);
+    showTemplate(current - 1);
 }
 
 void FrameTemplateDialog::moveDown()
@@ -448,7 +450,7 @@ void FrameTemplateDialog::moveDown()
     }
     working.swapItemsAt(current, current + 1);
     origin.swapItemsAt(current, current + 1);
-    selectTemplate(current + 1);
+    showTemplate(current + 1);
 }
 
 void FrameTemplateDialog::showError(const QString &text)
@@ -471,13 +473,13 @@ void FrameTemplateDialog::accept()
         QString why;
         if (!working.at(i).validate(&why)) {
             const QString name = working.at(i).name.trimmed();
-            selectTemplate(i);
+            showTemplate(i);
             showError(tr("%1: %2").arg(name.isEmpty() ? tr("(unnamed)") : name, why));
             return;
         }
         for (int j = 0; j < i; ++j) {
             if (working.at(j).name.trimmed() == working.at(i).name.trimmed()) {
-                selectTemplate(i);
+                showTemplate(i);
                 showError(tr("Another template is already called \"%1\".")
                               .arg(working.at(i).name.trimmed()));
                 return;

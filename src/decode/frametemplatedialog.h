@@ -36,7 +36,9 @@ public:
     QStringList removed() const;
 
     int currentRow() const { return current; }
-    void selectTemplate(int row);
+    // Moves to another template as a click in the list does: the form is kept first, and
+    // one that does not read stops the move.
+    bool selectTemplate(int row);
     // Reads the form into a template; false with the first problem in `error`.
     bool collectForm(FrameTemplate *frameTemplate, QString *error) const;
 
@@ -71,6 +73,7 @@ private:
     QWidget *buildTestGroup();
     void connectEdits();
 
+    void showTemplate(int row);
     void loadForm(const FrameTemplate &frameTemplate);
     void setFieldRow(int row, const FieldSpec &field);
     bool storeCurrent();
