@@ -3,7 +3,8 @@
 //
 // "crc" is header + length framing: 7E, a two-byte little-endian length of the whole
 // frame, a sequence number, a temperature in tenths, a status with labels, a float and a
-// bit field with plausible values, filler, then CRC-16/MODBUS; frames of 16 to 48 bytes. "line" is delimiter framing:
+// bit field with plausible values, filler, then CRC-16/MODBUS; frames of 16 to 48 bytes. "line" is
+// delimiter framing:
 // "$" then ASCII text up to CR LF, with a SUM8 before the delimiter and two fields.
 // Clean captures are frames back to back. Noisy ones put random bytes (that may hold
 // header bytes) between frames, as much noise as frames, and damage one frame in ten.
@@ -169,7 +170,8 @@ void BM_Decode(benchmark::State &state)
         count();
     }
     state.SetBytesProcessed(state.iterations() * bytes.size());
-    state.counters["frames_per_s"] = benchmark::Counter(double(frames), benchmark::Counter::kIsRate);
+    state.counters["frames_per_s"] =
+        benchmark::Counter(double(frames), benchmark::Counter::kIsRate);
     state.counters["ok_frames"] = double(good) / double(state.iterations());
 }
 

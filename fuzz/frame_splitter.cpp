@@ -8,7 +8,8 @@
 // exactly once, in order; frames are numbered one by one, are never empty and never over
 // the largest frame, unrecognised pieces at most 256 bytes; what is held stays within
 // two largest frames and a garbage piece per stream; a deadline exists exactly while
-// bytes are held; every detail row that covers bytes stays within its frame; a flush empties everything.
+// bytes are held; every detail row that covers bytes stays within its frame; a flush empties
+// everything.
 
 #include "decode/frameinterpreter.h"
 #include "decode/framesplitter.h"
@@ -83,8 +84,8 @@ FrameTemplate randomTemplate(FuzzedDataProvider &input)
         f.scale = input.ConsumeBool() ? 1.0 : input.ConsumeFloatingPoint<double>();
         f.addend = input.ConsumeBool() ? 0.0 : input.ConsumeFloatingPoint<double>();
         f.decimals = input.ConsumeIntegralInRange(-2, 20);
-        f.labels = input.ConsumeBool() ? QStringLiteral("0=zero; 0x1 = one;x;=;-1=minus")
-                                       : QString();
+        f.labels =
+            input.ConsumeBool() ? QStringLiteral("0=zero; 0x1 = one;x;=;-1=minus") : QString();
         f.whenOffset = input.ConsumeIntegralInRange(-2, 12);
         f.whenValue = input.ConsumeIntegral<quint8>();
         t.fields.append(f);
@@ -137,8 +138,9 @@ QByteArray wellFormed(const FrameTemplate &t, FuzzedDataProvider &input)
     }
     if (cb > 0) {
         const qint64 from = std::clamp<qint64>(t.checksumStart, 0, frame.size());
-        frame += encode(FrameInterpreter::computeChecksum(t.checksum, QByteArrayView(frame).sliced(from)),
-                        std::min(cb, 8), t.checksumOrder);
+        frame += encode(
+            FrameInterpreter::computeChecksum(t.checksum, QByteArrayView(frame).sliced(from)),
+            std::min(cb, 8), t.checksumOrder);
     }
     return frame + trailer;
 }
@@ -168,8 +170,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         for (const DecodedFrame &frame : out.frames) {
             check(frame.seq == ++lastSeq, "frames are numbered one by one");
             check(!frame.raw.isEmpty(), "no empty frame");
-            check(frame.raw.size() <= (frame.status == FrameStatus::Unrecognized ? 256
-                                                                                 : cut.maxFrameBytes),
+            check(frame.raw.size() <=
+                      (frame.status == FrameStatus::Unrecognized ? 256 : cut.maxFrameBytes),
                   "frame size");
             Tally &tally = streams[{int(frame.direction), frame.peer}];
             check(tally.in.sliced(tally.out).startsWith(frame.raw),

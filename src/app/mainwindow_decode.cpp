@@ -98,10 +98,11 @@ void MainWindow::loadDecode(QSettings &file)
     }
     for (int i = 0; i < MaxPorts; ++i) {
         decodeChoices[size_t(i)] =
-            i < portCountValue ? FrameTemplateCodec::withKnownTemplate(
-                                     FrameTemplateCodec::loadChoice(file, ProjectCodec::decodeGroup(i)),
-                                     frameTemplateList)
-                               : DecoderChoice();
+            i < portCountValue
+                ? FrameTemplateCodec::withKnownTemplate(
+                      FrameTemplateCodec::loadChoice(file, ProjectCodec::decodeGroup(i)),
+                      frameTemplateList)
+                : DecoderChoice();
     }
 }
 

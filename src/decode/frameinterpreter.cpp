@@ -125,8 +125,8 @@ quint64 FrameInterpreter::readUnsigned(QByteArrayView bytes, Endian endian)
     return value;
 }
 
-bool FrameInterpreter::checkChecksum(const FrameTemplate &t, QByteArrayView frame,
-                                     quint64 *stored, quint64 *computed)
+bool FrameInterpreter::checkChecksum(const FrameTemplate &t, QByteArrayView frame, quint64 *stored,
+                                     quint64 *computed)
 {
     *stored = 0;
     *computed = 0;
@@ -139,8 +139,8 @@ bool FrameInterpreter::checkChecksum(const FrameTemplate &t, QByteArrayView fram
         return false;
     }
     *stored = readUnsigned(frame.sliced(storedAt, bytes), t.checksumOrder);
-    *computed = computeChecksum(t.checksum,
-                                frame.sliced(t.checksumStart, storedAt - t.checksumStart));
+    *computed =
+        computeChecksum(t.checksum, frame.sliced(t.checksumStart, storedAt - t.checksumStart));
     return true;
 }
 
@@ -321,17 +321,17 @@ FrameInterpreter::FieldPlace FrameInterpreter::fieldValue(const Prepared &prepar
 }
 
 void FrameInterpreter::appendInteger(QString &text, const FieldSpec &field,
-                                     const QList<Prepared::Label> &labels, quint64 bits,
-                                     int width, bool isSigned)
+                                     const QList<Prepared::Label> &labels, quint64 bits, int width,
+                                     bool isSigned)
 {
     // Sign extension from the type's width.
     const int shift = 64 - width * 8;
     const qint64 signedValue = shift > 0 ? qint64(bits << shift) >> shift : qint64(bits);
     // A hex key names the raw bits, a decimal key the value in the type's sign.
     for (const Prepared::Label &label : labels) {
-        const bool match = label.hex        ? label.unsignedKey == (bits & widthMask(width * 8))
-                           : isSigned       ? label.signedOk && label.signedKey == signedValue
-                                            : label.unsignedOk && label.unsignedKey == bits;
+        const bool match = label.hex  ? label.unsignedKey == (bits & widthMask(width * 8))
+                           : isSigned ? label.signedOk && label.signedKey == signedValue
+                                      : label.unsignedOk && label.unsignedKey == bits;
         if (match) {
             text += label.text;
             return;
@@ -403,9 +403,10 @@ QList<DecodedField> FrameInterpreter::explain(const FrameTemplate &t, QByteArray
             row.offset = int(dataEnd(t, size));
             row.length = bytes;
             row.bad = stored != computed;
-            row.value = row.bad ? tr("%1 (expected %2)")
-                                      .arg(hexValue(stored, bytes), hexValue(computed, bytes))
-                                : tr("%1 OK").arg(hexValue(stored, bytes));
+            row.value =
+                row.bad
+                    ? tr("%1 (expected %2)").arg(hexValue(stored, bytes), hexValue(computed, bytes))
+                    : tr("%1 OK").arg(hexValue(stored, bytes));
         } else if (size - bytes >= 0) {
             row.offset = int(size - bytes);
             row.length = bytes;
@@ -417,7 +418,11 @@ QList<DecodedField> FrameInterpreter::explain(const FrameTemplate &t, QByteArray
         const qint64 found = std::min<qint64>(trailer.size(), size);
         const QByteArrayView tail = frame.last(found);
         DecodedField row{t.framing == FrameTemplate::Delimited ? tr("Delimiter") : tr("Trailer"),
-                         FrameDecoder::hexText(tail), int(size - found), int(found), 0, false};
+                         FrameDecoder::hexText(tail),
+                         int(size - found),
+                         int(found),
+                         0,
+                         false};
         if (tail != QByteArrayView(trailer)) {
             row.bad = true;
             row.value = tr("%1 (expected %2)").arg(row.value, FrameDecoder::hexText(trailer));

@@ -9,8 +9,7 @@ constexpr qint64 Never = std::numeric_limits<qint64>::max();
 // The framer holds a frame at most this long when no delimiter or gap ends it.
 constexpr int FramerHoldMs = 60000;
 
-template<typename E>
-E clampEnum(E value, int high)
+template<typename E> E clampEnum(E value, int high)
 {
     return E(std::clamp(int(value), 0, high));
 }
@@ -18,8 +17,8 @@ E clampEnum(E value, int high)
 FramingPolicy policyFor(const FrameTemplate &t)
 {
     FramingPolicy policy;
-    policy.mode = t.framing == FrameTemplate::Delimited ? FramingPolicy::Delimiter
-                                                        : FramingPolicy::IdleGap;
+    policy.mode =
+        t.framing == FrameTemplate::Delimited ? FramingPolicy::Delimiter : FramingPolicy::IdleGap;
     policy.delimiter = t.delimiter;
     policy.idleGapMs = t.idleGapMs;
     policy.maxBytes = std::max(t.maxFrameBytes, 1);
@@ -137,7 +136,8 @@ int FrameSplitter::nextTimeoutMs(qint64 nowMs) const
         const qint64 framerDue = framerDelay < 0 ? Never : nowMs + framerDelay;
         due = tmpl.framing == FrameTemplate::IdleGap ? framerDue : std::min(due, framerDue);
     }
-    return due == Never ? -1 : int(std::clamp<qint64>(due - nowMs, 0, std::numeric_limits<int>::max()));
+    return due == Never ? -1
+                        : int(std::clamp<qint64>(due - nowMs, 0, std::numeric_limits<int>::max()));
 }
 
 void FrameSplitter::reset()
@@ -189,14 +189,13 @@ FrameSplitter::Candidate FrameSplitter::headCandidate(QByteArrayView data)
     }
     headCache = candidateAt(data, 0);
     headBase = bufferOffset;
-    headRecheck = headCache.length > 0 ? headCache.length
-                                       : qint64(tmpl.lengthOffset) + tmpl.lengthWidth;
+    headRecheck =
+        headCache.length > 0 ? headCache.length : qint64(tmpl.lengthOffset) + tmpl.lengthWidth;
     return headCache;
 }
 
 FrameSplitter::Verdict FrameSplitter::examine(QByteArrayView data, qint64 offset,
-                                              CandidateKind headKind, bool final,
-                                              Open *open) const
+                                              CandidateKind headKind, bool final, Open *open) const
 {
     const Candidate c = candidateAt(data, offset);
     switch (c.kind) {

@@ -80,7 +80,6 @@ private:
         qint64 recheckAt = 0;
         bool passed = false;
         qint64 end = 0; // where a start that passed ends
-
     };
     enum Verdict { Reject, Accept, Wait };
 

@@ -37,7 +37,7 @@ enum class FieldType : quint8 {
 
 struct FieldSpec
 {
-    QString name;
+    QString name{};
     int offset = 0; // from the frame's start
     FieldType type = FieldType::U8;
     int length = 0;
@@ -47,9 +47,9 @@ struct FieldSpec
     double scale = 1.0;
     double addend = 0.0;
     int decimals = -1; // -1 = automatic, else 0 .. 15
-    QString unit;
-    QString labels;       // "0=Off;1=On"
-    int whenOffset = -1;  // -1 = always; else shown only when that byte is `whenValue`
+    QString unit{};
+    QString labels{};    // "0=Off;1=On"
+    int whenOffset = -1; // -1 = always; else shown only when that byte is `whenValue`
     quint8 whenValue = 0;
 
     // Bytes of a fixed-width type; 0 for Hex, ASCII and Bits, whose size is `length`.
@@ -105,9 +105,9 @@ public:
     static constexpr int MaxFrameBytes = 4096;
     static constexpr int MaxFields = 128;
 
-    QString name;
+    QString name{};
     Framing framing = HeaderLength;
-    QByteArray header;
+    QByteArray header{};
     int lengthOffset = 2;
     int lengthWidth = 1;
     Endian lengthEndian = Endian::Big;
@@ -116,13 +116,13 @@ public:
     int fixedLength = 8;
     QByteArray delimiter = QByteArray("\r\n");
     int idleGapMs = 20;
-    QByteArray trailer;
-    ChecksumSpec checksum;
+    QByteArray trailer{};
+    ChecksumSpec checksum{};
     int checksumStart = 0;
     Endian checksumOrder = Endian::Little;
     int maxFrameBytes = 1024;
     int frameTimeoutMs = 100;
-    QList<FieldSpec> fields;
+    QList<FieldSpec> fields{};
 
     // Bytes the stored checksum takes: its width rounded up to whole bytes.
     int checksumBytes() const;
@@ -148,7 +148,7 @@ struct DecoderChoice
     };
 
     Kind kind = None;
-    QString templateName;
+    QString templateName{};
     bool panelVisible = false;
 
     bool operator==(const DecoderChoice &) const = default;

@@ -61,8 +61,7 @@ public:
         return int(std::clamp<double>(number, low, high));
     }
 
-    template<typename E>
-    E readEnum(const QString &key, E fallback, int high) const
+    template<typename E> E readEnum(const QString &key, E fallback, int high) const
     {
         return E(readInt(key, int(fallback), 0, high));
     }
@@ -183,8 +182,8 @@ FrameTemplate loadTemplate(const QSettings &s, const QString &g)
     t.lengthOffset = r.readInt(QStringLiteral("LengthOffset"), d.lengthOffset, 0, 4096);
     t.lengthWidth = r.readInt(QStringLiteral("LengthWidth"), d.lengthWidth, 1, 4);
     t.lengthEndian = r.readEnum(QStringLiteral("LengthEndian"), d.lengthEndian, 3);
-    t.lengthScope =
-        r.readEnum(QStringLiteral("LengthScope"), d.lengthScope, FrameTemplate::AfterFieldToChecksum);
+    t.lengthScope = r.readEnum(QStringLiteral("LengthScope"), d.lengthScope,
+                               FrameTemplate::AfterFieldToChecksum);
     t.lengthAdjust = r.readInt(QStringLiteral("LengthAdjust"), d.lengthAdjust, -64, 64);
     t.fixedLength = r.readInt(QStringLiteral("FixedLength"), d.fixedLength, 1, 4096);
     t.delimiter = r.value(QStringLiteral("Delimiter")).isValid()
@@ -338,15 +337,16 @@ bool FrameTemplateCodec::loadFromProject(const QString &path, const QString &nam
         for (const FrameTemplate &t : templates) {
             names.append(QLatin1Char('"') + t.name.trimmed() + QLatin1Char('"'));
         }
-        const QString known = names.isEmpty()
-                                  ? tr("It has no frame templates.")
-                                  : tr("Its frame templates: %1.").arg(names.join(QStringLiteral(", ")));
+        const QString known =
+            names.isEmpty() ? tr("It has no frame templates.")
+                            : tr("Its frame templates: %1.").arg(names.join(QStringLiteral(", ")));
         return fail(tr("There is no frame template called \"%1\" in %2. %3")
                         .arg(name.trimmed(), shown, known));
     }
     QString why;
     if (!match->validate(&why)) {
-        return fail(tr("The frame template \"%1\" cannot decode: %2").arg(match->name.trimmed(), why));
+        return fail(
+            tr("The frame template \"%1\" cannot decode: %2").arg(match->name.trimmed(), why));
     }
     *found = *match;
     if (error) {

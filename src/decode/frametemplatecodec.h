@@ -18,13 +18,11 @@ public:
     static constexpr int MaxTemplates = 256;
 
     // Replaces the whole group with `list`.
-    static void save(QSettings &settings, const QString &prefix,
-                     const QList<FrameTemplate> &list);
+    static void save(QSettings &settings, const QString &prefix, const QList<FrameTemplate> &list);
     static QList<FrameTemplate> load(const QSettings &settings, const QString &prefix);
     static bool contains(const QSettings &settings, const QString &prefix);
 
-    static void saveChoice(QSettings &settings, const QString &prefix,
-                           const DecoderChoice &choice);
+    static void saveChoice(QSettings &settings, const QString &prefix, const DecoderChoice &choice);
     static DecoderChoice loadChoice(const QSettings &settings, const QString &prefix);
     // The choice, or no decoder when it names a template that is not in `templates`.
     static DecoderChoice withKnownTemplate(const DecoderChoice &choice,

@@ -70,7 +70,8 @@ FrameTemplateDialog::FrameTemplateDialog(const QList<FrameTemplate> &templates, 
     list = new QListWidget(left);
     list->setObjectName(QStringLiteral("frameTemplateList"));
     leftLayout->addWidget(list);
-    const auto button = [&](const QString &text, const char *name, void (FrameTemplateDialog::*slot)()) {
+    const auto button = [&](const QString &text, const char *name,
+                            void (FrameTemplateDialog::*slot)()) {
         auto *b = new QPushButton(text, left);
         b->setObjectName(QString::fromLatin1(name));
         connect(b, &QPushButton::clicked, this, slot);
@@ -290,8 +291,7 @@ QWidget *FrameTemplateDialog::buildTestGroup()
     layout->addWidget(testFields, 2, 1, 1, 2);
     layout->setColumnStretch(0, 1);
     layout->setColumnStretch(1, 1);
-    connect(decode, &QPushButton::clicked, this,
-            [this] { runTest(testInput->toPlainText()); });
+    connect(decode, &QPushButton::clicked, this, [this] { runTest(testInput->toPlainText()); });
     connect(testResults, &QListWidget::currentRowChanged, this,
             &FrameTemplateDialog::showTestFrame);
     return group;

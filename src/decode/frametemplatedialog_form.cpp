@@ -47,16 +47,17 @@ bool sizedByLength(FieldType type)
 void FrameTemplateDialog::connectEdits()
 {
     connect(nameEdit, &QLineEdit::textChanged, this, &FrameTemplateDialog::onFormEdited);
-    for (QLineEdit *edit : {headerEdit, delimiterEdit, trailerEdit, polyEdit, initEdit, xorOutEdit}) {
+    for (QLineEdit *edit :
+         {headerEdit, delimiterEdit, trailerEdit, polyEdit, initEdit, xorOutEdit}) {
         connect(edit, &QLineEdit::textChanged, this, &FrameTemplateDialog::onFormEdited);
     }
-    for (QSpinBox *box : {lengthOffsetSpin, lengthWidthSpin, lengthAdjustSpin, fixedLengthSpin,
-                          idleGapSpin, maxFrameSpin, frameTimeoutSpin, crcWidthSpin,
-                          checksumStartSpin}) {
+    for (QSpinBox *box :
+         {lengthOffsetSpin, lengthWidthSpin, lengthAdjustSpin, fixedLengthSpin, idleGapSpin,
+          maxFrameSpin, frameTimeoutSpin, crcWidthSpin, checksumStartSpin}) {
         connect(box, &QSpinBox::valueChanged, this, &FrameTemplateDialog::onFormEdited);
     }
-    for (QComboBox *combo : {framingCombo, lengthEndianCombo, lengthScopeCombo, checksumCombo,
-                             checksumOrderCombo}) {
+    for (QComboBox *combo :
+         {framingCombo, lengthEndianCombo, lengthScopeCombo, checksumCombo, checksumOrderCombo}) {
         connect(combo, &QComboBox::currentIndexChanged, this, &FrameTemplateDialog::onFormEdited);
     }
     for (QCheckBox *box : {refInCheck, refOutCheck}) {
@@ -82,7 +83,8 @@ void FrameTemplateDialog::loadForm(const FrameTemplate &t)
     trailerEdit->setText(FrameTemplateText::formatHex(t.trailer));
     maxFrameSpin->setValue(t.maxFrameBytes);
     frameTimeoutSpin->setValue(t.frameTimeoutMs);
-    const QPoint checksum(t.checksum.kind, t.checksum.kind == ChecksumSpec::Crc ? t.checksum.crc : 0);
+    const QPoint checksum(t.checksum.kind,
+                          t.checksum.kind == ChecksumSpec::Crc ? t.checksum.crc : 0);
     checksumCombo->setCurrentIndex(std::max(0, checksumCombo->findData(checksum)));
     crcWidthSpin->setValue(t.checksum.width);
     polyEdit->setText(QString::number(t.checksum.poly, 16).toUpper());
@@ -111,8 +113,8 @@ void FrameTemplateDialog::setFieldRow(int row, const FieldSpec &field)
     };
     set(NameColumn, field.name);
     set(OffsetColumn, QString::number(field.offset));
-    set(LengthColumn, sizedByLength(field.type) || field.length != 0 ? QString::number(field.length)
-                                                                      : QString());
+    set(LengthColumn,
+        sizedByLength(field.type) || field.length != 0 ? QString::number(field.length) : QString());
     const bool plainBits = field.bitStart == 0 && field.bitCount == 1;
     set(BitsColumn, field.type == FieldType::Bits || !plainBits
                         ? FrameTemplateText::formatBits(field.bitStart, field.bitCount)

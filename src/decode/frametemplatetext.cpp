@@ -13,7 +13,7 @@ QList<FieldType> FrameTemplateText::fieldTypes()
 
 QString FrameTemplateText::typeName(FieldType type)
 {
-    static const char *const names[] = {"U8",  "I8",  "U16", "I16", "U32", "I32",  "U64",
+    static const char *const names[] = {"U8",  "I8",  "U16", "I16", "U32",   "I32", "U64",
                                         "I64", "F32", "F64", "Hex", "ASCII", "Bits"};
     const int index = int(type);
     return index >= 0 && index < int(std::size(names)) ? QString::fromLatin1(names[index])
@@ -100,7 +100,8 @@ QString FrameTemplateText::formatWhen(int offset, int value)
 
 bool FrameTemplateText::parseBits(const QString &text, int *start, int *count)
 {
-    static const QRegularExpression form(QStringLiteral("^\\s*(\\d+)\\s*(?:\\.\\.\\s*(\\d+))?\\s*$"));
+    static const QRegularExpression form(
+        QStringLiteral("^\\s*(\\d+)\\s*(?:\\.\\.\\s*(\\d+))?\\s*$"));
     const QRegularExpressionMatch m = form.match(text);
     if (!m.hasMatch()) {
         return false;

@@ -16,8 +16,8 @@ qsizetype TemplateStreamDecoder::heldBytes() const
 }
 
 void TemplateStreamDecoder::ingest(FrameDirection direction, const QString &peer,
-                                   const QByteArray &bytes, qint64 nowMs,
-                                   const QDateTime &wallTime, DecodeOutput &out)
+                                   const QByteArray &bytes, qint64 nowMs, const QDateTime &wallTime,
+                                   DecodeOutput &out)
 {
     if (bytes.isEmpty()) {
         return;

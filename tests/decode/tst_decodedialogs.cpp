@@ -20,8 +20,7 @@
 
 namespace {
 
-template<typename T>
-T *child(QObject *parent, const char *name)
+template<typename T> T *child(QObject *parent, const char *name)
 {
     T *found = parent->findChild<T *>(QString::fromLatin1(name));
     if (!found) {
@@ -67,31 +66,27 @@ void TestDecodeDialogs::builder_data()
     QTest::addColumn<QString>("ascii");
     QTest::addColumn<QString>("error");
 
-    QTest::newRow("ten coils") << 0 << 15 << 0 << 1 << 0 << "1 0 1 1 0 0 0 0 1 1"
-                               << "01 0F 00 00 00 0A 02 0D 03 A1 A9" << "" << "";
-    QTest::newRow("ASCII read") << 1 << 3 << 0 << 1 << 0 << ""
-                                << "3A 30 31 30 33 30 30 30 30 30 30 30 31 46 42 0D 0A"
-                                << ":010300000001FB<CR><LF>" << "";
-    QTest::newRow("2000 coils read") << 0 << 1 << 0 << 2000 << 0 << "" << "01 01 00 00 07 D0 3F A6"
-                                     << "" << "";
-    QTest::newRow("coil off") << 0 << 5 << 172 << 1 << 1 << "" << "01 05 00 AC 00 00 0D EB" << ""
-                              << "";
-    QTest::newRow("one register as two bytes")
-        << 0 << 6 << 1 << 1 << 0 << "00 0A" << "01 06 00 01 00 0A 58 0D" << "" << "";
-    QTest::newRow("two registers for one")
-        << 0 << 6 << 1 << 1 << 0 << "000A, 0102" << "" << ""
-        << "Write Single Register takes exactly one value.";
-    QTest::newRow("not a register") << 0 << 16 << 0 << 1 << 0 << "0A 12345" << "" << ""
-                                    << "\"12345\" is not a 16-bit HEX value.";
-    QTest::newRow("not a coil state") << 0 << 15 << 0 << 1 << 0 << "1 2" << "" << ""
-                                      << "Coil states must be 0 or 1, got \"2\".";
-    QTest::newRow("1969 coils") << 0 << 15 << 0 << 1 << 0 << QString("1 ").repeated(1969) << ""
-                                << "" << "Coil count must be between 1 and 1968.";
-    QTest::newRow("no register") << 0 << 6 << 0 << 1 << 0 << "" << "" << ""
-                                 << "Write Single Register needs exactly one value.";
-    QTest::newRow("past the last address") << 0 << 3 << 65535 << 2 << 0 << "" << "" << ""
-                                           << "Address 65535 plus count 2 exceeds the 65536 "
-                                              "address space.";
+    // Protocol, function, address, quantity, coil state, values; frame, ASCII line, error.
+    const auto row = [](const char *name, int protocol, int function, int address, int quantity,
+                        int coil, const char *values, const char *frame, const char *ascii,
+                        const char *error) {
+        QTest::newRow(name) << protocol << function << address << quantity << coil
+                            << QString(values) << QString(frame) << QString(ascii)
+                            << QString(error);
+    };
+    row("ten coils", 0, 15, 0, 1, 0, "1 0 1 1 0 0 0 0 1 1", "01 0F 00 00 00 0A 02 0D 03 A1 A9", "",
+        "");
+    row("ASCII read", 1, 3, 0, 1, 0, "", "3A 30 31 30 33 30 30 30 30 30 30 30 31 46 42 0D 0A",
+        ":010300000001FB<CR><LF>", "");
+    row("2000 coils read", 0, 1, 0, 2000, 0, "", "01 01 00 00 07 D0 3F A6", "", "");
+    row("coil off", 0, 5, 172, 1, 1, "", "01 05 00 AC 00 00 0D EB", "", "");
+    row("one register as two bytes", 0, 6, 1, 1, 0, "00 0A", "01 06 00 01 00 0A 58 0D", "", "");
+    row("two registers for one", 0, 6, 1, 1, 0, "000A, 0102", "", "",
+        "Write Single Register takes exactly one value.");
+    row("not a register", 0, 16, 0, 1, 0, "0A 12345", "", "",
+        "\"12345\" is not a 16-bit HEX value.");
+    row("not a coil state", 0, 15, 0, 1, 0, "1 2", "", "",
+        "Coil states must be 0 or 1, got \"2\".");
 }
 
 void TestDecodeDialogs::builder()
@@ -129,8 +124,7 @@ void TestDecodeDialogs::testPane()
 {
     FrameTemplateDialog dialog({templates::sensor()});
     dialog.setTestText("AA 55 07 01 01 02 41 20 00 00 6C");
-    QCOMPARE(dialog.testRows(),
-             QStringList{"#1  OK  cmd=1, status=Run, channel=2, value=10"});
+    QCOMPARE(dialog.testRows(), QStringList{"#1  OK  cmd=1, status=Run, channel=2, value=10"});
     QCOMPARE(dialog.testDetails(0).at(3).value, QStringLiteral("10"));
 
     // The test follows the form: the checksum counted from byte 0 fails.
@@ -160,15 +154,33 @@ void TestDecodeDialogs::formErrors_data()
     QTest::addColumn<QString>("widget"); // a line edit, or "field:<column>" of the first field
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("error");
-    QTest::newRow("header") << "headerEdit" << "AA 5G" << "Header: Only hex digits (0-9, A-F) are allowed.";
-    QTest::newRow("delimiter") << "delimiterEdit" << "0D 0" << "Delimiter: Hex bytes need two digits each.";
-    QTest::newRow("poly") << "polyEdit" << "10x21" << "Poly: not a hex number";
-    QTest::newRow("offset") << "field:1" << "three" << "Field 1: the offset is not a number";
-    QTest::newRow("length") << "field:3" << "-" << "Field 1: the length is not a number";
-    QTest::newRow("bits") << "field:4" << "5-7" << "Field 1: bits are written \"5..7\"";
-    QTest::newRow("scale") << "field:6" << "1,5" << "Field 1: scale and add are numbers";
-    QTest::newRow("decimals") << "field:8" << "two" << "Field 1: decimals is a number";
-    QTest::newRow("when") << "field:11" << "3:01" << "Field 1: When is written \"3=01\" (byte 3 is 0x01)";
+    QTest::newRow("header") << "headerEdit"
+                            << "AA 5G"
+                            << "Header: Only hex digits (0-9, A-F) are allowed.";
+    QTest::newRow("delimiter") << "delimiterEdit"
+                               << "0D 0"
+                               << "Delimiter: Hex bytes need two digits each.";
+    QTest::newRow("poly") << "polyEdit"
+                          << "10x21"
+                          << "Poly: not a hex number";
+    QTest::newRow("offset") << "field:1"
+                            << "three"
+                            << "Field 1: the offset is not a number";
+    QTest::newRow("length") << "field:3"
+                            << "-"
+                            << "Field 1: the length is not a number";
+    QTest::newRow("bits") << "field:4"
+                          << "5-7"
+                          << "Field 1: bits are written \"5..7\"";
+    QTest::newRow("scale") << "field:6"
+                           << "1,5"
+                           << "Field 1: scale and add are numbers";
+    QTest::newRow("decimals") << "field:8"
+                              << "two"
+                              << "Field 1: decimals is a number";
+    QTest::newRow("when") << "field:11"
+                          << "3:01"
+                          << "Field 1: When is written \"3=01\" (byte 3 is 0x01)";
 }
 
 void TestDecodeDialogs::formErrors()
@@ -227,11 +239,13 @@ void TestDecodeDialogs::editingTheList()
     dialog.accept();
     QCOMPARE(dialog.result(), int(QDialog::Rejected));
     QCOMPARE(dialog.currentRow(), 2);
-    QCOMPARE(dialog.errorText(), QStringLiteral("Template (2): Delimiter framing needs a delimiter."));
+    QCOMPARE(dialog.errorText(),
+             QStringLiteral("Template (2): Delimiter framing needs a delimiter."));
     child<QLineEdit>(&dialog, "delimiterEdit")->setText("0A");
     child<QLineEdit>(&dialog, "frameTemplateName")->setText(" Sensor v2 ");
     dialog.accept();
-    QCOMPARE(dialog.errorText(), QStringLiteral("Another template is already called \"Sensor v2\"."));
+    QCOMPARE(dialog.errorText(),
+             QStringLiteral("Another template is already called \"Sensor v2\"."));
     child<QLineEdit>(&dialog, "frameTemplateName")->setText("Lines");
     dialog.accept();
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
@@ -248,8 +262,7 @@ void TestDecodeDialogs::windowKeepsTemplatesAndChoices()
         QVERIFY(window.saveFile(path, false));
         QSettings file(path, QSettings::IniFormat);
         FrameTemplateCodec::save(file, FrameTemplateCodec::projectPrefix(), {templates::sensor()});
-        FrameTemplateCodec::saveChoice(file, "0/Decode",
-                                       {DecoderChoice::Template, "Sensor", true});
+        FrameTemplateCodec::saveChoice(file, "0/Decode", {DecoderChoice::Template, "Sensor", true});
     }
     MainWindow window;
     QVERIFY(window.loadFile(path));
@@ -263,8 +276,7 @@ void TestDecodeDialogs::windowKeepsTemplatesAndChoices()
         return dialog.result() == QDialog::Accepted;
     };
     window.findChild<QAction *>("acToolsFrameTemplates")->trigger();
-    QCOMPARE(window.decoderChoice(0),
-             (DecoderChoice{DecoderChoice::Template, "Sensor v2", true}));
+    QCOMPARE(window.decoderChoice(0), (DecoderChoice{DecoderChoice::Template, "Sensor v2", true}));
     QVERIFY(window.isWindowModified());
     window.frameTemplatesDialogHook = [](FrameTemplateDialog &dialog) {
         dialog.removeTemplate();

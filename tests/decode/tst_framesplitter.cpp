@@ -22,57 +22,38 @@ QByteArray sensor(const QByteArray &body, int damage = 0)
 {
     QByteArray frame = hex("AA55") + char(body.size()) + body;
     frame.append(char(quint8(FrameInterpreter::computeChecksum(templates::sensor().checksum,
-                                                                QByteArrayView(frame).sliced(2))) +
+                                                               QByteArrayView(frame).sliced(2))) +
                       damage));
     return frame;
 }
 
-// A template of CRC-16/MODBUS, stored low byte first, over a two-byte little-endian length
-// that counts the whole frame.
-FrameTemplate crcTemplate()
-{
-    FrameTemplate t;
-    t.name = QStringLiteral("CRC");
-    t.header = hex("7E");
-    t.lengthOffset = 1;
-    t.lengthWidth = 2;
-    t.lengthEndian = Endian::Little;
-    t.lengthScope = FrameTemplate::WholeFrame;
-    t.checksum.kind = ChecksumSpec::Crc;
-    return t;
-}
+// CRC-16/MODBUS, stored low byte first, over a two-byte little-endian length that counts
+// the whole frame.
+const FrameTemplate crcTemplate{.header = QByteArray("\x7E"),
+                                .lengthOffset = 1,
+                                .lengthWidth = 2,
+                                .lengthEndian = Endian::Little,
+                                .lengthScope = FrameTemplate::WholeFrame,
+                                .checksum = {.kind = ChecksumSpec::Crc}};
 
 QByteArray crcFrame(const QByteArray &body)
 {
     const int size = int(body.size()) + 5;
     QByteArray frame = hex("7E") + char(size & 0xFF) + char(size >> 8) + body;
-    const quint64 crc = FrameInterpreter::computeChecksum(crcTemplate().checksum, frame);
-    frame.append(char(crc & 0xFF));
-    frame.append(char(crc >> 8));
-    return frame;
+    const quint16 crc = quint16(FrameInterpreter::computeChecksum(crcTemplate.checksum, frame));
+    return frame + char(crc & 0xFF) + char(crc >> 8);
 }
 
 FrameTemplate delimited(int maxFrameBytes = 1024)
 {
-    FrameTemplate t;
-    t.name = QStringLiteral("Lines");
-    t.framing = FrameTemplate::Delimited;
-    t.header = QByteArray("$");
-    t.maxFrameBytes = maxFrameBytes;
-    return t;
+    return {.framing = FrameTemplate::Delimited, .header = "$", .maxFrameBytes = maxFrameBytes};
 }
 
-FrameTemplate fixed()
-{
-    FrameTemplate t;
-    t.name = QStringLiteral("Fixed");
-    t.framing = FrameTemplate::HeaderFixed;
-    t.header = hex("A5");
-    t.fixedLength = 4;
-    t.checksum.kind = ChecksumSpec::Xor8;
-    t.checksumStart = 1;
-    return t;
-}
+const FrameTemplate fixed{.framing = FrameTemplate::HeaderFixed,
+                          .header = QByteArray("\xA5"),
+                          .fixedLength = 4,
+                          .checksum = {.kind = ChecksumSpec::Xor8},
+                          .checksumStart = 1};
 
 QString pieceText(const FrameSplitter::Piece &piece)
 {
@@ -129,15 +110,13 @@ void TestFrameSplitter::splits_data()
     const QByteArray b = sensor(hex("0207"));
     const QString okA = "OK " + a.toHex().toUpper();
     const QString okB = "OK " + b.toHex().toUpper();
-    QTest::newRow("frames and noise") << s << QList<QByteArray>{hex("0102") + a, b.first(3),
-                                                                b.sliced(3) + hex("AA")}
-                                      << QStringList{"UNRECOGNIZED 0102", okA, okB,
-                                                     "UNRECOGNIZED AA"};
+    QTest::newRow("frames and noise")
+        << s << QList<QByteArray>{hex("0102") + a, b.first(3), b.sliced(3) + hex("AA")}
+        << QStringList{"UNRECOGNIZED 0102", okA, okB, "UNRECOGNIZED AA"};
     FrameTemplate small = s;
     small.maxFrameBytes = 64;
     QTest::newRow("a length beyond the largest frame costs one byte")
-        << small << QList<QByteArray>{hex("AA55FF") + a}
-        << QStringList{"UNRECOGNIZED AA55FF", okA};
+        << small << QList<QByteArray>{hex("AA55FF") + a} << QStringList{"UNRECOGNIZED AA55FF", okA};
 
     // A frame with a weak checksum whose body holds a header and a frame that checks out
     // is not abandoned for it while half received...
@@ -162,7 +141,8 @@ void TestFrameSplitter::splits_data()
         << QStringList{"UNRECOGNIZED " + cut.toHex().toUpper(), "OK " + inner.toHex().toUpper(),
                        "UNRECOGNIZED 0102", okB};
     QTest::newRow("incomplete at the end")
-        << s << QList<QByteArray>{a.first(6)} << QStringList{"INCOMPLETE " + a.first(6).toHex().toUpper()};
+        << s << QList<QByteArray>{a.first(6)}
+        << QStringList{"INCOMPLETE " + a.first(6).toHex().toUpper()};
     // A failed frame gives way to a good one that starts inside it.
     const QByteArray failing = sensor(hex("01") + inner + hex("02"), 1);
     QTest::newRow("a frame inside a failed one")
@@ -170,11 +150,12 @@ void TestFrameSplitter::splits_data()
         << QStringList{"UNRECOGNIZED " + failing.first(4).toHex().toUpper(),
                        "OK " + inner.toHex().toUpper(),
                        "UNRECOGNIZED " + failing.last(2).toHex().toUpper()};
-    QTest::newRow("checksum error") << s << QList<QByteArray>{sensor(hex("0102"), 1), a}
-                                    << QStringList{"CHECKSUM_ERROR " + sensor(hex("0102"), 1).toHex().toUpper(), okA};
+    QTest::newRow("checksum error")
+        << s << QList<QByteArray>{sensor(hex("0102"), 1), a}
+        << QStringList{"CHECKSUM_ERROR " + sensor(hex("0102"), 1).toHex().toUpper(), okA};
 
     // A 16-bit check is trusted to cut a half-received frame short at once.
-    const FrameTemplate c = crcTemplate();
+    const FrameTemplate c = crcTemplate;
     const QByteArray crcInner = crcFrame(hex("0102"));
     QTest::newRow("CRC-16: an inner frame cuts a half-received one")
         << c << QList<QByteArray>{hex("7E4000") + crcInner}
@@ -183,9 +164,10 @@ void TestFrameSplitter::splits_data()
     trailer.trailer = hex("0D");
     trailer.lengthScope = FrameTemplate::AfterFieldToChecksum;
     QTest::newRow("wrong trailer") << trailer << QList<QByteArray>{hex("7E 0100 01 0000 0A")}
-                                   << QStringList{"MALFORMED 7E0100010000" "0A"};
+                                   << QStringList{"MALFORMED 7E0100010000"
+                                                  "0A"};
 
-    QTest::newRow("fixed length") << fixed() << QList<QByteArray>{hex("00 A5 01 02 03 A5 01 02 00")}
+    QTest::newRow("fixed length") << fixed << QList<QByteArray>{hex("00 A5 01 02 03 A5 01 02 00")}
                                   << QStringList{"UNRECOGNIZED 00", "OK A5010203",
                                                  "CHECKSUM_ERROR A5010200"};
     QTest::newRow("delimiter, noise before the header")
@@ -237,9 +219,10 @@ void TestFrameSplitter::feedingDoesNotMatter_data()
         }
         QTest::newRow(name) << t << all;
     };
-    stream("header and length, SUM8", templates::sensor(), [](const QByteArray &b) { return sensor(b); });
-    stream("header and length, CRC-16", crcTemplate(), crcFrame);
-    stream("fixed length", fixed(), [](const QByteArray &b) {
+    stream("header and length, SUM8", templates::sensor(),
+           [](const QByteArray &b) { return sensor(b); });
+    stream("header and length, CRC-16", crcTemplate, crcFrame);
+    stream("fixed length", fixed, [](const QByteArray &b) {
         QByteArray f = hex("A5") + b.first(2);
         return f + char(quint8(f.at(1)) ^ quint8(f.at(2)));
     });
@@ -278,67 +261,57 @@ void TestFrameSplitter::feedingDoesNotMatter()
 
 void TestFrameSplitter::time()
 {
-    const QDateTime wall(QDate(2026, 5, 1), QTime(12, 0), Qt::UTC);
-    const auto at = [&wall](qint64 ms) { return wall.addMSecs(ms); };
-    const QByteArray a = templates::sensorFrame();
+    // Pieces as "STATUS HEX @ms": the monotonic time of their first byte (the wall time
+    // given with it goes along).
+    const QDateTime wall = QDateTime::fromMSecsSinceEpoch(0, Qt::UTC);
+    const auto run = [&wall](FrameSplitter &splitter, const char *hexBytes, qint64 ms) {
+        QList<FrameSplitter::Piece> pieces =
+            hexBytes ? splitter.ingest(hex(hexBytes), ms, wall.addMSecs(ms)) : splitter.tick(ms);
+        QStringList out;
+        for (const FrameSplitter::Piece &piece : std::as_const(pieces)) {
+            out.append(pieceText(piece) + QStringLiteral(" @%1").arg(piece.elapsedMs));
+            if (piece.time != wall.addMSecs(piece.elapsedMs)) {
+                out.append(QStringLiteral("wall time differs"));
+            }
+        }
+        return out;
+    };
 
-    // Header framing: silence ends a half frame; garbage and frames carry the time of
-    // their first byte.
+    // Header framing: garbage waits for a frame or silence; silence ends a half frame, and
+    // so does a new arrival after it.
     FrameSplitter header(templates::sensor());
     QCOMPARE(header.nextTimeoutMs(0), -1);
-    QVERIFY(header.ingest(hex("01"), 10, at(10)).isEmpty()); // held until a frame or silence
-    QList<FrameSplitter::Piece> out = header.ingest(hex("02") + a + a.first(4), 20, at(20));
-    QCOMPARE(out.size(), 2);
-    QCOMPARE(out.at(0).bytes, hex("0102"));
-    QCOMPARE(out.at(0).time, at(10));
-    QCOMPARE(out.at(1).elapsedMs, 20);
+    QCOMPARE(run(header, "01", 10), QStringList());
+    QCOMPARE(run(header, "02 AA5507010102412000006C AA550701", 20),
+             (QStringList{"UNRECOGNIZED 0102 @10", "OK AA5507010102412000006C @20"}));
     QCOMPARE(header.nextTimeoutMs(50), 70);
-    QVERIFY(header.tick(119).isEmpty());
-    out = header.tick(120);
-    QCOMPARE(out.size(), 1);
-    QCOMPARE(out.at(0).status, FrameStatus::Incomplete);
-    QCOMPARE(out.at(0).time, at(20));
+    QCOMPARE(run(header, nullptr, 119), QStringList());
+    QCOMPARE(run(header, nullptr, 120), QStringList{"INCOMPLETE AA550701 @20"});
     QVERIFY(header.idle());
-    // A new arrival after the silence closes what was held before it.
-    header.ingest(a.first(5), 200, at(200));
-    out = header.ingest(a, 300, at(300));
-    QCOMPARE(out.size(), 2);
-    QCOMPARE(out.at(0).status, FrameStatus::Incomplete);
-    QCOMPARE(out.at(1).status, FrameStatus::Ok);
-    QCOMPARE(out.at(1).time, at(300));
+    run(header, "AA550701", 200);
+    QCOMPARE(run(header, "AA5507010102412000006C", 300),
+             (QStringList{"INCOMPLETE AA550701 @200", "OK AA5507010102412000006C @300"}));
 
     // Delimiter: the frame timeout closes a line without its end.
     FrameSplitter lines(delimited());
-    lines.ingest("$A", 0, at(0));
+    run(lines, "2441", 0);
     QCOMPARE(lines.nextTimeoutMs(0), 100);
-    out = lines.tick(100);
-    QCOMPARE(out.size(), 1);
-    QCOMPARE(out.at(0).status, FrameStatus::Incomplete);
+    QCOMPARE(run(lines, nullptr, 100), QStringList{"INCOMPLETE 2441 @0"});
 
-    // Idle gap: a silence of the gap ends a frame; the frame timeout plays no part.
-    FrameTemplate idleTemplate = templates::sensor();
-    idleTemplate.framing = FrameTemplate::IdleGap;
-    idleTemplate.idleGapMs = 30;
-    idleTemplate.maxFrameBytes = 8;
-    FrameSplitter idle(idleTemplate);
-    QVERIFY(idle.ingest(a.first(3), 0, at(0)).isEmpty());
-    QVERIFY(idle.ingest(a.sliced(3, 4), 20, at(20)).isEmpty());
+    // Idle gap: a silence of the gap ends a frame, the largest frame cuts one short, and
+    // bytes before a header go alone; the frame timeout plays no part.
+    FrameTemplate gap = templates::sensor();
+    gap.framing = FrameTemplate::IdleGap;
+    gap.idleGapMs = 30;
+    gap.maxFrameBytes = 8;
+    FrameSplitter idle(gap);
+    run(idle, "AA5507", 0);
+    run(idle, "01010241", 20);
     QCOMPARE(idle.nextTimeoutMs(25), 25);
-    out = idle.ingest(hex("01"), 60, at(60)); // after a gap: the first frame
-    QCOMPARE(out.size(), 1);
-    QCOMPARE(out.at(0).bytes, a.first(7));
-    QCOMPARE(out.at(0).status, FrameStatus::ChecksumError);
-    QCOMPARE(out.at(0).time, at(0));
-    out = idle.ingest(a, 61, at(61)); // reaches the largest frame: bytes before the header
-    QCOMPARE(out.size(), 2);          // go alone, the rest is cut short
-    QCOMPARE(out.at(0).bytes, hex("01"));
-    QCOMPARE(out.at(0).time, at(60));
-    QCOMPARE(out.at(1).bytes, a.first(7));
-    QCOMPARE(out.at(1).status, FrameStatus::Malformed);
-    QCOMPARE(out.at(1).time, at(61));
-    out = idle.tick(91);
-    QCOMPARE(out.size(), 1);
-    QCOMPARE(out.at(0).bytes, a.sliced(7));
+    QCOMPARE(run(idle, "01", 60), QStringList{"CHECKSUM_ERROR AA550701010241 @0"});
+    QCOMPARE(run(idle, "AA5507010102412000006C", 61),
+             (QStringList{"UNRECOGNIZED 01 @60", "MALFORMED AA550701010241 @61"}));
+    QCOMPARE(run(idle, nullptr, 91), QStringList{"UNRECOGNIZED 2000006C @61"});
 }
 
 void TestFrameSplitter::decoder()
@@ -375,7 +348,7 @@ void TestFrameSplitter::decoder()
     QCOMPARE(decoder.explain(out.frames.at(0)).last().value, QStringLiteral("0x6C OK"));
 
     // A frame with no field to show is summed up by its size.
-    TemplateStreamDecoder bare(crcTemplate());
+    TemplateStreamDecoder bare(crcTemplate);
     DecodeOutput plain;
     bare.ingest(FrameDirection::Rx, QString(), crcFrame(hex("0102")), 0, QDateTime(), plain);
     QCOMPARE(plain.frames.size(), 1);

@@ -19,16 +19,6 @@ QByteArray hex(const char *digits)
     return QByteArray::fromHex(digits);
 }
 
-FieldSpec field(FieldType type, int offset, int length = 0)
-{
-    FieldSpec f;
-    f.name = QStringLiteral("f");
-    f.type = type;
-    f.offset = offset;
-    f.length = length;
-    return f;
-}
-
 } // namespace
 
 class TestFrameTemplate : public QObject
@@ -60,10 +50,10 @@ void TestFrameTemplate::byteOrders_data()
     QTest::newRow("byte swap") << hex("01020304") << Endian::ByteSwap << quint64(0x02010403);
     QTest::newRow("word swap, 8 bytes")
         << hex("0102030405060708") << Endian::WordSwap << quint64(0x0708050603040102);
-    QTest::newRow("word swap, 3 bytes reads big") << hex("010203") << Endian::WordSwap
-                                                  << quint64(0x010203);
-    QTest::newRow("byte swap, 3 bytes reads little") << hex("010203") << Endian::ByteSwap
-                                                     << quint64(0x030201);
+    QTest::newRow("word swap, 3 bytes reads big")
+        << hex("010203") << Endian::WordSwap << quint64(0x010203);
+    QTest::newRow("byte swap, 3 bytes reads little")
+        << hex("010203") << Endian::ByteSwap << quint64(0x030201);
 }
 
 void TestFrameTemplate::byteOrders()
@@ -81,64 +71,42 @@ void TestFrameTemplate::fieldValues_data()
     QTest::addColumn<bool>("bad");
     QTest::addColumn<QString>("text");
 
-    const auto row = [](const char *name, FieldSpec f, const char *frame, const QString &text,
-                        bool bad = false) {
+    using T = FieldType;
+    const auto row = [](const char *name, const FieldSpec &f, const char *frame,
+                        const QString &text, bool bad = false) {
         QTest::newRow(name) << f << hex(frame) << true << bad << text;
     };
-    row("U16", field(FieldType::U16, 1), "00 01 02", "258");
-    FieldSpec little = field(FieldType::U16, 0);
-    little.endian = Endian::Little;
-    row("U16 little", little, "01 02", "513");
-    row("I16 negative", field(FieldType::I16, 0), "FF FE", "-2");
-    row("U64 all ones", field(FieldType::U64, 0), "FFFFFFFFFFFFFFFF", "18446744073709551615");
-    FieldSpec scaled = field(FieldType::I8, 0);
-    scaled.scale = 0.5;
-    scaled.addend = 1;
-    scaled.decimals = 2;
-    scaled.unit = QStringLiteral("V");
-    row("I8 scaled, two decimals, unit", scaled, "F6", "-4.00 V");
-    FieldSpec tenth = field(FieldType::U16, 0);
-    tenth.scale = 0.1;
-    row("U16 scaled, automatic decimals", tenth, "007B", "12.3");
-    FieldSpec onOff = field(FieldType::U8, 0);
-    onOff.labels = QStringLiteral(" 0 = Off ;; 1=On ");
+    row("U16", {.offset = 1, .type = T::U16}, "00 01 02", "258");
+    row("I16 negative", {.type = T::I16}, "FF FE", "-2");
+    row("I8 scaled, two decimals, unit",
+        {.type = T::I8, .scale = 0.5, .addend = 1, .decimals = 2, .unit = "V"}, "F6", "-4.00 V");
+    row("U16 scaled, automatic decimals", {.type = T::U16, .scale = 0.1}, "007B", "12.3");
+    const FieldSpec onOff{.labels = " 0 = Off ;; 1=On "};
     row("label", onOff, "01", "On");
     row("no label for the value shows it", onOff, "02", "2");
-    FieldSpec absent = field(FieldType::I16, 0);
-    absent.labels = QStringLiteral("-1=minus one;0xFFFE=absent");
+    const FieldSpec absent{.type = T::I16, .labels = "-1=minus one;0xFFFE=absent"};
     row("a hex label names the raw bits", absent, "FFFE", "absent");
     row("a decimal label the signed value", absent, "FFFF", "minus one");
-    row("F32", field(FieldType::F32, 0), "41200000", "10");
-    FieldSpec floatLittle = field(FieldType::F32, 0);
-    floatLittle.endian = Endian::Little;
-    floatLittle.decimals = 1;
-    row("F32 little, one decimal", floatLittle, "00002041", "10.0");
-    row("F64", field(FieldType::F64, 0), "400921FB54442D18", "3.14159265358979");
-    row("Hex of a length", field(FieldType::Hex, 1, 2), "00 AB CD 00", "AB CD");
+    row("F32", {.type = T::F32}, "41200000", "10");
+    row("F32 little, one decimal", {.type = T::F32, .endian = Endian::Little, .decimals = 1},
+        "00002041", "10.0");
+    row("F64", {.type = T::F64}, "400921FB54442D18", "3.14159265358979");
+    row("Hex of a length", {.offset = 1, .type = T::Hex, .length = 2}, "00 AB CD 00", "AB CD");
     // The template's trailer is 0D: "up to the checksum" stops before it.
-    row("Hex up to the checksum", field(FieldType::Hex, 1), "00 AB CD 0D", "AB CD");
-    row("ASCII, 127 as a box", field(FieldType::Ascii, 0, 3), "417F42",
-        QStringLiteral("A\u25A1B"));
-    FieldSpec bits = field(FieldType::Bits, 0, 1);
-    bits.bitStart = 5;
-    bits.bitCount = 3;
-    row("Bits 5..7", bits, "E0", "7");
-    FieldSpec wordBits = field(FieldType::Bits, 0, 2);
-    wordBits.endian = Endian::Little;
-    wordBits.bitStart = 8;
-    wordBits.bitCount = 4;
-    row("Bits of a little-endian word", wordBits, "1A 0A", "10");
-    FieldSpec when = field(FieldType::U8, 1);
-    when.whenOffset = 0;
-    when.whenValue = 0x01;
+    row("Hex up to the checksum", {.offset = 1, .type = T::Hex}, "00 AB CD 0D", "AB CD");
+    row("ASCII, 127 as a box", {.type = T::Ascii, .length = 3}, "417F42", "A\u25A1B");
+    row("Bits 5..7", {.type = T::Bits, .length = 1, .bitStart = 5, .bitCount = 3}, "E0", "7");
+    row("Bits of a little-endian word",
+        {.type = T::Bits, .length = 2, .bitStart = 8, .bitCount = 4, .endian = Endian::Little},
+        "1A 0A", "10");
+    FieldSpec when{.offset = 1, .whenOffset = 0, .whenValue = 0x01};
     row("when the byte matches", when, "01 05", "5");
     QTest::newRow("when the byte differs") << when << hex("02 05") << false << false << QString();
     when.whenOffset = 10;
     QTest::newRow("when beyond the frame") << when << hex("01 05") << false << false << QString();
-    row("reaching beyond the frame", field(FieldType::U32, 2), "00 01 02 03", QStringLiteral("—"),
+    row("reaching beyond the frame", {.offset = 2, .type = T::U32}, "00 01 02 03", "—", true);
+    row("Hex to the checksum, nothing there", {.offset = 3, .type = T::Hex}, "00 01 02 0D", "—",
         true);
-    row("Hex to the checksum, nothing there", field(FieldType::Hex, 3), "00 01 02 0D",
-        QStringLiteral("—"), true);
 }
 
 void TestFrameTemplate::fieldValues()
@@ -150,6 +118,7 @@ void TestFrameTemplate::fieldValues()
     QFETCH(QString, text);
     FrameTemplate t;
     t.trailer = hex("0D");
+    spec.name = "f";
     t.fields = {spec};
     const QList<DecodedField> rows = FrameInterpreter::explain(t, frame);
     // The trailer row always follows.
@@ -169,33 +138,28 @@ void TestFrameTemplate::frameLength_data()
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<qint64>("length");
 
-    FrameTemplate sum8;
-    sum8.header = hex("AA55");
-    sum8.checksum.kind = ChecksumSpec::Sum8;
-    QTest::newRow("to the checksum: 2 + 1 + 3 + 1") << sum8 << hex("AA5503") << qint64(7);
-    QTest::newRow("length field not here yet") << sum8 << hex("AA55") << qint64(0);
-    sum8.maxFrameBytes = 16;
-    QTest::newRow("above the largest frame") << sum8 << hex("AA5510") << qint64(-1);
-    FrameTemplate whole = sum8;
-    whole.lengthScope = FrameTemplate::WholeFrame;
+    const ChecksumSpec sum8{.kind = ChecksumSpec::Sum8};
+    const FrameTemplate scope2{.header = hex("AA55"), .checksum = sum8, .maxFrameBytes = 16};
+    QTest::newRow("to the checksum: 2 + 1 + 3 + 1") << scope2 << hex("AA5503") << qint64(7);
+    QTest::newRow("length field not here yet") << scope2 << hex("AA55") << qint64(0);
+    QTest::newRow("above the largest frame") << scope2 << hex("AA5510") << qint64(-1);
+    const FrameTemplate whole{
+        .header = hex("AA55"), .lengthScope = FrameTemplate::WholeFrame, .checksum = sum8};
     QTest::newRow("whole frame") << whole << hex("AA5509") << qint64(9);
     QTest::newRow("below the smallest frame") << whole << hex("AA5503") << qint64(-1);
-    FrameTemplate after;
-    after.header = hex("7E");
-    after.lengthOffset = 1;
-    after.lengthWidth = 2;
-    after.lengthEndian = Endian::Little;
-    after.lengthScope = FrameTemplate::AfterField;
-    after.lengthAdjust = -1;
-    after.trailer = hex("0D0A");
+    const FrameTemplate after{.header = hex("7E"),
+                              .lengthOffset = 1,
+                              .lengthWidth = 2,
+                              .lengthEndian = Endian::Little,
+                              .lengthScope = FrameTemplate::AfterField,
+                              .lengthAdjust = -1,
+                              .trailer = hex("0D0A")};
     QTest::newRow("after the field, little, adjusted") << after << hex("7E0500") << qint64(7);
-    FrameTemplate fixed;
-    fixed.framing = FrameTemplate::HeaderFixed;
-    fixed.header = hex("AA");
-    QTest::newRow("fixed") << fixed << hex("AA") << qint64(8);
-    FrameTemplate delimited;
-    delimited.framing = FrameTemplate::Delimited;
-    QTest::newRow("a delimiter never tells") << delimited << hex("AA5503") << qint64(-1);
+    QTest::newRow("fixed") << FrameTemplate{.framing = FrameTemplate::HeaderFixed,
+                                            .header = hex("AA")}
+                           << hex("AA") << qint64(8);
+    QTest::newRow("a delimiter never tells")
+        << FrameTemplate{.framing = FrameTemplate::Delimited} << hex("AA5503") << qint64(-1);
 }
 
 void TestFrameTemplate::frameLength()
@@ -228,37 +192,39 @@ void TestFrameTemplate::checks_data()
         << late << templates::sensorFrame() << FrameStatus::Malformed << values
         << QStringList{QStringLiteral("Checksum=—")};
 
-    // CRC-16/MODBUS, low byte first, and a trailer.
-    FrameTemplate crc;
-    crc.header = hex("7E");
-    crc.lengthOffset = 1;
-    crc.checksum.kind = ChecksumSpec::Crc;
-    crc.checksumStart = 2;
-    crc.trailer = hex("0D0A");
-    crc.fields = {field(FieldType::Ascii, 2, 9)};
+    // CRC-16/MODBUS, low byte first, and a trailer; a custom CRC (CCITT-FALSE) stored big
+    // before a delimiter; the two sums.
+    const ChecksumSpec modbus{.kind = ChecksumSpec::Crc};
+    const FrameTemplate crc{
+        .header = hex("7E"),
+        .lengthOffset = 1,
+        .trailer = hex("0D0A"),
+        .checksum = modbus,
+        .checksumStart = 2,
+        .fields = {{.name = "f", .offset = 2, .type = FieldType::Ascii, .length = 9}}};
+    const QByteArray digits = "\x7E\x09"
+                              "123456789";
     QTest::newRow("CRC-16/MODBUS and a trailer")
-        << crc << QByteArray("\x7E\x09" "123456789" "\x37\x4B\r\n", 15) << FrameStatus::Ok
-        << "f=123456789" << QStringList{"Checksum=0x4B37 OK", "Trailer=0D 0A"};
+        << crc << digits + "\x37\x4B\r\n"
+        << FrameStatus::Ok << "f=123456789" << QStringList{"Checksum=0x4B37 OK", "Trailer=0D 0A"};
     QTest::newRow("wrong trailer")
-        << crc << QByteArray("\x7E\x09" "123456789" "\x37\x4B\r\r", 15)
-        << FrameStatus::Malformed << "f=123456789"
+        << crc << digits + "\x37\x4B\r\r" << FrameStatus::Malformed << "f=123456789"
         << QStringList{"Checksum=0x4B37 OK", "Trailer=0D 0D (expected 0D 0A)"};
-    FrameTemplate custom = crc;
-    custom.checksum.crc = ChecksumSpec::CustomCrc; // CRC-16/CCITT-FALSE, stored big
-    custom.checksumOrder = Endian::Big;
-    custom.framing = FrameTemplate::Delimited;
-    custom.delimiter = hex("0D0A");
-    custom.fields.clear();
+    const FrameTemplate custom{
+        .framing = FrameTemplate::Delimited,
+        .delimiter = hex("0D0A"),
+        .checksum = {.kind = ChecksumSpec::Crc, .crc = ChecksumSpec::CustomCrc},
+        .checksumStart = 2,
+        .checksumOrder = Endian::Big};
     QTest::newRow("custom CRC, delimiter")
-        << custom << QByteArray("\x7E\x09" "123456789" "\x29\xB1\r\n", 15) << FrameStatus::Ok
-        << QString() << QStringList{"Checksum=0x29B1 OK", "Delimiter=0D 0A"};
-    FrameTemplate sums;
-    sums.checksum.kind = ChecksumSpec::Sum16;
-    sums.checksumOrder = Endian::Big;
-    QTest::newRow("SUM16") << sums << hex("FF FF 01 FE") << FrameStatus::Ok << QString()
+        << custom << digits + "\x29\xB1\r\n"
+        << FrameStatus::Ok << QString() << QStringList{"Checksum=0x29B1 OK", "Delimiter=0D 0A"};
+    QTest::newRow("SUM16") << FrameTemplate{.checksum = {.kind = ChecksumSpec::Sum16},
+                                            .checksumOrder = Endian::Big}
+                           << hex("FF FF 01 FE") << FrameStatus::Ok << QString()
                            << QStringList{"Checksum=0x01FE OK"};
-    sums.checksum.kind = ChecksumSpec::Xor8;
-    QTest::newRow("XOR8") << sums << hex("F0 0F FF") << FrameStatus::Ok << QString()
+    QTest::newRow("XOR8") << FrameTemplate{.checksum = {.kind = ChecksumSpec::Xor8}}
+                          << hex("F0 0F FF") << FrameStatus::Ok << QString()
                           << QStringList{"Checksum=0xFF OK"};
 }
 
@@ -282,71 +248,53 @@ void TestFrameTemplate::validate_data()
     QTest::addColumn<FrameTemplate>("t");
     QTest::addColumn<QString>("error");
 
-    const FrameTemplate good = templates::sensor();
-    QTest::newRow("valid") << good << QString();
-    const auto bad = [&good](const char *error, const std::function<void(FrameTemplate &)> &edit) {
-        FrameTemplate t = good;
+    QTest::newRow("valid") << templates::sensor() << QString();
+    using T = FrameTemplate;
+    const auto bad = [](const char *error, const std::function<void(T &)> &edit) {
+        T t = templates::sensor();
         edit(t);
         QTest::newRow(error) << t << QString::fromUtf8(error);
     };
-    bad("The template needs a name.", [](FrameTemplate &t) { t.name = QStringLiteral("  "); });
-    bad("Header framing needs at least one header byte.", [](FrameTemplate &t) {
-        t.framing = FrameTemplate::HeaderFixed;
-        t.header.clear();
-    });
-    bad("The header can be at most 16 bytes.", [](FrameTemplate &t) { t.header.fill('A', 17); });
-    bad("The trailer can be at most 16 bytes.", [](FrameTemplate &t) { t.trailer.fill('A', 17); });
+    bad("The template needs a name.", [](T &t) { t.name = "  "; });
+    bad("Header framing needs at least one header byte.",
+        [](T &t) { t.framing = T::HeaderFixed, t.header.clear(); });
+    bad("The header can be at most 16 bytes.", [](T &t) { t.header.fill('A', 17); });
+    bad("The trailer can be at most 16 bytes.", [](T &t) { t.trailer.fill('A', 17); });
     bad("The maximum frame size must be between 4 and 4096 bytes.",
-        [](FrameTemplate &t) { t.maxFrameBytes = 3; });
+        [](T &t) { t.maxFrameBytes = 3; });
     bad("The frame timeout must be between 5 and 10000 ms.",
-        [](FrameTemplate &t) { t.frameTimeoutMs = 10001; });
-    bad("Delimiter framing needs a delimiter.", [](FrameTemplate &t) {
-        t.framing = FrameTemplate::Delimited;
-        t.delimiter.clear();
-    });
-    bad("The idle gap must be between 1 and 60000 ms.", [](FrameTemplate &t) {
-        t.framing = FrameTemplate::IdleGap;
-        t.idleGapMs = 0;
-    });
-    bad("The length field must be 1, 2 or 4 bytes wide.", [](FrameTemplate &t) { t.lengthWidth = 3; });
+        [](T &t) { t.frameTimeoutMs = 10001; });
+    bad("Delimiter framing needs a delimiter.",
+        [](T &t) { t.framing = T::Delimited, t.delimiter = {}; });
+    bad("The delimiter can be at most 16 bytes.",
+        [](T &t) { t.framing = T::Delimited, t.delimiter.fill('A', 17); });
+    bad("The idle gap must be between 1 and 60000 ms.",
+        [](T &t) { t.framing = T::IdleGap, t.idleGapMs = 0; });
+    bad("The length field must be 1, 2 or 4 bytes wide.", [](T &t) { t.lengthWidth = 3; });
     bad("The length field lies beyond the maximum frame size.",
-        [](FrameTemplate &t) { t.lengthOffset = 1024; });
-    bad("The length adjustment must be between -64 and 64.",
-        [](FrameTemplate &t) { t.lengthAdjust = -65; });
+        [](T &t) { t.lengthOffset = 1024; });
+    bad("The length adjustment must be between -64 and 64.", [](T &t) { t.lengthAdjust = -65; });
     bad("The fixed length is shorter than the header, checksum and trailer together.",
-        [](FrameTemplate &t) {
-            t.framing = FrameTemplate::HeaderFixed;
-            t.fixedLength = 2; // header 2 + SUM8 1
-        });
-    bad("The fixed length exceeds the maximum frame size.", [](FrameTemplate &t) {
-        t.framing = FrameTemplate::HeaderFixed;
-        t.fixedLength = 1025;
+        [](T &t) { t.framing = T::HeaderFixed, t.fixedLength = 2; }); // header 2 + SUM8 1
+    bad("The fixed length exceeds the maximum frame size.",
+        [](T &t) { t.framing = T::HeaderFixed, t.fixedLength = 1025; });
+    bad("The checksum cannot start before the frame.", [](T &t) { t.checksumStart = -1; });
+    bad("A custom CRC must be 1 to 64 bits wide.", [](T &t) {
+        t.checksum = {ChecksumSpec::Crc, ChecksumSpec::CustomCrc, 65};
     });
-    bad("The checksum cannot start before the frame.", [](FrameTemplate &t) { t.checksumStart = -1; });
-    bad("A custom CRC must be 1 to 64 bits wide.", [](FrameTemplate &t) {
-        t.checksum.kind = ChecksumSpec::Crc;
-        t.checksum.crc = ChecksumSpec::CustomCrc;
-        t.checksum.width = 65;
-    });
-    bad("A template can have at most 128 fields.", [](FrameTemplate &t) { t.fields.resize(129); });
-    bad("Field \"(unnamed)\" starts outside the frame.", [](FrameTemplate &t) {
-        t.fields[0].name.clear();
-        t.fields[0].offset = 1024;
-    });
-    bad("Field \"cmd\" has a negative length.", [](FrameTemplate &t) {
-        t.fields[0].type = FieldType::Hex;
-        t.fields[0].length = -1;
-    });
+    bad("A template can have at most 128 fields.", [](T &t) { t.fields.resize(129); });
+    bad("Field \"(unnamed)\" starts outside the frame.",
+        [](T &t) { t.fields[0].name.clear(), t.fields[0].offset = 1024; });
+    bad("Field \"cmd\" has a negative length.",
+        [](T &t) { t.fields[0].type = FieldType::Hex, t.fields[0].length = -1; });
     bad("Bit field \"cmd\" needs a 1, 2 or 4 byte container.",
-        [](FrameTemplate &t) { t.fields[0].type = FieldType::Bits; });
-    bad("Bit field \"cmd\" does not fit its container.", [](FrameTemplate &t) {
-        t.fields[0].type = FieldType::Bits;
-        t.fields[0].length = 1;
-        t.fields[0].bitStart = 6;
-        t.fields[0].bitCount = 3;
+        [](T &t) { t.fields[0].type = FieldType::Bits; });
+    bad("Bit field \"cmd\" does not fit its container.", [](T &t) {
+        t.fields[0] = {
+            .name = "cmd", .type = FieldType::Bits, .length = 1, .bitStart = 6, .bitCount = 3};
     });
-    bad("Field \"cmd\" has an invalid condition.", [](FrameTemplate &t) { t.fields[0].whenOffset = -2; });
-    bad("Field \"cmd\" can show 0 to 15 decimals.", [](FrameTemplate &t) { t.fields[0].decimals = 16; });
+    bad("Field \"cmd\" has an invalid condition.", [](T &t) { t.fields[0].whenOffset = -2; });
+    bad("Field \"cmd\" can show 0 to 15 decimals.", [](T &t) { t.fields[0].decimals = 16; });
 }
 
 void TestFrameTemplate::validate()
@@ -366,151 +314,121 @@ void TestFrameTemplate::codec()
 
     // Every value away from its default survives a file, and a shorter list leaves nothing
     // of a longer one behind.
-    FrameTemplate full = templates::sensor();
-    full.name = QStringLiteral("Full, with a comma");
-    full.framing = FrameTemplate::Delimited;
-    full.lengthOffset = 3;
-    full.lengthWidth = 2;
-    full.lengthEndian = Endian::ByteSwap;
-    full.lengthScope = FrameTemplate::WholeFrame;
-    full.lengthAdjust = -3;
-    full.fixedLength = 12;
-    full.delimiter = hex("0A");
-    full.idleGapMs = 7;
-    full.trailer = hex("EE FF");
-    full.checksum = {ChecksumSpec::Crc, ChecksumSpec::CustomCrc, 64, ~quint64(0) - 1, 1, 2,
-                     true, true};
-    full.checksumStart = 1;
-    full.checksumOrder = Endian::WordSwap;
-    full.maxFrameBytes = 4096;
-    full.frameTimeoutMs = 5;
-    FieldSpec every;
-    every = {QStringLiteral("t, °C"), 9, FieldType::Bits, 4, 3, 5, Endian::Little, -0.25, 1e-3,
-             15, QStringLiteral("°C"), QStringLiteral("0x0=off; 1=on"), 4, 0xA5};
-    full.fields.append(every);
+    const FrameTemplate full{.name = "Full, with a comma",
+                             .framing = FrameTemplate::Delimited,
+                             .header = hex("AA"),
+                             .lengthOffset = 3,
+                             .lengthWidth = 2,
+                             .lengthEndian = Endian::ByteSwap,
+                             .lengthScope = FrameTemplate::WholeFrame,
+                             .lengthAdjust = -3,
+                             .fixedLength = 12,
+                             .delimiter = hex("0A"),
+                             .idleGapMs = 7,
+                             .trailer = hex("EE FF"),
+                             .checksum = {ChecksumSpec::Crc, ChecksumSpec::CustomCrc, 64,
+                                          ~quint64(0) - 1, 1, 2, true, true},
+                             .checksumStart = 1,
+                             .checksumOrder = Endian::WordSwap,
+                             .maxFrameBytes = 4096,
+                             .frameTimeoutMs = 5,
+                             .fields = {{"t, °C", 9, FieldType::Bits, 4, 3, 5, Endian::Little,
+                                         -0.25, 1e-3, 15, "°C", "0x0=off; 1=on", 4, 0xA5}}};
     FrameTemplate crc32 = templates::sensor();
-    crc32.checksum.kind = ChecksumSpec::Crc;
-    crc32.checksum.crc = 7;
+    crc32.checksum = {.kind = ChecksumSpec::Crc, .crc = 7};
+    const DecoderChoice choice{DecoderChoice::Template, "Sensor", true};
     {
         QSettings file(path, QSettings::IniFormat);
         FrameTemplateCodec::save(file, prefix, {full, crc32, FrameTemplate()});
         FrameTemplateCodec::save(file, prefix, {full, crc32});
-        FrameTemplateCodec::saveChoice(file, QStringLiteral("0/Decode"),
-                                       {DecoderChoice::Template, QStringLiteral("Sensor"), true});
+        FrameTemplateCodec::saveChoice(file, "0/Decode", choice);
     }
     {
         QSettings file(path, QSettings::IniFormat);
         QVERIFY(FrameTemplateCodec::contains(file, prefix));
-        QVERIFY(!FrameTemplateCodec::contains(file, QStringLiteral("Other/")));
         QCOMPARE(FrameTemplateCodec::load(file, prefix), (QList<FrameTemplate>{full, crc32}));
-        QVERIFY(!file.contains(prefix + QStringLiteral("FrameTemplates/2/Name")));
-        QCOMPARE(file.value(prefix + QStringLiteral("FrameTemplates/1/ChecksumCrc")).toString(),
-                 QStringLiteral("CRC-32"));
-        const DecoderChoice choice = FrameTemplateCodec::loadChoice(file, QStringLiteral("0/Decode"));
-        QCOMPARE(choice, (DecoderChoice{DecoderChoice::Template, QStringLiteral("Sensor"), true}));
+        QVERIFY(!file.contains(prefix + "FrameTemplates/2/Name"));
+        QCOMPARE(file.value(prefix + "FrameTemplates/1/ChecksumCrc").toString(), "CRC-32");
+        QCOMPARE(FrameTemplateCodec::loadChoice(file, "0/Decode"), choice);
+        QCOMPARE(FrameTemplateCodec::loadChoice(file, "1/Decode"), DecoderChoice{});
         // A choice of a template that is gone falls back to none.
         QCOMPARE(FrameTemplateCodec::withKnownTemplate(choice, {crc32}), choice);
         QCOMPARE(FrameTemplateCodec::withKnownTemplate(choice, {full}),
                  (DecoderChoice{DecoderChoice::None, QString(), true}));
-        QCOMPARE(FrameTemplateCodec::loadChoice(file, QStringLiteral("1/Decode")), DecoderChoice{});
-    }
 
-    // A hand-edited file: numbers clamped, unknown names and words give defaults, the rest
-    // kept even where validate() then refuses it.
-    {
-        QSettings file(path, QSettings::IniFormat);
-        const QString g = prefix + QStringLiteral("FrameTemplates/0/");
+        // A hand-edited file: numbers clamped, unknown names and words give defaults, the
+        // rest kept even where validate() then refuses it.
+        const QString g = prefix + "FrameTemplates/0/";
         file.setValue(g + "Fields/0/Decimals", 20);
+        file.setValue(g + "Fields/0/Scale", "nan");
         file.setValue(g + "LengthWidth", 3);
         file.setValue(g + "MaxFrameBytes", 1);
-        file.setValue(g + "ChecksumCrc", QStringLiteral("CRC-99/NOPE"));
-        file.setValue(g + "Checksum", 9);
-        file.setValue(g + "Framing", QStringLiteral("lots"));
-        file.setValue(g + "Header", QStringLiteral("zz"));
-        file.setValue(g + "Fields/0/Scale", QStringLiteral("nan"));
-        file.setValue(prefix + QStringLiteral("FrameTemplates/Count"), 999);
+        file.setValue(g + "ChecksumCrc", "CRC-99/NOPE");
+        file.setValue(g + "Framing", "lots");
+        file.setValue(g + "Header", "zz");
+        file.setValue(prefix + "FrameTemplates/Count", 999);
     }
     QSettings file(path, QSettings::IniFormat);
     const QList<FrameTemplate> loaded = FrameTemplateCodec::load(file, prefix);
     QCOMPARE(loaded.size(), 256);
-    const FrameTemplate &edited = loaded.at(0);
-    QCOMPARE(edited.fields.first().decimals, 15);
-    QCOMPARE(edited.fields.first().scale, 1.0);
-    QCOMPARE(edited.lengthWidth, 3);
-    QCOMPARE(edited.maxFrameBytes, 4);
-    QCOMPARE(edited.checksum.crc, 5);
-    QCOMPARE(edited.checksum.kind, ChecksumSpec::Crc);
-    QCOMPARE(edited.framing, FrameTemplate::HeaderLength);
-    QVERIFY(edited.header.isEmpty());
-    QCOMPARE(loaded.at(2), FrameTemplate()); // entries the file lacks read as defaults
+    FrameTemplate edited = full;
+    edited.fields[0].decimals = 15;
+    edited.fields[0].scale = 1.0;
+    edited.lengthWidth = 3;
+    edited.maxFrameBytes = 4;
+    edited.checksum.crc = 5;
+    edited.framing = FrameTemplate::HeaderLength;
+    edited.header.clear();
+    QCOMPARE(loaded.first(), edited);
+    QCOMPARE(loaded.last(), FrameTemplate()); // entries the file lacks read as defaults
     QString why;
-    FrameTemplate widthThree = templates::sensor();
-    widthThree.lengthWidth = edited.lengthWidth;
-    QVERIFY(!widthThree.validate(&why));
+    edited.header = hex("AA");
+    QVERIFY(!edited.validate(&why));
     QCOMPARE(why, QStringLiteral("The length field must be 1, 2 or 4 bytes wide."));
 
-    // What the command line uses: a template of a project by name.
+    // What the command line uses: a template of a project by name, ready to decode.
     FrameTemplate found;
-    QVERIFY(FrameTemplateCodec::loadFromProject(path, QStringLiteral(" Sensor "), &found, &why));
+    QVERIFY(FrameTemplateCodec::loadFromProject(path, " Sensor ", &found, &why));
     QCOMPARE(found, crc32);
-    QVERIFY(why.isEmpty());
-    QVERIFY(!FrameTemplateCodec::loadFromProject(path, QStringLiteral("Nope"), &found, &why));
-    QVERIFY2(why.startsWith(QStringLiteral("There is no frame template called \"Nope\" in ")) &&
-                 why.contains(QStringLiteral(". Its frame templates: \"Full, with a comma\", "
-                                             "\"Sensor\", \"\", ")),
+    QVERIFY(!FrameTemplateCodec::loadFromProject(path, "Nope", &found, &why));
+    QVERIFY2(why.startsWith("There is no frame template called \"Nope\" in ") &&
+                 why.contains(". Its frame templates: \"Full, with a comma\", \"Sensor\", "),
              qPrintable(why));
-    QVERIFY(!FrameTemplateCodec::loadFromProject(path, QStringLiteral("Full, with a comma"), &found,
-                                                 &why));
+    QVERIFY(!FrameTemplateCodec::loadFromProject(path, "Full, with a comma", &found, &why));
     QCOMPARE(why, QStringLiteral("The frame template \"Full, with a comma\" cannot decode: "
                                  "Header framing needs at least one header byte."));
-    QVERIFY(!FrameTemplateCodec::loadFromProject(dir.filePath(QStringLiteral("none.vlm")),
-                                                 QStringLiteral("Sensor"), &found, &why));
+    QVERIFY(!FrameTemplateCodec::loadFromProject(dir.filePath("none.vlm"), "Sensor", &found, &why));
     QVERIFY(why.startsWith(QStringLiteral("The project file ")));
 }
 
 void TestFrameTemplate::textForms()
 {
+    // Text as typed, and as the editor writes it back ("no" where it is refused).
     QByteArray bytes;
-    QString error;
-    QVERIFY(FrameTemplateText::parseHex(QStringLiteral(" 0xAA,55;0a:0B-0c\t"), &bytes, &error));
-    QCOMPARE(bytes, hex("AA550A0B0C"));
-    QCOMPARE(FrameTemplateText::formatHex(bytes), QStringLiteral("AA 55 0A 0B 0C"));
-    QVERIFY(!FrameTemplateText::parseHex(QStringLiteral("AG"), &bytes, &error));
-    QCOMPARE(error, QStringLiteral("Only hex digits (0-9, A-F) are allowed."));
-    QVERIFY(!FrameTemplateText::parseHex(QStringLiteral("AA 5"), &bytes, &error));
-    QCOMPARE(error, QStringLiteral("Hex bytes need two digits each."));
-
-    int offset = 0;
-    int value = 0;
-    QVERIFY(FrameTemplateText::parseWhen(QStringLiteral(" 3 = 0x1 "), &offset, &value));
-    QCOMPARE(FrameTemplateText::formatWhen(offset, value), QStringLiteral("3=01"));
-    QVERIFY(FrameTemplateText::parseWhen(QString(), &offset, &value));
-    QCOMPARE(offset, -1);
-    QCOMPARE(FrameTemplateText::formatWhen(offset, value), QString());
-    for (const char *wrong : {"3", "3=100", "4097=01", "-1=01", "x=01"}) {
-        QVERIFY2(!FrameTemplateText::parseWhen(QString::fromLatin1(wrong), &offset, &value), wrong);
-    }
-
-    int start = 0;
-    int count = 0;
-    QVERIFY(FrameTemplateText::parseBits(QStringLiteral(" 5 .. 7 "), &start, &count));
-    QCOMPARE(FrameTemplateText::formatBits(start, count), QStringLiteral("5..7"));
-    QVERIFY(FrameTemplateText::parseBits(QStringLiteral("63"), &start, &count));
-    QCOMPARE(FrameTemplateText::formatBits(start, count), QStringLiteral("63"));
-    for (const char *wrong : {"64", "7..5", "5..", "a..b", ""}) {
-        QVERIFY2(!FrameTemplateText::parseBits(QString::fromLatin1(wrong), &start, &count), wrong);
-    }
-
-    const QStringList taken = {QStringLiteral("Template"), QStringLiteral(" Meter "),
-                               QStringLiteral("Meter (2)")};
-    QCOMPARE(FrameTemplateText::uniqueName(QStringLiteral("  "), taken),
-             QStringLiteral("Template (2)"));
-    QCOMPARE(FrameTemplateText::uniqueName(QStringLiteral("Meter (2)"), taken),
-             QStringLiteral("Meter (3)"));
-    QCOMPARE(FrameTemplateText::uniqueName(QStringLiteral(" Pump "), taken), QStringLiteral("Pump"));
-    QCOMPARE(FrameTemplateText::fieldTypes().size(), 13);
-    QCOMPARE(FrameTemplateText::typeName(FrameTemplateText::fieldTypes().last()),
-             QStringLiteral("Bits"));
+    QVERIFY(FrameTemplateText::parseHex(" 0xAA,55;0a:0B-0c\t", &bytes, nullptr));
+    QCOMPARE(FrameTemplateText::formatHex(bytes), "AA 55 0A 0B 0C");
+    const auto when = [](const char *text) {
+        int offset = 0;
+        int value = 0;
+        return FrameTemplateText::parseWhen(text, &offset, &value)
+                   ? FrameTemplateText::formatWhen(offset, value)
+                   : QStringLiteral("no");
+    };
+    QCOMPARE((QStringList{when(" 3 = 0x1 "), when(""), when("3"), when("3=100"), when("4097=01"),
+                          when("-1=01")}),
+             (QStringList{"3=01", "", "no", "no", "no", "no"}));
+    const auto bits = [](const char *text) {
+        int start = 0;
+        int count = 0;
+        return FrameTemplateText::parseBits(text, &start, &count)
+                   ? FrameTemplateText::formatBits(start, count)
+                   : QStringLiteral("no");
+    };
+    QCOMPARE((QStringList{bits(" 5 .. 7 "), bits("63"), bits("64"), bits("7..5"), bits("5..")}),
+             (QStringList{"5..7", "63", "no", "no", "no"}));
+    const QStringList taken = {"Template", " Meter ", "Meter (2)"};
+    QCOMPARE(FrameTemplateText::uniqueName("Meter (2)", taken), "Meter (3)");
+    QCOMPARE(FrameTemplateText::uniqueName(" Pump ", taken), "Pump");
 }
 
 QTEST_APPLESS_MAIN(TestFrameTemplate)
