@@ -4,6 +4,7 @@
 #include "tools/crccatalog.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstring>
 
 namespace {
@@ -26,6 +27,77 @@ quint64 widthMask(int bits)
 }
 
 } // namespace
+
+void FrameInterpreter::appendGeneral(QString &text, double value, int precision, bool exactFloat)
+{
+    // The shortest text that reads back as the value is its rounding to `precision`
+    // significant digits whenever it has no more digits than that and decimals of that many
+    // digits lie further apart than the value's own precision (always so up to 15 digits
+    // for a double; checked for a float). Then only the layout of "%g" remains: exponent
+    // form below 1e-4 and from 10^precision, at least two exponent digits, no trailing
+    // zeros. Anything else (zero, subnormals, infinities, NaN, long digits) goes to Qt.
+    const bool normal = exactFloat ? std::isnormal(float(value)) : std::isnormal(value);
+    char buffer[48];
+    char digits[24];
+    int count = 0;
+    int exponent = 0;
+    bool negative = false;
+    bool fast = normal && precision >= 1 && precision <= 15;
+    if (fast) {
+        const std::to_chars_result r =
+            exactFloat ? std::to_chars(buffer, buffer + sizeof buffer, float(value),
+                                       std::chars_format::scientific)
+                       : std::to_chars(buffer, buffer + sizeof buffer, value,
+                                       std::chars_format::scientific);
+        const char *p = buffer;
+        negative = *p == '-';
+        p += negative ? 1 : 0;
+        for (; p < r.ptr && *p != 'e' && count < int(sizeof digits); ++p) {
+            if (*p != '.') {
+                digits[count++] = *p;
+            }
+        }
+        const char *e = p + 1 < r.ptr && p[1] == '+' ? p + 2 : p + 1;
+        fast = p < r.ptr && count <= precision &&
+               std::from_chars(e, r.ptr, exponent).ec == std::errc();
+        if (fast && exactFloat) {
+            const double halfUlp = std::ldexp(1.0, std::ilogb(float(value)) - 24);
+            fast = 0.5 * std::pow(10.0, exponent - precision + 1) > halfUlp;
+        }
+    }
+    if (!fast) {
+        text += QString::number(value, 'g', precision);
+        return;
+    }
+    const QLatin1StringView all(digits, count);
+    if (negative) {
+        text += u'-';
+    }
+    if (exponent < -4 || exponent >= precision) {
+        text += QLatin1Char(digits[0]);
+        if (count > 1) {
+            text += u'.';
+            text += all.sliced(1);
+        }
+        text += exponent < 0 ? QLatin1String("e-") : QLatin1String("e+");
+        const int magnitude = std::abs(exponent);
+        if (magnitude < 10) {
+            text += u'0';
+        }
+        text += QString::number(magnitude);
+    } else if (exponent < 0) {
+        text += QLatin1String("0.");
+        text += QString(-exponent - 1, u'0');
+        text += all;
+    } else if (count <= exponent + 1) {
+        text += all;
+        text += QString(exponent + 1 - count, u'0');
+    } else {
+        text += all.first(exponent + 1);
+        text += u'.';
+        text += all.sliced(exponent + 1);
+    }
+}
 
 int FrameInterpreter::checksumWidthBits(const ChecksumSpec &spec)
 {
@@ -282,10 +354,14 @@ FrameInterpreter::FieldPlace FrameInterpreter::fieldValue(const Prepared &prepar
         } else {
             std::memcpy(&value, &bits, sizeof value);
         }
+        const bool exactFloat =
+            field.type == FieldType::F32 && field.scale == 1.0 && field.addend == 0.0;
         value = value * field.scale + field.addend;
-        text += field.decimals < 0
-                    ? QString::number(value, 'g', field.type == FieldType::F32 ? 7 : 15)
-                    : QString::number(value, 'f', std::min(field.decimals, 15));
+        if (field.decimals < 0) {
+            appendGeneral(text, value, field.type == FieldType::F32 ? 7 : 15, exactFloat);
+        } else {
+            text += QString::number(value, 'f', std::min(field.decimals, 15));
+        }
         if (!field.unit.isEmpty()) {
             text += u' ';
             text += field.unit;
@@ -346,8 +422,11 @@ void FrameInterpreter::appendInteger(QString &text, const FieldSpec &field,
     } else {
         const double value =
             (isSigned ? double(signedValue) : double(bits)) * field.scale + field.addend;
-        text += field.decimals < 0 ? QString::number(value, 'g', 15)
-                                   : QString::number(value, 'f', std::min(field.decimals, 15));
+        if (field.decimals < 0) {
+            appendGeneral(text, value, 15, false);
+        } else {
+            text += QString::number(value, 'f', std::min(field.decimals, 15));
+        }
     }
     if (!field.unit.isEmpty()) {
         text += u' ';

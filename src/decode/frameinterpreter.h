@@ -61,6 +61,11 @@ public:
         qint64 dataTail = 0;        // checksum and trailer bytes at the frame's end
     };
 
+    // Appends what QString::number(value, 'g', precision) gives, without its cost in the
+    // common case (a value whose shortest form has at most `precision` digits). With
+    // `exactFloat` the value is a float widened to double.
+    static void appendGeneral(QString &text, double value, int precision, bool exactFloat);
+
     // "name=value, ..." of the fields shown; empty when none has a value.
     static QString summary(const FrameTemplate &frameTemplate, QByteArrayView frame);
     static QString summary(const Prepared &prepared, QByteArrayView frame);
