@@ -102,7 +102,8 @@ QStringList MainWindow::screenshotDialogNames()
             QStringLiteral("settings"),      QStringLiteral("quicksettings"),
             QStringLiteral("newconnection"), QStringLiteral("autoreply"),
             QStringLiteral("commands"),      QStringLiteral("scripts"),
-            QStringLiteral("apireference"),  QStringLiteral("shortcuts")};
+            QStringLiteral("apireference"),  QStringLiteral("shortcuts"),
+            QStringLiteral("templates"),     QStringLiteral("modbusbuilder")};
 }
 
 bool MainWindow::runScreenshotScene(const QString &name)
@@ -167,6 +168,9 @@ bool MainWindow::runScreenshotScene(const QString &name)
 
 QWidget *MainWindow::openScreenshotDialog(const QString &name)
 {
+    if (QWidget *dialog = openDecodeScreenshot(name)) {
+        return dialog;
+    }
     if (name == QLatin1String("toolbox")) {
         return openToolBox();
     }
