@@ -56,8 +56,7 @@ Q_DECLARE_METATYPE(QList<Piece>)
 
 void TestSelection::initTestCase()
 {
-    QCoreApplication::setOrganizationName(QStringLiteral("VelmoraTest"));
-    QCoreApplication::setApplicationName(QStringLiteral("tst_selection"));
+    QStandardPaths::setTestModeEnabled(true);
     QSettings().clear();
 }
 
