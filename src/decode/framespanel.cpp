@@ -180,10 +180,22 @@ void FramesPanel::buildUi()
     table->setWordWrap(false);
     table->verticalHeader()->hide();
     table->verticalHeader()->setDefaultSectionSize(table->fontMetrics().height() + 4);
+    // Widths from the font, not from the rows: measuring 5000 rows at every arrival
+    // would cost more than the decoding.
+    const QFontMetrics metrics = table->fontMetrics();
+    const auto width = [&metrics](const QString &sample) {
+        return metrics.horizontalAdvance(sample) + 16;
+    };
     table->horizontalHeader()->setStretchLastSection(false);
+    table->setColumnWidth(FrameTableModel::SeqColumn, width(QStringLiteral("0000000")));
+    table->setColumnWidth(FrameTableModel::TimeColumn, width(QStringLiteral("00:00:00.000")));
+    table->setColumnWidth(FrameTableModel::DirColumn, width(QStringLiteral("Dir")));
+    table->setColumnWidth(FrameTableModel::PeerColumn, width(QStringLiteral("000.000.000.000:00000")));
+    table->setColumnWidth(FrameTableModel::LenColumn, width(QStringLiteral("Len0")));
+    table->setColumnWidth(FrameTableModel::RawColumn, width(QStringLiteral("00 ").repeated(12)));
+    table->setColumnWidth(FrameTableModel::StatusColumn, width(tr("Checksum error")));
     table->horizontalHeader()->setSectionResizeMode(FrameTableModel::SummaryColumn,
                                                      QHeaderView::Stretch);
-    table->setColumnWidth(FrameTableModel::RawColumn, 220);
     table->setContextMenuPolicy(Qt::ActionsContextMenu);
     connect(table->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this](const QModelIndex &current) { showDetail(current.isValid() ? current.row() : -1); });

@@ -4,6 +4,8 @@
 
 #include <QDateTime>
 
+#include <cstring>
+
 namespace {
 
 constexpr char Digits[] = "0123456789ABCDEF";
@@ -43,31 +45,37 @@ void appendHex(QByteArray &out, QByteArrayView bytes, bool spaced)
 
 void appendEscaped(QByteArray &out, QByteArrayView bytes)
 {
-    out.reserve(out.size() + bytes.size() + 16);
+    // At most four characters a byte; written through a pointer, then cut to size.
+    const qsizetype start = out.size();
+    out.resize(start + bytes.size() * 4);
+    char *p = out.data() + start;
     for (const char c : bytes) {
         const auto byte = quint8(c);
+        if (byte >= 32 && byte <= 126 && byte != '\\') {
+            *p++ = c;
+            continue;
+        }
+        *p++ = '\\';
         switch (byte) {
         case '\r':
-            out += "\\r";
+            *p++ = 'r';
             break;
         case '\n':
-            out += "\\n";
+            *p++ = 'n';
             break;
         case '\t':
-            out += "\\t";
+            *p++ = 't';
             break;
         case '\\':
-            out += "\\\\";
+            *p++ = '\\';
             break;
         default:
-            if (byte >= 32 && byte <= 126) {
-                out += c;
-            } else {
-                const char escape[4] = {'\\', 'x', Digits[byte >> 4], Digits[byte & 15]};
-                out.append(escape, 4);
-            }
+            *p++ = 'x';
+            *p++ = Digits[byte >> 4];
+            *p++ = Digits[byte & 15];
         }
     }
+    out.resize(p - out.constData());
 }
 
 void appendCsvAscii(QByteArray &out, QByteArrayView text, bool neutralize)
@@ -75,31 +83,35 @@ void appendCsvAscii(QByteArray &out, QByteArrayView text, bool neutralize)
     const bool guard = neutralize && !text.isEmpty() &&
                        (text[0] == '\t' || text[0] == '+' || text[0] == '-' || text[0] == '=' ||
                         text[0] == '@');
+    qsizetype quotes = 0;
     bool quote = false;
     for (const char c : text) {
-        if (c == ',' || c == '"' || c == '\r' || c == '\n') {
-            quote = true;
-            break;
-        }
+        quotes += c == '"';
+        quote = quote || c == ',' || c == '"' || c == '\r' || c == '\n';
     }
-    if (!quote) {
-        if (guard) {
-            out += '\'';
-        }
-        out += text;
-        return;
+    const qsizetype start = out.size();
+    out.resize(start + text.size() + quotes + (quote ? 2 : 0) + (guard ? 1 : 0));
+    char *p = out.data() + start;
+    if (quote) {
+        *p++ = '"';
     }
-    out += '"';
     if (guard) {
-        out += '\'';
+        *p++ = '\'';
     }
-    for (const char c : text) {
-        if (c == '"') {
-            out += '"';
+    if (quotes == 0) {
+        std::memcpy(p, text.data(), size_t(text.size()));
+        p += text.size();
+    } else {
+        for (const char c : text) {
+            if (c == '"') {
+                *p++ = '"';
+            }
+            *p++ = c;
         }
-        out += c;
     }
-    out += '"';
+    if (quote) {
+        *p++ = '"';
+    }
 }
 
 void appendEventJson(QByteArray &out, const SessionEvent &event, const QByteArray &portJson,

@@ -44,6 +44,7 @@ SessionExportDialog::SessionExportDialog(const QList<Port> &ports, int focused, 
 {
     setObjectName(QStringLiteral("sessionExportDialog"));
     setWindowTitle(tr("Export Session"));
+    setMinimumWidth(460);
     auto *layout = new QVBoxLayout(this);
     auto *form = new QFormLayout;
 

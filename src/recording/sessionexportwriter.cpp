@@ -22,6 +22,14 @@ struct Row
     quint32 index = 0;
 };
 
+// The text export keeps one record to a line, whatever a label, peer or note holds.
+QString oneLine(QString text)
+{
+    text.replace(u'\r', QStringLiteral("\\r"));
+    text.replace(u'\n', QStringLiteral("\\n"));
+    return text;
+}
+
 const char *directionWord(quint8 kind)
 {
     switch (kind) {
@@ -49,6 +57,7 @@ struct SessionExportWriter::Private
     bool failed = false;
     QString error;
     QByteArray buffer;
+    QByteArray scratch; // an escaped text cell, its capacity kept between rows
     qint64 written = 0;
     ExportText::TimeFormatter time;
 
@@ -103,7 +112,7 @@ SessionExportWriter::SessionExportWriter(SessionExport::Format format, QIODevice
 
     for (const SessionExport::Source &source : std::as_const(d->sources)) {
         d->labelCells.append(SessionExport::csvField(source.info.label, true).toUtf8());
-        d->labelTexts.append(source.info.label.toUtf8());
+        d->labelTexts.append(oneLine(source.info.label).toUtf8());
         d->portIds.append(SessionExport::jsonString(source.info.id));
     }
     if (d->format == SessionExport::Format::Csv && d->options.textColumn == 1) {
@@ -217,7 +226,7 @@ const QByteArray &SessionExportWriter::Private::peerOut(const QString &peer)
         lastPeerOut = peer.isEmpty() ? QByteArray() : SessionExport::jsonString(peer);
         break;
     case SessionExport::Format::Text:
-        lastPeerOut = peer.isEmpty() ? QByteArray("-") : peer.toUtf8();
+        lastPeerOut = peer.isEmpty() ? QByteArray("-") : oneLine(peer).toUtf8();
         break;
     }
     return lastPeerOut;
@@ -242,10 +251,10 @@ void SessionExportWriter::Private::writeHeader()
     case SessionExport::Format::Text: {
         buffer += options.appVersion.isEmpty()
                       ? QByteArray("# Velmora session export\n")
-                      : "# Velmora " + options.appVersion.toUtf8() + " session export\n";
+                      : "# Velmora " + oneLine(options.appVersion).toUtf8() + " session export\n";
         QStringList ports;
         for (const SessionExport::Source &source : std::as_const(sources)) {
-            ports.append(QStringLiteral("%1 (%2)").arg(source.info.label, source.info.mode));
+            ports.append(oneLine(QStringLiteral("%1 (%2)").arg(source.info.label, source.info.mode)));
         }
         buffer += "# Ports:   " + ports.join(QStringLiteral("; ")).toUtf8() + '\n';
         if (rows.empty()) {
@@ -299,9 +308,9 @@ void SessionExportWriter::Private::writeRow(const SessionEvent &event, quint32 s
                 const QString text = MessageCodec::sanitizeText(decoder->decode(event.bytes));
                 buffer += SessionExport::csvField(text, true).toUtf8();
             } else {
-                QByteArray escaped;
-                ExportText::appendEscaped(escaped, event.bytes);
-                ExportText::appendCsvAscii(buffer, escaped, true);
+                scratch.resize(0);
+                ExportText::appendEscaped(scratch, event.bytes);
+                ExportText::appendCsvAscii(buffer, scratch, true);
             }
         }
         buffer += "\r\n";
@@ -316,11 +325,7 @@ void SessionExportWriter::Private::writeRow(const SessionEvent &event, quint32 s
         buffer += peerOut(event.peer);
         buffer += "  ";
         if (note) {
-            // One record to a line, also for a note with a line break in it.
-            QString text = event.text;
-            text.replace(u'\r', QStringLiteral("\\r"));
-            text.replace(u'\n', QStringLiteral("\\n"));
-            buffer += text.toUtf8();
+            buffer += oneLine(event.text).toUtf8();
         } else if (options.dataAs == 1) {
             ExportText::appendEscaped(buffer, event.bytes);
         } else {

@@ -65,7 +65,13 @@ ReceiveFindBar::ReceiveFindBar(QPlainTextEdit *view, QWidget *panel, QWidget *pa
 
     connect(edit, &QLineEdit::textChanged, this, [this] { refreshResults(true); });
     connect(caseBox, &QCheckBox::toggled, this, [this] { refreshResults(true); });
-    connect(filterBox, &QCheckBox::toggled, this, &ReceiveFindBar::applyFilter);
+    connect(filterBox, &QCheckBox::toggled, this, [this] {
+        if (trimmedChars > 0 || refreshTimer->isActive()) {
+            refreshResults(false); // the filter follows the matches, which must be current
+        } else {
+            applyFilter();
+        }
+    });
     connect(previousButton, &QToolButton::clicked, this, [this] { moveMatch(-1); });
     connect(nextButton, &QToolButton::clicked, this, [this] { moveMatch(1); });
     connect(closeButton, &QToolButton::clicked, this, &ReceiveFindBar::closeBar);
@@ -207,14 +213,23 @@ void ReceiveFindBar::refreshResults(bool reveal)
             matches.removeLast();
         }
     }
-    QTextBlock block = document->findBlock(from);
     if (!text.isEmpty()) {
         const Qt::CaseSensitivity cs = caseSensitive ? Qt::CaseSensitive : Qt::CaseInsensitive;
-        for (; block.isValid(); block = block.next()) {
-            const QString line = block.text();
-            for (qsizetype at = line.indexOf(text, 0, cs); at >= 0;
-                 at = line.indexOf(text, at + text.size(), cs)) {
-                matches.append({block.position() + int(at), int(text.size())});
+        if (scanFrom < 0) {
+            // The whole text at once: line ends are one character each in the document,
+            // and a needle of one line cannot span them.
+            const QString all = document->toRawText();
+            for (qsizetype at = all.indexOf(text, 0, cs); at >= 0;
+                 at = all.indexOf(text, at + text.size(), cs)) {
+                matches.append({int(at), int(text.size())});
+            }
+        } else {
+            for (QTextBlock block = document->findBlock(from); block.isValid(); block = block.next()) {
+                const QString line = block.text();
+                for (qsizetype at = line.indexOf(text, 0, cs); at >= 0;
+                     at = line.indexOf(text, at + text.size(), cs)) {
+                    matches.append({block.position() + int(at), int(text.size())});
+                }
             }
         }
     }
@@ -255,22 +270,31 @@ void ReceiveFindBar::applyFilterFrom(int position, bool all)
     if (!filterOn && !filterShown) {
         return; // every block is visible already
     }
-    const Qt::CaseSensitivity cs = caseBox->isChecked() ? Qt::CaseSensitive : Qt::CaseInsensitive;
     QTextDocument *document = view->document();
     QScrollBar *bar = view->verticalScrollBar();
     const bool atEnd = bar->value() == bar->maximum();
     int firstChanged = -1;
     int lastChanged = -1;
     changingVisibility = true;
-    for (QTextBlock block = all ? document->begin() : document->findBlock(position);
-         block.isValid(); block = block.next()) {
-        const bool visible = !filterOn || block.text().contains(text, cs);
+    // A line is shown when a match starts in it; the matches are in order, so one pass
+    // over both does.
+    QTextBlock block = all ? document->begin() : document->findBlock(position);
+    auto match = std::lower_bound(matches.cbegin(), matches.cend(), block.position(),
+                                  [](const std::pair<int, int> &m, int at) { return m.first < at; });
+    for (; block.isValid(); block = block.next()) {
+        const int end = block.position() + block.length();
+        bool hit = false;
+        while (match != matches.cend() && match->first < end) {
+            hit = hit || match->first >= block.position();
+            ++match;
+        }
+        const bool visible = !filterOn || hit;
         if (block.isVisible() != visible) {
             block.setVisible(visible);
             if (firstChanged < 0) {
                 firstChanged = block.position();
             }
-            lastChanged = block.position() + block.length();
+            lastChanged = end;
         }
     }
     if (firstChanged >= 0) {
