@@ -172,44 +172,34 @@ void TestDecodeRunner::silenceClosesAFrameOnTheTimer()
 
 void TestDecodeRunner::tableKeepsItsNewestRows()
 {
+    // The fullest table is in the panel test; here a pairing that comes too late, the
+    // capacity's clamps and the rows as text.
     FrameTableModel model;
     model.setCapacity(5);
     QCOMPARE(model.capacity(), FrameTableModel::MinimumCapacity);
     model.setCapacity(1 << 30);
     QCOMPARE(model.capacity(), FrameTableModel::MaximumCapacity);
     model.setCapacity(100);
-
-    QList<DecodedFrame> frames;
+    QList<DecodedFrame> frames(101);
     for (quint64 seq = 1; seq <= 101; ++seq) {
-        DecodedFrame frame;
+        DecodedFrame &frame = frames[qsizetype(seq - 1)];
         frame.seq = seq;
         frame.raw = QByteArray(1, char(seq));
         frame.time = QDateTime(QDate(2026, 1, 1), QTime(1, 2, 3, 4));
         frame.peer = QStringLiteral("::ffff:10.0.0.1:502");
         frame.summary = QStringLiteral("s%1").arg(seq);
-        frames.append(frame);
     }
-    model.append(frames.mid(0, 60));
-    model.append(frames.mid(60));
-    QCOMPARE(model.rowCount(), 100);
+    model.append(frames);
     QCOMPARE(model.droppedRows(), 1);
     QCOMPARE(model.rowForSeq(1), -1);
-    QCOMPARE(model.rowForSeq(2), 0);
     QCOMPARE(model.rowForSeq(101), 99);
-
-    // A pairing for a trimmed request goes quietly; a held one is updated in place.
     QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
     model.applyPairs({{1, 3, 10}, {5, 6, 42}});
     QCOMPARE(changed.size(), 1);
-    QCOMPARE(model.frameAt(model.rowForSeq(5)).pairedSeq, 6U);
     QCOMPARE(model.frameAt(model.rowForSeq(5)).latencyMs, 42);
-
     QCOMPARE(model.rowsText({0, 99}),
              QStringLiteral("2\t01:02:03.004\tRX\t10.0.0.1:502\t1\t02\ts2\tOK\n"
                             "101\t01:02:03.004\tRX\t10.0.0.1:502\t1\t65\ts101\tOK"));
-    model.clear();
-    QCOMPARE(model.rowCount(), 0);
-    QCOMPARE(model.droppedRows(), 0);
 }
 
 QTEST_MAIN(TestDecodeRunner)

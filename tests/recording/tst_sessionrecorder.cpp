@@ -9,7 +9,6 @@ private slots:
     void mergesCloseReceptions_data();
     void mergesCloseReceptions();
     void evictsTheOldestAndKeepsCounting();
-    void settled_data();
     void settled();
     void notesClearAndCapacity();
 };
@@ -148,37 +147,29 @@ void TestSessionRecorder::evictsTheOldestAndKeepsCounting()
     QCOMPARE(many.firstRetainedSeq(), 2U);
 }
 
-void TestSessionRecorder::settled_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<int>("size");
-    QTest::addColumn<qint64>("now");
-    QTest::addColumn<bool>("open");
-
-    QTest::newRow("rx, 1000 us later: may grow") << int(SessionEvent::Rx) << 10 << qint64(2000)
-                                                 << true;
-    QTest::newRow("rx, 1001 us later: settled") << int(SessionEvent::Rx) << 10 << qint64(2001)
-                                                << false;
-    QTest::newRow("rx of 4096 bytes cannot grow") << int(SessionEvent::Rx) << 4096 << qint64(1000)
-                                                  << false;
-    QTest::newRow("tx is never open") << int(SessionEvent::Tx) << 10 << qint64(1000) << false;
-}
-
 void TestSessionRecorder::settled()
 {
-    QFETCH(int, kind);
-    QFETCH(int, size);
-    QFETCH(qint64, now);
-    QFETCH(bool, open);
-    SessionRecorder recorder;
-    QCOMPARE(recorder.settled(now), 0U);
-    recorder.recordNote(QStringLiteral("start"), 0);
-    if (kind == SessionEvent::Rx) {
-        recorder.recordRx(QByteArray(size, 'r'), QString(), 1000);
-    } else {
-        recorder.recordTx(QByteArray(size, 't'), QString(), 1000);
+    // Received data is open to growth for 1000 us after its last bytes, below 4096 bytes.
+    struct Case
+    {
+        int kind;
+        int size;
+        qint64 now;
+        bool open;
+    };
+    for (const Case &c : {Case{SessionEvent::Rx, 10, 2000, true}, Case{SessionEvent::Rx, 10, 2001, false},
+                          Case{SessionEvent::Rx, 4096, 1000, false},
+                          Case{SessionEvent::Tx, 10, 1000, false}}) {
+        SessionRecorder recorder;
+        QCOMPARE(recorder.settled(c.now), 0U);
+        recorder.recordNote(QStringLiteral("start"), 0);
+        if (c.kind == SessionEvent::Rx) {
+            recorder.recordRx(QByteArray(c.size, 'r'), QString(), 1000);
+        } else {
+            recorder.recordTx(QByteArray(c.size, 't'), QString(), 1000);
+        }
+        QCOMPARE(recorder.settled(c.now), c.open ? 1U : 2U);
     }
-    QCOMPARE(recorder.settled(now), open ? 1U : 2U);
 }
 
 void TestSessionRecorder::notesClearAndCapacity()
