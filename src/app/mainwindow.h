@@ -4,6 +4,7 @@
 #include "app/quicksettingsgroups.h"
 #include "app/settingsservice.h"
 #include "automation/commandlibrary.h"
+#include "decode/decoderchoice.h"
 #include "decode/frametemplate.h"
 #include "scripting/scriptlibrary.h"
 

@@ -136,20 +136,3 @@ public:
     bool operator==(const FrameTemplate &) const = default;
 };
 
-// What a port decodes with.
-struct DecoderChoice
-{
-    enum Kind : quint8 {
-        None = 0,
-        ModbusRtu = 1,
-        ModbusAscii = 2,
-        ModbusTcp = 3,
-        Template = 4,
-    };
-
-    Kind kind = None;
-    QString templateName{};
-    bool panelVisible = false;
-
-    bool operator==(const DecoderChoice &) const = default;
-};

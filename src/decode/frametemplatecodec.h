@@ -6,6 +6,7 @@
 // numbers are clamped, never refused; a template that breaks a rule after loading stays
 // as it was read, and validate() tells what is wrong with it.
 
+#include "decode/decoderchoice.h"
 #include "decode/frametemplate.h"
 
 class QSettings;

@@ -1211,6 +1211,61 @@
     </message>
 </context>
 <context>
+    <name>FrameTableModel</name>
+    <message>
+        <source>OK</source>
+        <translation>正常</translation>
+    </message>
+    <message>
+        <source>Exception</source>
+        <translation>异常</translation>
+    </message>
+    <message>
+        <source>Checksum error</source>
+        <translation>校验错误</translation>
+    </message>
+    <message>
+        <source>Malformed</source>
+        <translation>格式错误</translation>
+    </message>
+    <message>
+        <source>Incomplete</source>
+        <translation>不完整</translation>
+    </message>
+    <message>
+        <source>Unrecognized</source>
+        <translation>无法识别</translation>
+    </message>
+    <message>
+        <source>Time</source>
+        <translation>时间</translation>
+    </message>
+    <message>
+        <source>Dir</source>
+        <translation>方向</translation>
+    </message>
+    <message>
+        <source>Peer</source>
+        <translation>对端</translation>
+    </message>
+    <message>
+        <source>Len</source>
+        <translation>长度</translation>
+    </message>
+    <message>
+        <source>Raw</source>
+        <translation>原始数据</translation>
+    </message>
+    <message>
+        <source>Summary</source>
+        <translation>摘要</translation>
+    </message>
+    <message>
+        <source>Status</source>
+        <translation>状态</translation>
+    </message>
+</context>
+<context>
     <name>FrameTemplate</name>
     <message>
         <source>The template needs a name.</source>
@@ -1740,6 +1795,159 @@
     <message>
         <source>Template</source>
         <translation>模板</translation>
+    </message>
+</context>
+<context>
+    <name>FramesPanel</name>
+    <message>
+        <source>Decoder:</source>
+        <translation>解码器：</translation>
+    </message>
+    <message>
+        <source>Templates...</source>
+        <translation>模板...</translation>
+    </message>
+    <message>
+        <source>Describe your own protocol&apos;s frames and fields</source>
+        <translation>描述自定义协议的帧和字段</translation>
+    </message>
+    <message>
+        <source>Clear</source>
+        <translation>清空</translation>
+    </message>
+    <message>
+        <source>Empty the frame table</source>
+        <translation>清空帧列表</translation>
+    </message>
+    <message>
+        <source>Export Frames (CSV)...</source>
+        <translation>导出帧 (CSV)...</translation>
+    </message>
+    <message>
+        <source>Export Fields (CSV)...</source>
+        <translation>导出字段 (CSV)...</translation>
+    </message>
+    <message>
+        <source>Export</source>
+        <translation>导出</translation>
+    </message>
+    <message>
+        <source>Auto-scroll</source>
+        <translation>自动滚动</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>Checksum error</source>
+        <translation>校验错误</translation>
+    </message>
+    <message>
+        <source>Field</source>
+        <translation>字段</translation>
+    </message>
+    <message>
+        <source>Value</source>
+        <translation>值</translation>
+    </message>
+    <message>
+        <source>Raw</source>
+        <translation>原始数据</translation>
+    </message>
+    <message>
+        <source>Offset</source>
+        <translation>偏移</translation>
+    </message>
+    <message>
+        <source>Go to Paired Frame</source>
+        <translation>转到配对帧</translation>
+    </message>
+    <message>
+        <source>Find Bytes in Receive View</source>
+        <translation>在接收区中查找这些字节</translation>
+    </message>
+    <message>
+        <source>Copy Hex</source>
+        <translation>复制十六进制</translation>
+    </message>
+    <message>
+        <source>Copy Selected Rows</source>
+        <translation>复制所选行</translation>
+    </message>
+    <message>
+        <source>Jump to the last place these bytes appear in the receive view</source>
+        <translation>跳转到这些字节在接收区中最后出现的位置</translation>
+    </message>
+    <message>
+        <source>Switch the receive view to Hex to find frames in it</source>
+        <translation>请将接收区切换为十六进制显示后再查找帧</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>%1 (missing)</source>
+        <translation>%1（缺失）</translation>
+    </message>
+    <message>
+        <source>The frame template &quot;%1&quot; no longer exists. Choose another decoder.</source>
+        <translation>帧模板“%1”已不存在。请选择其他解码器。</translation>
+    </message>
+    <message>
+        <source>The frame template &quot;%1&quot; cannot decode: %2 Fix it in Frame Templates.</source>
+        <translation>帧模板“%1”无法解码：%2 请在帧模板中修正。</translation>
+    </message>
+    <message>
+        <source>Choose a decoder to start</source>
+        <translation>选择解码器以开始</translation>
+    </message>
+    <message>
+        <source>Decoder changed; frames cleared</source>
+        <translation>解码器已更改，帧已清空</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n frame(s)</source>
+        <translation>
+            <numerusform>%n 帧</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 (%2 older dropped)</source>
+        <translation>%1（已丢弃 %2 条较早的帧）</translation>
+    </message>
+    <message>
+        <source>#%1 · %2 ms</source>
+        <translation>#%1 · %2 毫秒</translation>
+    </message>
+    <message>
+        <source>#%1</source>
+        <translation>#%1</translation>
+    </message>
+    <message>
+        <source>Paired with</source>
+        <translation>配对帧</translation>
+    </message>
+    <message>
+        <source>There are no frames to export.</source>
+        <translation>没有可导出的帧。</translation>
+    </message>
+    <message>
+        <source>Export Fields</source>
+        <translation>导出字段</translation>
+    </message>
+    <message>
+        <source>Export Frames</source>
+        <translation>导出帧</translation>
+    </message>
+    <message>
+        <source>CSV files (*.csv);;All files (*)</source>
+        <translation>CSV 文件 (*.csv);;所有文件 (*)</translation>
+    </message>
+    <message>
+        <source>%1 could not be written: %2</source>
+        <translation>无法写入 %1：%2</translation>
     </message>
 </context>
 <context>
@@ -2997,6 +3205,45 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>ReceiveFindBar</name>
+    <message>
+        <source>Keyword</source>
+        <translation>关键字</translation>
+    </message>
+    <message>
+        <source>Case</source>
+        <translation>区分大小写</translation>
+    </message>
+    <message>
+        <source>Filter</source>
+        <translation>过滤</translation>
+    </message>
+    <message>
+        <source>Show only the lines that hold the keyword</source>
+        <translation>只显示包含关键字的行</translation>
+    </message>
+    <message>
+        <source>Prev</source>
+        <translation>上一个</translation>
+    </message>
+    <message>
+        <source>Previous match (Shift+F3)</source>
+        <translation>上一个匹配 (Shift+F3)</translation>
+    </message>
+    <message>
+        <source>Next</source>
+        <translation>下一个</translation>
+    </message>
+    <message>
+        <source>Next match (F3)</source>
+        <translation>下一个匹配 (F3)</translation>
+    </message>
+    <message>
+        <source>Close (Esc)</source>
+        <translation>关闭 (Esc)</translation>
+    </message>
+</context>
+<context>
     <name>RelaySocket</name>
     <message>
         <source>Missing relay address or ticket.</source>
@@ -3726,6 +3973,156 @@ Reopen it now?</source>
     <message>
         <source>… older output was removed; the window keeps the latest lines.</source>
         <translation>… 较早的输出已移除，窗口只保留最新的行。</translation>
+    </message>
+</context>
+<context>
+    <name>SelectionActions</name>
+    <message>
+        <source>Copy Selection As</source>
+        <translation>将所选内容复制为</translation>
+    </message>
+    <message>
+        <source>C Array</source>
+        <translation>C 数组</translation>
+    </message>
+    <message>
+        <source>Hex Dump</source>
+        <translation>十六进制转储</translation>
+    </message>
+    <message>
+        <source>Hex Bytes</source>
+        <translation>十六进制字节</translation>
+    </message>
+    <message>
+        <source>Save Selection As...</source>
+        <translation>将所选内容另存为...</translation>
+    </message>
+    <message>
+        <source>Part of the selection is older than VLM keeps byte-exact and was left out.</source>
+        <translation>所选内容的一部分早于 VLM 按字节精确保留的范围，已被略去。</translation>
+    </message>
+    <message>
+        <source>Whole frames were used: the text view cannot map every character to its bytes. Switch the receive view to Hex for a byte-exact selection.</source>
+        <translation>已使用整帧：文本视图无法将每个字符对应到其字节。请将接收区切换为十六进制显示以按字节精确选择。</translation>
+    </message>
+    <message>
+        <source>%1 bytes</source>
+        <translation>%1 字节</translation>
+    </message>
+    <message>
+        <source>The selection contains no received or sent data.</source>
+        <translation>所选内容不含任何接收或发送的数据。</translation>
+    </message>
+    <message>
+        <source>The selection is %1; copying is limited to %2. Use Save Selection As... instead.</source>
+        <translation>所选内容为 %1；复制上限为 %2。请改用“将所选内容另存为...”。</translation>
+    </message>
+    <message numerus="yes">
+        <source>Copied %n byte(s) as hex.</source>
+        <translation>
+            <numerusform>已将 %n 字节复制为十六进制。</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Copied %n byte(s) as a hex dump.</source>
+        <translation>
+            <numerusform>已将 %n 字节复制为十六进制转储。</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Copied %n byte(s) as a C array.</source>
+        <translation>
+            <numerusform>已将 %n 字节复制为 C 数组。</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>SelectionSaveDialog</name>
+    <message>
+        <source>Save Selection</source>
+        <translation>保存所选内容</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n byte(s) from %1</source>
+        <translation>
+            <numerusform>来自 %1 的 %n 字节</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Binary (.bin)</source>
+        <translation>二进制 (.bin)</translation>
+    </message>
+    <message>
+        <source>Hex dump (.txt)</source>
+        <translation>十六进制转储 (.txt)</translation>
+    </message>
+    <message>
+        <source>C source (.c, .h)</source>
+        <translation>C 源文件 (.c, .h)</translation>
+    </message>
+    <message>
+        <source>Format:</source>
+        <translation>格式：</translation>
+    </message>
+    <message>
+        <source>Array name:</source>
+        <translation>数组名：</translation>
+    </message>
+    <message>
+        <source>Bytes per line:</source>
+        <translation>每行字节数：</translation>
+    </message>
+    <message>
+        <source>Include &lt;stdint.h&gt;</source>
+        <translation>包含 &lt;stdint.h&gt;</translation>
+    </message>
+    <message>
+        <source>static</source>
+        <translation>static</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>无</translation>
+    </message>
+    <message>
+        <source>#define NAME_LEN</source>
+        <translation>#define NAME_LEN</translation>
+    </message>
+    <message>
+        <source>sizeof comment</source>
+        <translation>sizeof 注释</translation>
+    </message>
+    <message>
+        <source>Length:</source>
+        <translation>长度：</translation>
+    </message>
+    <message>
+        <source>Save...</source>
+        <translation>保存...</translation>
+    </message>
+    <message>
+        <source>Binary files (*.bin)</source>
+        <translation>二进制文件 (*.bin)</translation>
+    </message>
+    <message>
+        <source>Text files (*.txt)</source>
+        <translation>文本文件 (*.txt)</translation>
+    </message>
+    <message>
+        <source>C source (*.c *.h)</source>
+        <translation>C 源文件 (*.c *.h)</translation>
+    </message>
+    <message>
+        <source>All files (*)</source>
+        <translation>所有文件 (*)</translation>
+    </message>
+    <message>
+        <source>Could not save %1: %2</source>
+        <translation>无法保存 %1：%2</translation>
+    </message>
+    <message>
+        <source>Saved %1.</source>
+        <translation>已保存 %1。</translation>
     </message>
 </context>
 <context>
@@ -4644,6 +5041,106 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>SessionExportDialog</name>
+    <message>
+        <source>Export Session</source>
+        <translation>导出会话</translation>
+    </message>
+    <message>
+        <source>Focused port (%1)</source>
+        <translation>当前端口 (%1)</translation>
+    </message>
+    <message numerus="yes">
+        <source>All ports (%n)</source>
+        <translation>
+            <numerusform>所有端口 (%n)</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Ports:</source>
+        <translation>端口：</translation>
+    </message>
+    <message>
+        <source>Format:</source>
+        <translation>格式：</translation>
+    </message>
+    <message>
+        <source>Escaped ASCII</source>
+        <translation>转义 ASCII</translation>
+    </message>
+    <message>
+        <source>Decode with the port&apos;s encoding</source>
+        <translation>按端口编码解码</translation>
+    </message>
+    <message>
+        <source>Text column:</source>
+        <translation>文本列：</translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation>十六进制</translation>
+    </message>
+    <message>
+        <source>Text</source>
+        <translation>文本</translation>
+    </message>
+    <message>
+        <source>Data as:</source>
+        <translation>数据显示为：</translation>
+    </message>
+    <message>
+        <source>Only data after the last Clear</source>
+        <translation>仅导出最近一次清空之后的数据</translation>
+    </message>
+    <message>
+        <source>Export...</source>
+        <translation>导出...</translation>
+    </message>
+    <message>
+        <source>CSV (Excel)</source>
+        <translation>CSV (Excel)</translation>
+    </message>
+    <message>
+        <source>JSON Lines (for scripts and replay)</source>
+        <translation>JSON Lines（用于脚本和回放）</translation>
+    </message>
+    <message>
+        <source>%1 holds no records yet.</source>
+        <translation>%1 尚无记录。</translation>
+    </message>
+    <message numerus="yes">
+        <source>%1 holds %n record(s) (%2) since %3.</source>
+        <translation>
+            <numerusform>%1 自 %3 起保存了 %n 条记录 (%2)。</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Older data was dropped: VLM keeps the most recent %1 per port.</source>
+        <translation>较早的数据已丢弃：VLM 为每个端口保留最近的 %1。</translation>
+    </message>
+    <message>
+        <source>%1 could not be written: %2</source>
+        <translation>无法写入 %1：%2</translation>
+    </message>
+    <message numerus="yes">
+        <source>Exported %n record(s) to %1.</source>
+        <translation>
+            <numerusform>已将 %n 条记录导出到 %1。</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 (*.%2);;All files (*)</source>
+        <translation>%1 (*.%2);;所有文件 (*)</translation>
+    </message>
+</context>
+<context>
+    <name>SessionRecorder</name>
+    <message>
+        <source>Display cleared</source>
+        <translation>显示已清空</translation>
+    </message>
+</context>
+<context>
     <name>SetConfigFilePathDialog</name>
     <message>
         <source>Choose the file in which Velmora keeps the settings of your last session. You can keep the suggested place.</source>
@@ -5446,6 +5943,41 @@ Dialogs: %3
     <message>
         <source>This message cannot be encoded as %1. Change the encoding or edit the message.</source>
         <translation>此消息无法用 %1 编码。请更改编码或修改消息。</translation>
+    </message>
+</context>
+<context>
+    <name>ZipWriter</name>
+    <message>
+        <source>The output is not open for writing.</source>
+        <translation>输出未以写入方式打开。</translation>
+    </message>
+    <message>
+        <source>Could not write the archive: %1</source>
+        <translation>无法写入压缩包：%1</translation>
+    </message>
+    <message>
+        <source>The archive is already finished.</source>
+        <translation>压缩包已完成。</translation>
+    </message>
+    <message>
+        <source>Invalid entry name: %1</source>
+        <translation>无效的条目名：%1</translation>
+    </message>
+    <message>
+        <source>Duplicate entry name: %1</source>
+        <translation>重复的条目名：%1</translation>
+    </message>
+    <message>
+        <source>The archive has too many entries.</source>
+        <translation>压缩包中的条目过多。</translation>
+    </message>
+    <message>
+        <source>The entry %1 is too large.</source>
+        <translation>条目 %1 过大。</translation>
+    </message>
+    <message>
+        <source>The archive would be too large.</source>
+        <translation>压缩包将会过大。</translation>
     </message>
 </context>
 </TS>
