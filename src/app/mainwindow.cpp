@@ -36,6 +36,7 @@ MainWindow::MainWindow(QWidget *parent)
     createPortWidget(0);
     readSettings();
     updateGrid();
+    setupCloud();
     setWindowModified(false);
 
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
@@ -241,6 +242,7 @@ void MainWindow::createActions()
     connect(ascii, &QAction::triggered, this, [this] { openAsciiChart(); });
     createAutomationActions(tools);
     createScriptActions(tools);
+    createCloudActions();
     createHelpActions();
 }
 

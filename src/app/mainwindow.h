@@ -7,6 +7,7 @@
 #include "scripting/scriptlibrary.h"
 
 #include <QDateTime>
+#include <QJsonObject>
 #include <QList>
 #include <QMainWindow>
 #include <QPointer>
@@ -15,6 +16,7 @@
 #include <functional>
 
 class QAction;
+class AccountDialog;
 class QLabel;
 class QMenu;
 class QSplitter;
@@ -26,6 +28,7 @@ class QDockWidget;
 class QSettings;
 class MultiPortSettingDlg;
 class ScriptPortLink;
+class SessionSyncCoordinator;
 class ScriptWindow;
 class SerialPortWidget;
 class ToolBox;
@@ -161,6 +164,20 @@ public:
     QList<QPair<QString, QString>> keyboardShortcuts() const;
     void showKeyboardShortcuts();
 
+    // The cloud: account, settings sync and the consent (mainwindow_cloud.cpp).
+    // The preferences that follow the user between computers, and taking them over.
+    SessionState currentSessionState();
+    void applySessionState(const SessionState &state);
+    SessionSyncCoordinator *syncCoordinator() const { return sessionSync; }
+    void syncNow();
+    AccountDialog *openAccountDialog();
+    void signOutAccount();
+    QString accountLabelText() const;
+    // Lets tests answer the sync conflict question (a ConflictChoice as int) and the
+    // offer to sign in before a sync.
+    std::function<int()> syncConflictHook;
+    std::function<bool()> signInHook;
+
     // Documentation images.
     bool runScreenshotScene(const QString &name);
     static QStringList screenshotSceneNames();
@@ -218,6 +235,21 @@ private:
     void saveScripts(QSettings &file) const;
     void loadScripts(QSettings &file);
     void closeScriptWindowForExit();
+    void createCloudActions();
+    void setupCloud();
+    void updateCloudConsentActions();
+    void restoreAccountSession();
+    void configureAutoSyncTimer();
+    void runAutomaticSync();
+    void backgroudInitialize();
+    void checkForUpdates();
+    void onReleaseResponse(const QJsonObject &object);
+    void askSyncConflict();
+    void onAccountSignedIn();
+    void on_acAccountSyncSettings_triggered();
+    void on_acAccountDeviceName_triggered();
+    // Shows the Edit > Settings dialog; with `cloudPage`, opened at the Cloud page.
+    void openSettingsDialog(bool cloudPage);
 
     std::array<SerialPortWidget *, MaxPorts> portWidgets{};
     int portCountValue = 0;
@@ -289,4 +321,13 @@ private:
     QAction *acEditRemove = nullptr;
     QAction *acAppearanceLight = nullptr;
     QAction *acAppearanceDark = nullptr;
+
+    // Cloud.
+    SessionSyncCoordinator *sessionSync = nullptr;
+    QTimer *autoSyncTimer = nullptr;
+    QMenu *cloudMenu = nullptr;
+    QAction *acCloudNoServer = nullptr;
+    QAction *acAccountSignIn = nullptr;
+    QAction *acAccountSignOut = nullptr;
+    QAction *acAccountSyncNow = nullptr;
 };
