@@ -102,6 +102,8 @@ QString CloudRedactor::text(const QString &text)
     result += QStringView(out).mid(last);
     out = result;
 
+    static const QRegularExpression join(QStringLiteral("(/relay/join/)[^/\\s?#\"']+"));
+    out.replace(join, QStringLiteral("\\1") + redacted());
     out.replace(bearer, QStringLiteral("\\1") + redacted());
     out.replace(token, redacted());
     return out;

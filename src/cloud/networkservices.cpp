@@ -227,7 +227,8 @@ void NetworkServices::onFinished(QNetworkReply *reply)
     if (tag.isEmpty()) {
         tag = QStringLiteral("default");
     }
-    const QByteArray body = reply->readAll();
+    // An aborted reply (the time-out) is closed and has nothing to read.
+    const QByteArray body = reply->isOpen() ? reply->readAll() : QByteArray();
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(body, &parseError);
     if (parseError.error != QJsonParseError::NoError || !document.isObject()) {
