@@ -67,6 +67,7 @@ AccountDialog::AccountDialog(QWidget *parent, AccountSession *accountSession)
             });
     emailEdit->setText(session->email());
     rememberBox->setChecked(session->rememberSession());
+    (session->email().isEmpty() ? emailEdit : passwordEdit)->setFocus();
     setMinimumWidth(440);
 }
 
