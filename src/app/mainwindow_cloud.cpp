@@ -90,8 +90,19 @@ void MainWindow::setupCloud()
         if (signInHook) {
             return signInHook();
         }
-        AccountDialog *dialog = openAccountDialog();
-        return dialog && dialog->result() == QDialog::Accepted;
+        // A manual sync with nobody signed in offers the sign-in, and goes on after it.
+        if (Config::dasHostAddress().isEmpty()) {
+            showStatusNotice(noServerText(), NoticeWarning);
+            return false;
+        }
+        AccountDialog dialog(this);
+        if (dialog.exec() != QDialog::Accepted) {
+            return false;
+        }
+        updateAccountStatus();
+        updateCloudConsentActions();
+        configureAutoSyncTimer();
+        return true;
     };
     sessionSync = new SessionSyncCoordinator(hooks, this);
     SessionSyncCoordinator *sync = sessionSync;
