@@ -74,13 +74,22 @@ ApiReply ApiReply::internalError(const QString &type)
                                "Please try again later."));
 }
 
+ApiReply ApiReply::page(const QByteArray &html)
+{
+    ApiReply reply;
+    reply.html = html;
+    return reply;
+}
+
 QByteArray ApiReply::serialize(bool closeConnection) const
 {
-    const QByteArray json = QJsonDocument(body).toJson(QJsonDocument::Compact);
+    const QByteArray json =
+        html.isEmpty() ? QJsonDocument(body).toJson(QJsonDocument::Compact) : html;
     QByteArray out;
     out.reserve(json.size() + 256);
     out += "HTTP/1.1 " + QByteArray::number(httpStatus) + ' ' + reasonPhrase(httpStatus) + "\r\n";
-    out += "Content-Type: application/json\r\n";
+    out += html.isEmpty() ? "Content-Type: application/json\r\n"
+                          : "Content-Type: text/html; charset=utf-8\r\n";
     out += "Content-Length: " + QByteArray::number(json.size()) + "\r\n";
     // Replies carry tokens and private data: no cache may keep them.
     out += "Cache-Control: no-store\r\n";

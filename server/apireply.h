@@ -15,6 +15,8 @@ struct ApiReply
     int httpStatus = 200;
     QJsonObject body;
     QList<QPair<QByteArray, QByteArray>> headers; // extra response headers
+    // A page for a browser instead of the JSON body (the privacy and terms pages).
+    QByteArray html;
 
     // A success: "status" true, "code" "ok", plus `fields`.
     static ApiReply ok(const QString &type, const QString &description,
@@ -28,6 +30,7 @@ struct ApiReply
     static ApiReply rateLimited(const QString &type, const QString &description,
                                 qint64 retryAfterSeconds);
     static ApiReply internalError(const QString &type);
+    static ApiReply page(const QByteArray &html);
 
     void addHeader(const QByteArray &name, const QByteArray &value)
     {

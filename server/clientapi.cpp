@@ -60,6 +60,11 @@ void ClientApi::addRoutes(Router &router)
     router.add(QStringLiteral("GET"), QStringLiteral("/api/v3/cloud/quota"),
                bindTo(&ClientApi::quota));
     router.add(QStringLiteral("GET"), QStringLiteral("/api/v3/health"), bindTo(&ClientApi::health));
+    // The pages the app's consent and registration forms link to.
+    for (const QString &name : {QStringLiteral("privacy"), QStringLiteral("terms")}) {
+        router.add(QStringLiteral("GET"), u'/' + name,
+                   [this, name](const ApiRequest &, const Router::Done &done) { page(name, done); });
+    }
 }
 
 void ClientApi::clientInfo(const ApiRequest &request, const Router::Done &done)
@@ -195,4 +200,21 @@ void ClientApi::health(const ApiRequest &, const Router::Done &done)
     done(ApiReply::ok(type, QStringLiteral("Serving."),
                       {{QStringLiteral("version"), QStringLiteral(VELMORA_CLOUD_VERSION)},
                        {QStringLiteral("schema"), schema}}));
+}
+
+void ClientApi::page(const QString &name, const Router::Done &done)
+{
+    QFile file(QDir(context.options.dataDir).filePath(name + QStringLiteral(".html")));
+    if (file.open(QIODevice::ReadOnly))
+        return done(ApiReply::page(file.read(1024 * 1024)));
+    const QByteArray title = name == u"privacy" ? "Privacy Policy" : "Terms of Service";
+    done(ApiReply::page(
+        "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>" + title
+        + "</title></head><body><h1>" + title
+        + "</h1><p>This velmora-cloud server keeps, for each account: the email address, the "
+          "user name, a salted hash of the password, the computers bound to it (their device "
+          "id, name and program version), hashes of the sign-in tokens, and the settings the "
+          "app syncs. It keeps the version reports of computers that allowed them. Nothing is "
+          "passed to anyone else.</p><p>The operator of this server can replace this page with "
+        + name.toUtf8() + ".html in the server's data folder.</p></body></html>"));
 }

@@ -19,6 +19,9 @@ private:
     void latestRelease(const ApiRequest &request, const Router::Done &done);
     void quota(const ApiRequest &request, const Router::Done &done);
     void health(const ApiRequest &request, const Router::Done &done);
+    // /privacy and /terms: privacy.html and terms.html from --data when present, else a
+    // short page saying what this server keeps.
+    void page(const QString &name, const Router::Done &done);
 
     ServerContext &context;
 };

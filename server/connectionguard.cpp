@@ -18,6 +18,11 @@ void ConnectionGuard::incomingConnection(qintptr descriptor)
         delete socket;
         return;
     }
+    // One access line per connection, so that an operator (or a test) can tell which
+    // clients reached the server at all.
+    ++accepted;
+    qCInfo(lcAccess).noquote() << "connection" << accepted << "from"
+                               << socket->peerAddress().toString();
     if (watched.size() >= limits.maxConnections) {
         qCWarning(lcServer) << "connection limit reached, refusing" << socket->peerAddress();
         socket->abort();

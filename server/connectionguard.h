@@ -30,6 +30,8 @@ public:
     // `socket` leaves HTTP (a WebSocket upgrade): no more idle or size limits.
     void release(QTcpSocket *socket);
     int openConnections() const { return int(watched.size()); }
+    // Connections taken since the start, refused ones included.
+    qint64 acceptedConnections() const { return accepted; }
 
 protected:
     void incomingConnection(qintptr descriptor) override;
@@ -44,4 +46,5 @@ private:
 
     Limits limits;
     QHash<QTcpSocket *, Watch> watched;
+    qint64 accepted = 0;
 };

@@ -36,6 +36,7 @@ MainWindow::MainWindow(QWidget *parent)
     createPortWidget(0);
     readSettings();
     updateGrid();
+    setupCloud();
     setWindowModified(false);
 
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
@@ -243,6 +244,7 @@ void MainWindow::createActions()
     createAutomationActions(tools);
     createScriptActions(tools);
     createDecodeActions(tools);
+    createCloudActions();
     createHelpActions();
 }
 

@@ -9,6 +9,7 @@
 #include "scripting/scriptlibrary.h"
 
 #include <QDateTime>
+#include <QJsonObject>
 #include <QList>
 #include <QMainWindow>
 #include <QPointer>
@@ -17,6 +18,7 @@
 #include <functional>
 
 class QAction;
+class AccountDialog;
 class QLabel;
 class QMenu;
 class QSplitter;
@@ -30,6 +32,7 @@ class QDockWidget;
 class QSettings;
 class MultiPortSettingDlg;
 class ScriptPortLink;
+class SessionSyncCoordinator;
 class ScriptWindow;
 class SerialPortWidget;
 class ToolBox;
@@ -176,6 +179,20 @@ public:
     QList<QPair<QString, QString>> keyboardShortcuts() const;
     void showKeyboardShortcuts();
 
+    // The cloud: account, settings sync and the consent (mainwindow_cloud.cpp).
+    // The preferences that follow the user between computers, and taking them over.
+    SessionState currentSessionState();
+    void applySessionState(const SessionState &state);
+    SessionSyncCoordinator *syncCoordinator() const { return sessionSync; }
+    void syncNow();
+    AccountDialog *openAccountDialog();
+    void signOutAccount();
+    QString accountLabelText() const;
+    // Lets tests answer the sync conflict question (a ConflictChoice as int) and the
+    // offer to sign in before a sync.
+    std::function<int()> syncConflictHook;
+    std::function<bool()> signInHook;
+
     // Documentation images.
     bool runScreenshotScene(const QString &name);
     static QStringList screenshotSceneNames();
@@ -240,6 +257,21 @@ private:
     void saveDecodeState(QSettings &store) const;
     void loadDecodeState(QSettings &store);
     QWidget *openDecodeScreenshot(const QString &name);
+    void createCloudActions();
+    void setupCloud();
+    void updateCloudConsentActions();
+    void restoreAccountSession();
+    void configureAutoSyncTimer();
+    void runAutomaticSync();
+    void backgroudInitialize();
+    void checkForUpdates();
+    void onReleaseResponse(const QJsonObject &object);
+    void askSyncConflict();
+    void onAccountSignedIn();
+    void on_acAccountSyncSettings_triggered();
+    void on_acAccountDeviceName_triggered();
+    // Shows the Edit > Settings dialog; with `cloudPage`, opened at the Cloud page.
+    void openSettingsDialog(bool cloudPage);
 
     std::array<SerialPortWidget *, MaxPorts> portWidgets{};
     int portCountValue = 0;
@@ -314,4 +346,13 @@ private:
     QAction *acEditRemove = nullptr;
     QAction *acAppearanceLight = nullptr;
     QAction *acAppearanceDark = nullptr;
+
+    // Cloud.
+    SessionSyncCoordinator *sessionSync = nullptr;
+    QTimer *autoSyncTimer = nullptr;
+    QMenu *cloudMenu = nullptr;
+    QAction *acCloudNoServer = nullptr;
+    QAction *acAccountSignIn = nullptr;
+    QAction *acAccountSignOut = nullptr;
+    QAction *acAccountSyncNow = nullptr;
 };

@@ -6,6 +6,7 @@
 #include "app/logging.h"
 #include "app/multiportsettingdlg.h"
 #include "app/newconnection.h"
+#include "cloud/cloudsettingspage.h"
 #include "session/serialportwidget.h"
 
 #include <QAction>
@@ -14,6 +15,7 @@
 #include <QLoggingCategory>
 #include <QMessageBox>
 #include <QScreen>
+#include <QSettings>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
@@ -389,6 +391,11 @@ bool MainWindow::reopenWanted(int index)
 
 void MainWindow::on_acEditSettings_triggered()
 {
+    openSettingsDialog(false);
+}
+
+void MainWindow::openSettingsDialog(bool cloudPage)
+{
     MultiPortSettingDlg dialog(portCountValue, this);
     for (int i = 0; i < portCountValue; ++i) {
         portWidgets[size_t(i)]->updateSettings();
@@ -396,9 +403,24 @@ void MainWindow::on_acEditSettings_triggered()
         dialog.setFormatSettings(i, portWidgets[size_t(i)]->formatSettings());
     }
     dialog.setQuickSettingsGroups(quickSettings);
+    auto *cloud = new CloudSettingsPage(&dialog);
+    {
+        QSettings app;
+        cloud->load(app);
+    }
+    dialog.setCloudSettingsPage(cloud);
+    if (cloudPage) {
+        dialog.showCloudPage();
+    }
     if (!settingsDialogAccepted(dialog)) {
         return;
     }
+    {
+        QSettings app;
+        cloud->save(app);
+    }
+    updateCloudConsentActions();
+    configureAutoSyncTimer();
     for (int i = 0; i < portCountValue; ++i) {
         SerialPortWidget *port = portWidgets[size_t(i)];
         const Settings wanted = dialog.portSettings(i);

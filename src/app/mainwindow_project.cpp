@@ -323,6 +323,21 @@ void MainWindow::writeSettings()
     if (path.isEmpty()) {
         return;
     }
+    const SessionState state = currentSessionState();
+    SerialPortWidget *port = portWidgets[0];
+    QSettings store(path, QSettings::IniFormat);
+    SettingsService::save(store, state);
+    AutoReplyCodec::save(store, AutoReplyCodec::lastUsedPrefix(), port->autoReplyConfig());
+    PlotCodec::save(store, PlotCodec::lastUsedPrefix(), port->plotConfig());
+    saveDecodeState(store);
+
+    QSettings app;
+    app.setValue(QStringLiteral("LAST_WINDOW_SIZE"), size());
+    app.setValue(QStringLiteral("LAST_WINDOW_POSITION"), pos());
+}
+
+SessionState MainWindow::currentSessionState()
+{
     SessionState state = lastState;
     SerialPortWidget *port = portWidgets[0];
     port->updateSettings();
@@ -337,15 +352,24 @@ void MainWindow::writeSettings()
     state.quickSettings = quickSettings;
     state.autoReconnect = autoReconnect;
     state.openLastConnection = acOpenLastConnection->isChecked();
-    QSettings store(path, QSettings::IniFormat);
-    SettingsService::save(store, state);
-    AutoReplyCodec::save(store, AutoReplyCodec::lastUsedPrefix(), port->autoReplyConfig());
-    PlotCodec::save(store, PlotCodec::lastUsedPrefix(), port->plotConfig());
-    saveDecodeState(store);
+    return state;
+}
 
-    QSettings app;
-    app.setValue(QStringLiteral("LAST_WINDOW_SIZE"), size());
-    app.setValue(QStringLiteral("LAST_WINDOW_POSITION"), pos());
+void MainWindow::applySessionState(const SessionState &state)
+{
+    lastState = state;
+    SerialPortWidget *port = portWidgets[0];
+    if (port->portState() == SerialPortWidget::Stopped) {
+        port->applySettings(state.settings);
+    } else {
+        // An open connection keeps running; the settings wait for its next open.
+        port->keepSettingsForNextOpen(state.settings);
+    }
+    port->applyFormatSetting(state.format);
+    port->setSendHistory(state.sendList);
+    acAutoReconnect->setChecked(state.autoReconnect);
+    applyAutoReconnectToPorts();
+    acOpenLastConnection->setChecked(state.openLastConnection);
 }
 
 void MainWindow::applyAutoReconnectToPorts()

@@ -301,27 +301,3 @@ void MainWindow::showLiveSyncMenu()
     }
     menu.exec(QCursor::pos());
 }
-
-void MainWindow::updateAccountStatus()
-{
-    accountLabel->setText(QStringLiteral("<a href=\"account\">%1</a>").arg(tr("Not signed in")));
-    accountLabel->setToolTip(tr("Click for recent messages"));
-}
-
-void MainWindow::showAccountMenu()
-{
-    QMenu menu(this);
-    menu.setObjectName(QStringLiteral("accountStatusMenu"));
-    menu.addSection(tr("Recent messages"));
-    if (history.isEmpty()) {
-        menu.addAction(tr("No messages yet"))->setEnabled(false);
-    }
-    for (auto it = history.crbegin(); it != history.crend(); ++it) {
-        menu.addAction(QStringLiteral("%1  %2").arg(
-            it->when.toString(QStringLiteral("MM-dd HH:mm")), it->text));
-    }
-    menu.addSeparator();
-    QAction *clear = menu.addAction(tr("Clear Message History"));
-    connect(clear, &QAction::triggered, this, [this] { history.clear(); });
-    menu.exec(QCursor::pos());
-}

@@ -2,6 +2,7 @@
 
 #include "app/quicksettingseditor.h"
 #include "app/settingspanel.h"
+#include "cloud/cloudsettingspage.h"
 
 #include <QDialogButtonBox>
 #include <QMessageBox>
@@ -114,6 +115,24 @@ void MultiPortSettingDlg::showQuickSettingsPage()
     showPage(quickSettingsEditor);
 }
 
+void MultiPortSettingDlg::setCloudSettingsPage(CloudSettingsPage *page)
+{
+    cloudPage = page;
+    cloudPage->setObjectName(QStringLiteral("cloudSettingsPage"));
+    if (panels.size() == 1 && tabs->indexOf(panels.constFirst()) < 0) {
+        content->removeWidget(panels.constFirst());
+        tabs->addTab(panels.constFirst(), tr("Connection %1").arg(1));
+        tabs->show();
+    }
+    tabs->addTab(cloudPage, tr("Cloud"));
+    tabs->show();
+}
+
+void MultiPortSettingDlg::showCloudPage()
+{
+    showPage(cloudPage);
+}
+
 void MultiPortSettingDlg::showPage(QWidget *page)
 {
     if (page && tabs->indexOf(page) >= 0) {
@@ -159,6 +178,11 @@ void MultiPortSettingDlg::accept()
         return;
     }
     QString error;
+    if (cloudPage && !cloudPage->validate(&error)) {
+        showCloudPage();
+        QMessageBox::warning(this, tr("Warning"), error);
+        return;
+    }
     if (!commitAll(&error)) {
         QMessageBox::warning(this, tr("Warning"), error);
         return;

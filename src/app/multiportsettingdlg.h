@@ -9,6 +9,7 @@
 class QDialogButtonBox;
 class QTabWidget;
 class QVBoxLayout;
+class CloudSettingsPage;
 class QuickSettingsEditor;
 class SettingsPanel;
 
@@ -39,6 +40,10 @@ public:
     bool showsQuickSettings() const { return quickSettingsEditor != nullptr; }
     QuickSettingsEditor *quickSettings() const { return quickSettingsEditor; }
     void showQuickSettingsPage();
+    // Adds the application's Cloud page (server address, sync); OK refuses a bad address.
+    void setCloudSettingsPage(CloudSettingsPage *page);
+    CloudSettingsPage *cloudSettings() const { return cloudPage; }
+    void showCloudPage();
 
     // Validates the pages in order and stops at the first that fails, showing it, with
     // its reason in `error`; only when all pass are they all committed.
@@ -61,5 +66,6 @@ private:
     QDialogButtonBox *buttons = nullptr;
     QList<SettingsPanel *> panels;
     QuickSettingsEditor *quickSettingsEditor = nullptr;
+    CloudSettingsPage *cloudPage = nullptr;
     QuickSettingsGroups groups;
 };

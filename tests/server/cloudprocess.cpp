@@ -25,6 +25,11 @@ QString CloudProcess::dataDir() const
     return dir.filePath(QStringLiteral("data"));
 }
 
+QString CloudProcess::baseUrl() const
+{
+    return QStringLiteral("http://127.0.0.1:%1").arg(port);
+}
+
 bool CloudProcess::start(const QStringList &extraArguments, QString *why)
 {
     process = std::make_unique<QProcess>();

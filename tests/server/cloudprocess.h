@@ -33,6 +33,8 @@ public:
     void stop();
     bool isRunning() const;
     QString dataDir() const;
+    // "http://127.0.0.1:PORT", the base URL the app is pointed at.
+    QString baseUrl() const;
     // The code of the newest registration mail to `email`, read from its last line.
     QString mailedCode(const QString &email) const;
     // What the server wrote on stderr so far.

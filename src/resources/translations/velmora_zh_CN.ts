@@ -2,6 +2,101 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN">
 <context>
+    <name>AccountDialog</name>
+    <message>
+        <source>Velmora Account</source>
+        <translation>Velmora 账户</translation>
+    </message>
+    <message>
+        <source>Sign In</source>
+        <translation>登录</translation>
+    </message>
+    <message>
+        <source>Create Account</source>
+        <translation>创建账户</translation>
+    </message>
+    <message>
+        <source>No reply from the server. Please try again.</source>
+        <translation>服务器没有回应。请重试。</translation>
+    </message>
+    <message>
+        <source>Keep me signed in</source>
+        <translation>保持登录</translation>
+    </message>
+    <message>
+        <source>Email</source>
+        <translation>电子邮箱</translation>
+    </message>
+    <message>
+        <source>Password</source>
+        <translation>密码</translation>
+    </message>
+    <message>
+        <source>Send Code</source>
+        <translation>发送验证码</translation>
+    </message>
+    <message>
+        <source>I agree to the &lt;a href=&quot;%1&quot;&gt;Terms of Service&lt;/a&gt; and have read the &lt;a href=&quot;%2&quot;&gt;Privacy Policy&lt;/a&gt;.</source>
+        <translation>我同意&lt;a href=&quot;%1&quot;&gt;服务条款&lt;/a&gt;，并已阅读&lt;a href=&quot;%2&quot;&gt;隐私政策&lt;/a&gt;。</translation>
+    </message>
+    <message>
+        <source>Username</source>
+        <translation>用户名</translation>
+    </message>
+    <message>
+        <source>Confirm</source>
+        <translation>确认密码</translation>
+    </message>
+    <message>
+        <source>Code</source>
+        <translation>验证码</translation>
+    </message>
+    <message>
+        <source>Signing in needs the online features. Allow them under Cloud &gt; Privacy and Online Features...</source>
+        <translation>登录需要开启在线功能。请在“云 &gt; 隐私与在线功能...”中允许。</translation>
+    </message>
+    <message>
+        <source>Please enter your email and password.</source>
+        <translation>请输入电子邮箱和密码。</translation>
+    </message>
+    <message>
+        <source>Signing in…</source>
+        <translation>正在登录…</translation>
+    </message>
+    <message>
+        <source>Please enter an email address.</source>
+        <translation>请输入电子邮箱地址。</translation>
+    </message>
+    <message>
+        <source>Sending the code…</source>
+        <translation>正在发送验证码…</translation>
+    </message>
+    <message>
+        <source>Please fill in the user name, the password and the code from the mail.</source>
+        <translation>请填写用户名、密码和邮件中的验证码。</translation>
+    </message>
+    <message>
+        <source>Passwords do not match.</source>
+        <translation>两次输入的密码不一致。</translation>
+    </message>
+    <message>
+        <source>Please accept the Terms of Service and the Privacy Policy to create an account.</source>
+        <translation>请接受服务条款和隐私政策以创建账户。</translation>
+    </message>
+    <message>
+        <source>Creating the account…</source>
+        <translation>正在创建账户…</translation>
+    </message>
+    <message>
+        <source>Request failed.</source>
+        <translation>请求失败。</translation>
+    </message>
+    <message>
+        <source>Request completed.</source>
+        <translation>请求已完成。</translation>
+    </message>
+</context>
+<context>
     <name>AsciiCode</name>
     <message>
         <source>\0 Null character</source>
@@ -496,6 +591,41 @@
     </message>
 </context>
 <context>
+    <name>CloudSettingsPage</name>
+    <message>
+        <source>The base address of a velmora-cloud server, such as https://cloud.example.com or http://127.0.0.1:8750. Leave it empty to keep every cloud feature off.</source>
+        <translation>velmora-cloud 服务器的基础地址，例如 https://cloud.example.com 或 http://127.0.0.1:8750。留空则关闭所有云功能。</translation>
+    </message>
+    <message>
+        <source>Sync my preferences with my account</source>
+        <translation>将我的偏好设置与账户同步</translation>
+    </message>
+    <message>
+        <source>Sync automatically every</source>
+        <translation>自动同步，间隔</translation>
+    </message>
+    <message>
+        <source> min</source>
+        <translation> 分钟</translation>
+    </message>
+    <message>
+        <source>Include the send history</source>
+        <translation>包括发送历史</translation>
+    </message>
+    <message>
+        <source>Privacy and Online Features...</source>
+        <translation>隐私与在线功能...</translation>
+    </message>
+    <message>
+        <source>Cloud server</source>
+        <translation>云服务器</translation>
+    </message>
+    <message>
+        <source>This computer&apos;s name</source>
+        <translation>本机名称</translation>
+    </message>
+</context>
+<context>
     <name>CommandEditDialog</name>
     <message>
         <source>Command</source>
@@ -883,6 +1013,17 @@
     <message>
         <source>Send</source>
         <translation>发送</translation>
+    </message>
+</context>
+<context>
+    <name>Config</name>
+    <message>
+        <source>The cloud server address must be an http:// or https:// address such as https://cloud.example.com.</source>
+        <translation>云服务器地址必须是 http:// 或 https:// 地址，例如 https://cloud.example.com。</translation>
+    </message>
+    <message>
+        <source>The cloud server address takes no user name, query or fragment.</source>
+        <translation>云服务器地址不能包含用户名、查询参数或片段。</translation>
     </message>
 </context>
 <context>
@@ -2378,6 +2519,138 @@ Reopen it now?</source>
         <source>Frame Templates...</source>
         <translation>帧模板...</translation>
     </message>
+    <message>
+        <source>No cloud server is set: enter one as &quot;Cloud server&quot; in Edit &gt; Settings..., on the Cloud page.</source>
+        <translation>尚未设置云服务器：请在“编辑 &gt; 设置...”的“云”页面中填写“云服务器”。</translation>
+    </message>
+    <message>
+        <source>&amp;Cloud</source>
+        <translation>云(&amp;C)</translation>
+    </message>
+    <message>
+        <source>Sign In...</source>
+        <translation>登录...</translation>
+    </message>
+    <message>
+        <source>Sign Out</source>
+        <translation>退出登录</translation>
+    </message>
+    <message>
+        <source>Sync Now</source>
+        <translation>立即同步</translation>
+    </message>
+    <message>
+        <source>Sync Settings...</source>
+        <translation>同步设置...</translation>
+    </message>
+    <message>
+        <source>This Computer&apos;s Name...</source>
+        <translation>本机名称...</translation>
+    </message>
+    <message>
+        <source>Privacy and Online Features...</source>
+        <translation>隐私与在线功能...</translation>
+    </message>
+    <message>
+        <source>Syncing settings…</source>
+        <translation>正在同步设置…</translation>
+    </message>
+    <message>
+        <source>Settings synced; this computer took over changes.</source>
+        <translation>设置已同步；本机已采用其他设备的更改。</translation>
+    </message>
+    <message>
+        <source>Settings synced.</source>
+        <translation>设置已同步。</translation>
+    </message>
+    <message>
+        <source>Sync failed.</source>
+        <translation>同步失败。</translation>
+    </message>
+    <message>
+        <source>Sync failed: %1</source>
+        <translation>同步失败：%1</translation>
+    </message>
+    <message>
+        <source>Sync cancelled; nothing was changed.</source>
+        <translation>同步已取消；未做任何更改。</translation>
+    </message>
+    <message>
+        <source>Cloud settings changed; use Sync Now to resolve.</source>
+        <translation>云端设置已更改；请使用“立即同步”来处理。</translation>
+    </message>
+    <message>
+        <source>Settings from the cloud are applied; the language changes when Velmora starts again.</source>
+        <translation>已应用云端设置；界面语言将在 Velmora 下次启动时更改。</translation>
+    </message>
+    <message>
+        <source>Settings from the cloud are applied.</source>
+        <translation>已应用云端设置。</translation>
+    </message>
+    <message>
+        <source>The cloud settings come from a newer Velmora and were left alone.</source>
+        <translation>云端设置来自更新版本的 Velmora，未予应用。</translation>
+    </message>
+    <message>
+        <source>Sign in again to sync settings.</source>
+        <translation>请重新登录以同步设置。</translation>
+    </message>
+    <message>
+        <source>Online features are off; this computer is signed out.</source>
+        <translation>在线功能已关闭；本机已退出登录。</translation>
+    </message>
+    <message>
+        <source>Settings sync is off: turn it on in Cloud &gt; Sync Settings...</source>
+        <translation>设置同步已关闭：请在“云 &gt; 同步设置...”中开启。</translation>
+    </message>
+    <message>
+        <source>Settings Sync</source>
+        <translation>设置同步</translation>
+    </message>
+    <message>
+        <source>Cloud settings are different from this computer.</source>
+        <translation>云端设置与本机不同。</translation>
+    </message>
+    <message>
+        <source>Choose which settings to keep for this manual sync.</source>
+        <translation>请选择本次手动同步要保留的设置。</translation>
+    </message>
+    <message>
+        <source>Use Cloud</source>
+        <translation>使用云端</translation>
+    </message>
+    <message>
+        <source>Keep Local</source>
+        <translation>保留本机</translation>
+    </message>
+    <message>
+        <source>Merge Lists</source>
+        <translation>合并列表</translation>
+    </message>
+    <message>
+        <source>Signed in as %1.</source>
+        <translation>已登录为 %1。</translation>
+    </message>
+    <message>
+        <source>Signed out.</source>
+        <translation>已退出登录。</translation>
+    </message>
+    <message>
+        <source>This Computer&apos;s Name</source>
+        <translation>本机名称</translation>
+    </message>
+    <message>
+        <source>The name this computer shows in your account:</source>
+        <translation>本机在您账户中显示的名称：</translation>
+    </message>
+    <message>
+        <source>Velmora %1 is available.</source>
+        <translation>Velmora %1 已发布。</translation>
+    </message>
+    <message>
+        <source>Signed in as %1</source>
+        <translation>已登录为 %1</translation>
+    </message>
 </context>
 <context>
     <name>MessageCodec</name>
@@ -2889,6 +3162,53 @@ Reopen it now?</source>
         <source>Replace the settings shown in this dialog with their defaults?</source>
         <translation>将此对话框中的设置恢复为默认值？</translation>
     </message>
+    <message>
+        <source>Cloud</source>
+        <translation>云</translation>
+    </message>
+</context>
+<context>
+    <name>NetworkServices</name>
+    <message>
+        <source>No cloud server is set. Enter its address as &quot;Cloud server&quot; in Edit &gt; Settings..., on the Cloud page.</source>
+        <translation>尚未设置云服务器。请在“编辑 &gt; 设置...”的“云”页面中填写“云服务器”地址。</translation>
+    </message>
+    <message>
+        <source>The server does not offer this feature yet. The service may be under maintenance or being upgraded; please try again later or check for a newer version.</source>
+        <translation>服务器尚未提供此功能。服务可能正在维护或升级；请稍后重试，或检查是否有新版本。</translation>
+    </message>
+    <message>
+        <source>The server declined the request. Please sign in again and retry.</source>
+        <translation>服务器拒绝了请求。请重新登录后重试。</translation>
+    </message>
+    <message>
+        <source>The server encountered an internal error. Please try again later.</source>
+        <translation>服务器发生内部错误。请稍后重试。</translation>
+    </message>
+    <message>
+        <source>The server rejected the request (HTTP %1). Please try again later.</source>
+        <translation>服务器拒绝了请求（HTTP %1）。请稍后重试。</translation>
+    </message>
+    <message>
+        <source>The server returned an unexpected response. Please try again later.</source>
+        <translation>服务器返回了意外的响应。请稍后重试。</translation>
+    </message>
+    <message>
+        <source>The server did not respond in time. Please check your network connection and try again.</source>
+        <translation>服务器未能及时响应。请检查网络连接后重试。</translation>
+    </message>
+    <message>
+        <source>A secure connection to the server could not be established. Please check your network environment.</source>
+        <translation>无法与服务器建立安全连接。请检查您的网络环境。</translation>
+    </message>
+    <message>
+        <source>The proxy server could not be reached. Please check your proxy settings.</source>
+        <translation>无法连接代理服务器。请检查代理设置。</translation>
+    </message>
+    <message>
+        <source>Could not connect to the server. Please check your network connection and try again.</source>
+        <translation>无法连接到服务器。请检查网络连接后重试。</translation>
+    </message>
 </context>
 <context>
     <name>NewConnection</name>
@@ -3187,6 +3507,41 @@ Reopen it now?</source>
     <message>
         <source>%1  %2</source>
         <translation>%1  %2</translation>
+    </message>
+</context>
+<context>
+    <name>PrivacyConsentDialog</name>
+    <message>
+        <source>Privacy and Online Features</source>
+        <translation>隐私与在线功能</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Velmora works fully offline. With your consent it also talks to the cloud server set in the settings page, for:&lt;/p&gt;&lt;ul&gt;&lt;li&gt;signing in to your account and binding this computer to it;&lt;/li&gt;&lt;li&gt;keeping your preferences in step between your computers;&lt;/li&gt;&lt;li&gt;a short report of this program&apos;s version and system;&lt;/li&gt;&lt;li&gt;Live Console, Live Relay and guest shares, when you start them.&lt;/li&gt;&lt;/ul&gt;&lt;p&gt;The check for a newer version runs either way.&lt;/p&gt;</source>
+        <translation>&lt;p&gt;Velmora 可以完全离线工作。在您同意后，它还会与设置页面中指定的云服务器通信，用于：&lt;/p&gt;&lt;ul&gt;&lt;li&gt;登录您的账户并将本机绑定到账户；&lt;/li&gt;&lt;li&gt;在您的多台电脑之间保持偏好设置一致；&lt;/li&gt;&lt;li&gt;发送一份关于本程序版本和系统的简短报告；&lt;/li&gt;&lt;li&gt;在您启动时使用实时控制台、实时中继和访客共享。&lt;/li&gt;&lt;/ul&gt;&lt;p&gt;无论是否同意，都会检查是否有新版本。&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;How the service treats your data: &lt;a href=&quot;%1&quot;&gt;Privacy Policy&lt;/a&gt;.&lt;/p&gt;</source>
+        <translation>&lt;p&gt;该服务如何处理您的数据：&lt;a href=&quot;%1&quot;&gt;隐私政策&lt;/a&gt;。&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;p&gt;Online features are on. Turning them off stops the reports, signs this computer out and turns off cloud services here.&lt;/p&gt;</source>
+        <translation>&lt;p&gt;在线功能已开启。关闭后将停止报告，使本机退出登录，并关闭本机的云服务。&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>Keep Online Features On</source>
+        <translation>保持在线功能开启</translation>
+    </message>
+    <message>
+        <source>Allow</source>
+        <translation>允许</translation>
+    </message>
+    <message>
+        <source>Turn Off Online Features</source>
+        <translation>关闭在线功能</translation>
+    </message>
+    <message>
+        <source>Not Now</source>
+        <translation>暂不</translation>
     </message>
 </context>
 <context>
