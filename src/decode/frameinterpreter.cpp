@@ -99,9 +99,9 @@ void FrameInterpreter::appendGeneral(QString &text, double value, int precision,
     }
 }
 
-int FrameInterpreter::checksumWidthBits(const ChecksumSpec &spec)
+int FrameInterpreter::checksumWidthBits(const ChecksumSpec &sum)
 {
-    switch (spec.kind) {
+    switch (sum.kind) {
     case ChecksumSpec::None:
         return 0;
     case ChecksumSpec::Sum8:
@@ -112,25 +112,25 @@ int FrameInterpreter::checksumWidthBits(const ChecksumSpec &spec)
     case ChecksumSpec::Crc:
         break;
     }
-    if (spec.kind != ChecksumSpec::Crc) {
+    if (sum.kind != ChecksumSpec::Crc) {
         return 0; // a kind no file should hold
     }
-    if (spec.crc == ChecksumSpec::CustomCrc) {
-        return std::clamp(spec.width, 1, 64);
+    if (sum.crc == ChecksumSpec::CustomCrc) {
+        return std::clamp(sum.width, 1, 64);
     }
     const CrcCatalog::Definition *entry =
-        spec.crc >= 0 && spec.crc < ChecksumSpec::CustomCrc
-            ? CrcCatalog::definition(CrcCatalog::Algorithm(spec.crc))
+        sum.crc >= 0 && sum.crc < ChecksumSpec::CustomCrc
+            ? CrcCatalog::definition(CrcCatalog::Algorithm(sum.crc))
             : nullptr;
     return entry ? entry->width : 16;
 }
 
-quint64 FrameInterpreter::computeChecksum(const ChecksumSpec &spec, QByteArrayView bytes)
+quint64 FrameInterpreter::computeChecksum(const ChecksumSpec &sum, QByteArrayView bytes)
 {
     if (bytes.isEmpty()) {
         return 0;
     }
-    switch (spec.kind) {
+    switch (sum.kind) {
     case ChecksumSpec::None:
         return 0;
     case ChecksumSpec::Sum8:
@@ -147,23 +147,23 @@ quint64 FrameInterpreter::computeChecksum(const ChecksumSpec &spec, QByteArrayVi
     case ChecksumSpec::Crc:
         break;
     }
-    if (spec.kind != ChecksumSpec::Crc) {
+    if (sum.kind != ChecksumSpec::Crc) {
         return 0;
     }
-    if (spec.crc == ChecksumSpec::CustomCrc) {
+    if (sum.crc == ChecksumSpec::CustomCrc) {
         CrcCatalog::CustomParameters p;
-        p.width = std::clamp(spec.width, 1, 64);
-        p.polynomial = spec.poly;
-        p.initial = spec.init;
-        p.finalXor = spec.xorOut;
-        p.reflectInput = spec.refIn;
-        p.reflectOutput = spec.refOut;
+        p.width = std::clamp(sum.width, 1, 64);
+        p.polynomial = sum.poly;
+        p.initial = sum.init;
+        p.finalXor = sum.xorOut;
+        p.reflectInput = sum.refIn;
+        p.reflectOutput = sum.refOut;
         return CrcCatalog::calculateCustom(bytes, p);
     }
-    if (spec.crc < 0 || spec.crc >= ChecksumSpec::CustomCrc) {
+    if (sum.crc < 0 || sum.crc >= ChecksumSpec::CustomCrc) {
         return 0;
     }
-    return CrcCatalog::calculate(CrcCatalog::Algorithm(spec.crc), bytes);
+    return CrcCatalog::calculate(CrcCatalog::Algorithm(sum.crc), bytes);
 }
 
 quint64 FrameInterpreter::readUnsigned(QByteArrayView bytes, Endian endian)

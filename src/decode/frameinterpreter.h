@@ -16,9 +16,9 @@ class FrameInterpreter
 public:
     // 0 for none, 8 for SUM8 and XOR8, 16 for SUM16; a CRC's width (a custom one clamped
     // to 1 .. 64, an index outside the catalogue 16).
-    static int checksumWidthBits(const ChecksumSpec &spec);
+    static int checksumWidthBits(const ChecksumSpec &sum);
     // The checksum of `bytes`; empty input gives 0.
-    static quint64 computeChecksum(const ChecksumSpec &spec, QByteArrayView bytes);
+    static quint64 computeChecksum(const ChecksumSpec &sum, QByteArrayView bytes);
     // Up to 8 bytes as one unsigned number in `endian`; an odd size reads word swap as big
     // and byte swap as little.
     static quint64 readUnsigned(QByteArrayView bytes, Endian endian);

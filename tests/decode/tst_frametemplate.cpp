@@ -65,7 +65,7 @@ void TestFrameTemplate::byteOrders()
 
 void TestFrameTemplate::fieldValues_data()
 {
-    QTest::addColumn<FieldSpec>("spec");
+    QTest::addColumn<FieldSpec>("field");
     QTest::addColumn<QByteArray>("frame");
     QTest::addColumn<bool>("shown");
     QTest::addColumn<bool>("bad");
@@ -111,15 +111,15 @@ void TestFrameTemplate::fieldValues_data()
 
 void TestFrameTemplate::fieldValues()
 {
-    QFETCH(FieldSpec, spec);
+    QFETCH(FieldSpec, field);
     QFETCH(QByteArray, frame);
     QFETCH(bool, shown);
     QFETCH(bool, bad);
     QFETCH(QString, text);
     FrameTemplate t;
     t.trailer = hex("0D");
-    spec.name = "f";
-    t.fields = {spec};
+    field.name = "f";
+    t.fields = {field};
     const QList<DecodedField> rows = FrameInterpreter::explain(t, frame);
     // The trailer row always follows.
     QCOMPARE(rows.size(), shown ? 2 : 1);
