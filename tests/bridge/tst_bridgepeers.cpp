@@ -64,6 +64,56 @@ thread.join()
 print(hashlib.sha256(data).hexdigest(), n, got.hexdigest(), flush=True)
 )";
 
+// pyserial's RFC 2217 client: changes the baud rate, sends every byte value four times
+// and prints what comes back in hexadecimal.
+const char *PyserialClient = R"(
+import serial, sys
+s = serial.serial_for_url('rfc2217://127.0.0.1:%s' % sys.argv[1], baudrate=9600, timeout=10)
+s.baudrate = 57600
+s.write(bytes(range(256)) * 4)
+sys.stdout.write(s.read(1024).hex())
+)";
+
+// A Modbus RTU server for unit 1 whose holding registers start 11, 22, 33, 44, 55; it
+// ignores other units.
+const char *PymodbusServer = R"(
+import sys
+from pymodbus.server import StartSerialServer
+from pymodbus.datastore import ModbusSlaveContext, ModbusServerContext, ModbusSequentialDataBlock
+from pymodbus.transaction import ModbusRtuFramer
+block = ModbusSequentialDataBlock(0, [11, 22, 33, 44, 55] + [0] * 95)
+context = ModbusServerContext(slaves={1: ModbusSlaveContext(hr=block, zero_mode=True)}, single=False)
+StartSerialServer(context=context, framer=ModbusRtuFramer, port=sys.argv[1], baudrate=19200,
+                  ignore_missing_slaves=True)
+)";
+
+bool pythonHas(const char *module)
+{
+    return QProcess::execute(Python, {QStringLiteral("-c"),
+                                      QStringLiteral("import %1").arg(QLatin1String(module))}) == 0;
+}
+
+QString mbpoll()
+{
+    return QStandardPaths::findExecutable(QStringLiteral("mbpoll"));
+}
+
+// Runs mbpoll to its end while the event loop, and with it the bridge, keeps running;
+// returns its exit code and what it printed.
+int runMbpoll(const QStringList &args, QString *out)
+{
+    QProcess process;
+    QSignalSpy done(&process, &QProcess::finished);
+    process.start(mbpoll(), args);
+    if (!done.wait(20000)) {
+        process.kill();
+        process.waitForFinished();
+        return -1;
+    }
+    *out = QString::fromLocal8Bit(process.readAllStandardOutput());
+    return process.exitCode();
+}
+
 QByteArray randomBytes(qsizetype size, quint32 seed)
 {
     QByteArray bytes(size, Qt::Uninitialized);
@@ -156,6 +206,11 @@ private slots:
     void listenerCarriesBothWays_data();
     void listenerCarriesBothWays();
     void cableLoopTripsFloodGuard();
+    void rfc2217ClientSetsTheLine();
+    void modbusGatewayReadsRegisters();
+    void modbusGatewayCountsBadAnswers_data();
+    void modbusGatewayCountsBadAnswers();
+    void clientsTakeTurns();
 };
 
 void TestBridgePeers::listenerCarriesBothWays_data()
@@ -266,6 +321,185 @@ void TestBridgePeers::cableLoopTripsFloodGuard()
     QCOMPARE(tripped.suspendReason(), sentence);
     tripped.refreshState();
     QCOMPARE(tripped.stateDetail(), QStringLiteral("Suspended: %1").arg(sentence));
+}
+
+void TestBridgePeers::rfc2217ClientSetsTheLine()
+{
+    if (!pythonHas("serial.rfc2217")) {
+        QSKIP("pyserial is not installed (scripts/deps.sh test installs python3-serial)");
+    }
+    Line line;
+    QString why;
+    QVERIFY2(line.open(true, &why), qPrintable(why));
+    line.collect();
+    BridgeConfig config = listenerConfig();
+    config.protocol = BridgeConfig::Rfc2217Server;
+    Served served;
+    served.start(config, line.end.get());
+    Peer client;
+    client.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    client.start(Python, {QStringLiteral("-c"), QString::fromLatin1(PyserialClient),
+                          QString::number(served.listener.serverPort())});
+    QByteArray sent;
+    for (int i = 0; i < 1024; ++i) {
+        sent.append(char(i));
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(line.fromBridge.size(), sent.size(), 20000);
+    QCOMPARE(line.fromBridge, sent);
+    QVERIFY(
+        testsupport::sttySettings(line.pty.portA()).contains(QStringLiteral("speed 57600 baud")));
+    QCOMPARE(served.link->rfc2217NegotiatedPeers(), 1);
+    QVERIFY2(served.messages.filter(QStringLiteral("the remote client set 57600 baud")).size() == 1,
+             qPrintable(served.messages.join(QLatin1Char('\n'))));
+    std::reverse(sent.begin(), sent.end());
+    line.device.write(sent);
+    QTRY_COMPARE_WITH_TIMEOUT(client.state(), QProcess::NotRunning, 20000);
+    QCOMPARE(client.exitCode(), 0);
+    QCOMPARE(QByteArray::fromHex(client.readAllStandardOutput()), sent);
+}
+
+void TestBridgePeers::modbusGatewayReadsRegisters()
+{
+    if (mbpoll().isEmpty() || !pythonHas("pymodbus.server")) {
+        QSKIP("mbpoll or pymodbus is missing (scripts/deps.sh test installs them)");
+    }
+    Line line;
+    QString why;
+    QVERIFY2(line.open(true, &why), qPrintable(why));
+    line.device.close(); // the Modbus server owns the far end
+    Peer server;
+    server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    server.start(Python,
+                 {QStringLiteral("-c"), QString::fromLatin1(PymodbusServer), line.pty.portB()});
+    BridgeConfig config = listenerConfig();
+    config.protocol = BridgeConfig::ModbusGateway;
+    config.framing.mode = FramingPolicy::IdleGap;
+    config.framing.idleGapMs = 20;
+    config.modbusTransactionTimeoutMs = 500;
+    Served served;
+    served.start(config, line.end.get());
+    const QString port = QString::number(served.listener.serverPort());
+    // The server may still be starting: poll until it answers.
+    QString out;
+    QTRY_VERIFY_WITH_TIMEOUT(runMbpoll({"-m", "tcp", "-a", "1", "-r", "1", "-c", "5", "-1", "-o",
+                                        "2", "-p", port, "127.0.0.1"},
+                                       &out) == 0,
+                             30000);
+    for (const char *row : {"[1]: \t11", "[2]: \t22", "[3]: \t33", "[4]: \t44", "[5]: \t55"}) {
+        QVERIFY2(out.contains(QLatin1String(row)), qPrintable(out));
+    }
+    const int timedOut = served.link->modbusTimedOutTransactions();
+    // Unit 7 is nobody: its request is given up once, after the transaction time-out.
+    QVERIFY(runMbpoll({"-m", "tcp", "-a", "7", "-r", "1", "-1", "-o", "1", "-p", port, "127.0.0.1"},
+                      &out) > 0);
+    QTRY_COMPARE(served.link->modbusTimedOutTransactions(), timedOut + 1);
+    QCOMPARE(served.link->modbusCrcErrors(), 0);
+}
+
+void TestBridgePeers::modbusGatewayCountsBadAnswers_data()
+{
+    QTest::addColumn<bool>("badCrc"); // else the answer names a unit nobody asked
+    QTest::newRow("bad CRC") << true;
+    QTest::newRow("unknown unit") << false;
+}
+
+void TestBridgePeers::modbusGatewayCountsBadAnswers()
+{
+    if (mbpoll().isEmpty()) {
+        QSKIP("mbpoll is missing (scripts/deps.sh test installs it)");
+    }
+    QFETCH(bool, badCrc);
+    Line line;
+    QString why;
+    QVERIFY2(line.open(true, &why), qPrintable(why));
+    // The device answers a read of two registers, spoilt as the row says.
+    QObject::connect(&line.device, &QSerialPort::readyRead, &line.device, [&] {
+        const QByteArray request = line.device.readAll();
+        QByteArray answer = QByteArray::fromHex("0103040001000200");
+        answer[0] = char(badCrc ? request.at(0) : request.at(0) + 8);
+        answer = ModbusGateway::appendCrc(answer.first(7));
+        if (badCrc) {
+            answer[answer.size() - 1] = char(answer.back() ^ 0x5A);
+        }
+        line.device.write(answer);
+    });
+    BridgeConfig config = listenerConfig();
+    config.protocol = BridgeConfig::ModbusGateway;
+    config.framing.mode = FramingPolicy::IdleGap;
+    config.framing.idleGapMs = 20;
+    Served served;
+    served.start(config, line.end.get());
+    QString out;
+    // Nothing comes back that mbpoll could take.
+    QVERIFY(runMbpoll({"-m", "tcp", "-a", "1", "-r", "1", "-c", "2", "-1", "-o", "1", "-p",
+                       QString::number(served.listener.serverPort()), "127.0.0.1"},
+                      &out) > 0);
+    QTRY_COMPARE(served.link->modbusCrcErrors(), badCrc ? 1 : 0);
+    QCOMPARE(served.link->modbusUnmatchedResponses(), badCrc ? 0 : 1);
+}
+
+void TestBridgePeers::clientsTakeTurns()
+{
+    Line line;
+    QString why;
+    QVERIFY2(line.open(true, &why), qPrintable(why));
+    // A request/response device: it answers each line it reads, unless silenced, and
+    // notes how many requests ever came together.
+    bool silent = false;
+    int mostAtOnce = 0;
+    QByteArray pending;
+    QObject::connect(&line.device, &QSerialPort::readyRead, &line.device, [&] {
+        const QByteArray bytes = line.device.readAll();
+        line.fromBridge += bytes;
+        if (silent) {
+            return;
+        }
+        pending += bytes;
+        mostAtOnce = std::max(mostAtOnce, int(pending.count('\n')));
+        while (pending.contains('\n')) {
+            const qsizetype end = pending.indexOf('\n') + 1;
+            line.device.write("ACK " + pending.first(end));
+            pending.remove(0, end);
+        }
+    });
+    BridgeConfig config = listenerConfig();
+    config.fanoutMode = FanoutMode::TakeTurns;
+    config.framing.mode = FramingPolicy::Delimiter;
+    config.framing.delimiter = "\n";
+    config.arbiterResponseTimeoutMs = 400;
+    Served served;
+    served.start(config, line.end.get());
+    QTcpSocket one;
+    QTcpSocket two;
+    for (QTcpSocket *client : {&one, &two}) {
+        client->connectToHost(QHostAddress::LocalHost, served.listener.serverPort());
+        QVERIFY(client->waitForConnected(5000));
+    }
+    QTRY_COMPARE(served.link->peers().size(), 2);
+    QByteArray wantOne;
+    QByteArray wantTwo;
+    for (int i = 0; i < 5; ++i) {
+        one.write(QByteArray("one ") + QByteArray::number(i) + '\n');
+        two.write(QByteArray("two ") + QByteArray::number(i) + '\n');
+        wantOne += QByteArray("ACK one ") + QByteArray::number(i) + '\n';
+        wantTwo += QByteArray("ACK two ") + QByteArray::number(i) + '\n';
+    }
+    QCOMPARE(testsupport::readExactly(&one, wantOne.size()), wantOne);
+    QCOMPARE(testsupport::readExactly(&two, wantTwo.size()), wantTwo);
+    QCOMPARE(mostAtOnce, 1);
+    QCOMPARE(served.link->arbiterTimedOutRequests(), 0);
+
+    // A request the device never answers costs its turn one time-out, counted once; then
+    // the device is free for the next client.
+    silent = true;
+    one.write("lost\n");
+    QTRY_VERIFY(line.fromBridge.endsWith("lost\n"));
+    QTRY_COMPARE(served.link->arbiterTimedOutRequests(), 1);
+    silent = false;
+    two.write("next\n");
+    QCOMPARE(testsupport::readExactly(&two, 9), QByteArray("ACK next\n"));
+    QCOMPARE(served.link->arbiterTimedOutRequests(), 1);
+    QCOMPARE(served.link->arbiterDroppedRequests(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestBridgePeers)
