@@ -4,6 +4,7 @@
 #include "app/quicksettingsgroups.h"
 #include "app/settingsservice.h"
 #include "automation/commandlibrary.h"
+#include "bridge/bridgeconfig.h"
 #include "scripting/scriptlibrary.h"
 
 #include <QDateTime>
@@ -250,6 +251,8 @@ private:
     ScriptLibrary scriptLibrary = ScriptLibrary::samples();
     QPointer<ScriptWindow> scriptWindow;
     std::array<ScriptPortLink *, MaxPorts> scriptLinks{};
+    // The project's bridges, written back as they were read; never enabled on load.
+    QList<BridgeConfig> projectBridges;
     QAction *acAutoReconnect = nullptr;
     QAction *acOpenLastConnection = nullptr;
 
