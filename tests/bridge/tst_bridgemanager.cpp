@@ -4,6 +4,8 @@
 #include "bridge/bridgeendpoint.h"
 #include "bridge/bridgelink.h"
 #include "bridge/bridgemanager.h"
+#include "bridge/bridgeporthooks.h"
+#include "bridge/portendpoint.h"
 #include "support/testsupport.h"
 
 #include <QSignalSpy>
@@ -63,6 +65,58 @@ BridgeConfig row(const QString &text, int index = 0)
     return c;
 }
 
+// A port session as a bridge sees it through its hooks: opens when asked, keeps what is
+// written, and passes its received bytes on as a session does.
+class HookedPort : public QObject, public BridgePortHooks
+{
+    Q_OBJECT
+
+public:
+    HookedPort(const QString &name, connectionMode mode)
+        : name(name)
+    {
+        line.connMode = mode;
+    }
+    QString bridgePortName() const override { return name; }
+    Settings settings() const override { return line; }
+    bool portIsOpen() const override { return open; }
+    void openPortForBridge() override { open = true; }
+    qint64 bridgeWriteBytes(const QByteArray &bytes, bool shown, const QString &peer) override
+    {
+        written += bytes;
+        shownFlags << shown;
+        peersWritten << peer;
+        return bytes.size();
+    }
+    qint64 bridgePendingBytes() const override { return 0; }
+    QStringList connectedPeers() const override { return peers; }
+    void setBridgeReadThrottled(bool) override {}
+    bool bridgeSupportsThrottle() const override { return true; }
+    quint8 bridgeModemState() const override { return 0; }
+    void bridgeApplySerialConfig(const QJsonObject &) override {}
+    void bridgeSetControlLine(Rfc2217ServerSession::Line, bool) override {}
+    quint64 bridgeForwardRfc2217(const Rfc2217Codec::Event &, QString *) override { return 1; }
+    void bridgeWithdrawRfc2217(quint64) override {}
+
+    QString name;
+    Settings line;
+    bool open = false;
+    QStringList peers;
+    QByteArray written;
+    QList<bool> shownFlags;
+    QStringList peersWritten;
+
+signals:
+    void rxTapped(const QByteArray &bytes, const QString &peer);
+};
+
+PortEndpoint *endFor(HookedPort *port)
+{
+    auto *end = new PortEndpoint(port, port);
+    QObject::connect(port, &HookedPort::rxTapped, end, &BridgeEndpoint::tapped);
+    return end;
+}
+
 } // namespace
 
 class TestBridgeManager : public QObject
@@ -72,6 +126,7 @@ private slots:
     void validate_data();
     void validate();
     void linksFollowPortsAndRows();
+    void portEndsFollowTheirPorts();
 };
 
 void TestBridgeManager::validate_data()
@@ -213,6 +268,42 @@ void TestBridgeManager::linksFollowPortsAndRows()
     QVERIFY(messages.contains(QStringLiteral("Removed bridge(s) whose port no longer exists: p")));
     QCOMPARE(manager.configs().size(), 2);
     QCOMPARE(manager.badgeTextForPort(2), QString());
+}
+
+void TestBridgeManager::portEndsFollowTheirPorts()
+{
+    auto *serial = new HookedPort(QStringLiteral("COM3"), ModeSerial);
+    auto *server = new HookedPort(QStringLiteral("TCP server :502"), ModeTcpServer);
+    BridgeManager manager;
+    manager.setPorts({endFor(serial), endFor(server)});
+    QString error;
+    QVERIFY(manager.addLink(row(QStringLiteral("0,1,2")), &error));
+    BridgeLink *link = manager.linkAt(0);
+    // Opening the bridge opened both ports.
+    QVERIFY(serial->open && server->open && link->isRunning());
+
+    // A server port with no client has nobody to forward to: the bytes are counted.
+    Q_EMIT serial->rxTapped("lost", QString());
+    QCOMPARE(link->flowAtoB().unrouted(), 4);
+    QVERIFY(server->written.isEmpty());
+    server->peers << QStringLiteral("10.0.0.9:4000");
+    manager.refreshAll();
+    QCOMPARE(link->stateDetail(), QStringLiteral("Running"));
+    Q_EMIT serial->rxTapped("kept", QString());
+    QCOMPARE(server->written, QByteArray("kept"));
+    QCOMPARE(server->shownFlags, QList<bool>{true});
+
+    // A removed port is never called again; the bridge reads it as closed.
+    delete server;
+    manager.refreshAll();
+    BridgeEndpoint *gone = manager.endpointFor(1);
+    QVERIFY(!gone->isAvailable() && !gone->isOpen());
+    QCOMPARE(gone->displayName(), QStringLiteral("TCP server :502"));
+    QCOMPARE(link->stateDetail(), QStringLiteral("Degraded: TCP server :502 is closed"));
+    QCOMPARE(gone->writeBytes("late", QString()), 0);
+    QCOMPARE(gone->forwardRfc2217(Rfc2217Codec::Event(), &error), 0u);
+    QCOMPARE(error, QStringLiteral("the port has been removed"));
+    delete serial;
 }
 
 QTEST_GUILESS_MAIN(TestBridgeManager)
