@@ -50,10 +50,10 @@ QList<BridgeEndpoint *> ports(int count)
 BridgeConfig row(const QString &text, int index = 0)
 {
     BridgeConfig c;
-    const QString spec = text.section(u'=', 0, 0);
+    const QString ends = text.section(u'=', 0, 0);
     c.name = text.contains(u'=') ? text.section(u'=', 1) : QStringLiteral("r%1").arg(index);
-    const QStringList parts = spec.split(u',');
-    c.useBuiltinListener = spec.startsWith(u'L');
+    const QStringList parts = ends.split(u',');
+    c.useBuiltinListener = ends.startsWith(u'L');
     c.portA = parts.at(0).mid(c.useBuiltinListener ? 1 : 0).toInt();
     if (c.useBuiltinListener) {
         c.portB = -1;
