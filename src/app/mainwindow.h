@@ -6,6 +6,7 @@
 #include "automation/commandlibrary.h"
 #include "decode/decoderchoice.h"
 #include "decode/frametemplate.h"
+#include "bridge/bridgeconfig.h"
 #include "scripting/scriptlibrary.h"
 
 #include <QDateTime>
@@ -307,6 +308,8 @@ private:
     QList<FrameTemplate> frameTemplateList;
     std::array<DecoderChoice, MaxPorts> decodeChoices{};
     QPointer<ModbusBuilderDialog> modbusBuilder;
+    // The project's bridges, written back as they were read; never enabled on load.
+    QList<BridgeConfig> projectBridges;
     QAction *acAutoReconnect = nullptr;
     QAction *acOpenLastConnection = nullptr;
 

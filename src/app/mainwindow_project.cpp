@@ -7,6 +7,7 @@
 #include "app/settingsservice.h"
 #include "automation/autoreplycodec.h"
 #include "automation/autoreplyengine.h"
+#include "bridge/bridgecodec.h"
 #include "plot/plotcodec.h"
 #include "session/serialportwidget.h"
 #include "session/wiretextcodecregistry.h"
@@ -56,6 +57,7 @@ bool MainWindow::writeSettingFile(const QString &path, bool showProgress)
     saveAutomation(file);
     saveScripts(file);
     saveDecode(file);
+    BridgeCodec::save(file, projectBridges);
     for (int i = 0; i < portCountValue; ++i) {
         PlotCodec::save(file, ProjectCodec::plotGroup(i), portWidgets[size_t(i)]->plotConfig());
     }
@@ -122,6 +124,12 @@ bool MainWindow::readSettingFile(const QString &path, QString *error)
     loadAutomation(file);
     loadScripts(file);
     loadDecode(file);
+    // A project never starts a bridge by itself: bridges open ports and listen on the
+    // network, so they come back disabled until the user turns them on.
+    projectBridges = BridgeCodec::load(file);
+    for (BridgeConfig &bridge : projectBridges) {
+        bridge.enabled = false;
+    }
     return true;
 }
 

@@ -2,6 +2,7 @@
 #include "app/multiportsettingdlg.h"
 #include "app/newconnection.h"
 #include "automation/autoreplyengine.h"
+#include "bridge/bridgecodec.h"
 #include "scripting/scriptportlink.h"
 #include "scripting/scriptwindow.h"
 #include "session/serialportwidget.h"
@@ -338,6 +339,13 @@ void TestMainWindow::projectRoundTripRestoresTheBench()
         QCOMPARE(window.windowTitle(),
                  QString("bench.vlm[*] - ") + QCoreApplication::applicationName());
     }
+    BridgeConfig bridge;
+    bridge.name = "relay";
+    bridge.portB = 2;
+    {
+        QSettings file(path, QSettings::IniFormat);
+        BridgeCodec::save(file, {bridge});
+    }
     MainWindow window;
     // What the bench showed before is not part of the project.
     window.portWidget(0)->pushByteArray("before", true, Received, QString());
@@ -370,6 +378,11 @@ void TestMainWindow::projectRoundTripRestoresTheBench()
     QCOMPARE(window.library().groups.first().commands.first().text, QString("R?"));
     QCOMPARE(window.scripts().scripts.size(), 1);
     QCOMPARE(window.scripts().scripts.first().source, QString("sendLine(\"AT\")\nexpect(\"OK\")\n"));
+    // Bridges come back with the project, and are saved again, but never enabled by a load.
+    QVERIFY(window.writeSettingFile(dir.filePath("again.vlm"), false));
+    bridge.enabled = false;
+    QCOMPARE(BridgeCodec::load(QSettings(dir.filePath("again.vlm"), QSettings::IniFormat)),
+             QList<BridgeConfig>{bridge});
     QVERIFY(!window.loadFile(dir.filePath("missing.vlm")));
     QCOMPARE(window.portCount(), 4);
 

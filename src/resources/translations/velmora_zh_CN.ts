@@ -591,6 +591,220 @@
     </message>
 </context>
 <context>
+    <name>BridgeEndpoint</name>
+    <message>
+        <source>this end has no remote serial port</source>
+        <translation>此端没有远程串口</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeFlow</name>
+    <message>
+        <source>Egress queue overflowed</source>
+        <translation>发送队列溢出</translation>
+    </message>
+    <message>
+        <source>Flood guard tripped (possible cable loop)</source>
+        <translation>防洪保护已触发（可能存在线缆环路）</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeLink</name>
+    <message>
+        <source>%1: could not pass the client&apos;s request on to the remote port: %2</source>
+        <translation>%1：无法将客户端的请求转交给远程端口：%2</translation>
+    </message>
+    <message>
+        <source>%1 baud</source>
+        <translation>波特率 %1</translation>
+    </message>
+    <message>
+        <source>%1 data bits</source>
+        <translation>数据位 %1</translation>
+    </message>
+    <message>
+        <source>parity %1</source>
+        <translation>校验位 %1</translation>
+    </message>
+    <message>
+        <source>%1 stop bits</source>
+        <translation>停止位 %1</translation>
+    </message>
+    <message>
+        <source>flow control %1</source>
+        <translation>流控 %1</translation>
+    </message>
+    <message>
+        <source>DTR on</source>
+        <translation>DTR 有效</translation>
+    </message>
+    <message>
+        <source>DTR off</source>
+        <translation>DTR 无效</translation>
+    </message>
+    <message>
+        <source>RTS on</source>
+        <translation>RTS 有效</translation>
+    </message>
+    <message>
+        <source>RTS off</source>
+        <translation>RTS 无效</translation>
+    </message>
+    <message>
+        <source>Break on</source>
+        <translation>Break 开启</translation>
+    </message>
+    <message>
+        <source>Break off</source>
+        <translation>Break 关闭</translation>
+    </message>
+    <message>
+        <source>%1: the local client asked the remote port for %2</source>
+        <translation>%1：本地客户端请求远程端口设置 %2</translation>
+    </message>
+    <message>
+        <source>%1: the remote client set %2</source>
+        <translation>%1：远程客户端设置了 %2</translation>
+    </message>
+    <message>
+        <source>%1: sent the serial parameters to the remote port</source>
+        <translation>%1：已将串口参数发送到远程端口</translation>
+    </message>
+    <message>
+        <source>%1: the remote port did not answer the client&apos;s request within %2 s</source>
+        <translation>%1：远程端口未在 %2 秒内应答客户端的请求</translation>
+    </message>
+    <message>
+        <source>(unnamed)</source>
+        <translation>（未命名）</translation>
+    </message>
+    <message>
+        <source>%1: capture stopped, %2</source>
+        <translation>%1：抓包已停止，%2</translation>
+    </message>
+    <message>
+        <source>%1: remote client %2 connected</source>
+        <translation>%1：远程客户端 %2 已连接</translation>
+    </message>
+    <message>
+        <source>%1: remote client %2 disconnected</source>
+        <translation>%1：远程客户端 %2 已断开</translation>
+    </message>
+    <message>
+        <source>%1: high throughput, forwarded traffic is no longer shown (logging continues)</source>
+        <translation>%1：吞吐量过高，不再显示转发的数据（记录继续）</translation>
+    </message>
+    <message>
+        <source>Disabled</source>
+        <translation>已禁用</translation>
+    </message>
+    <message>
+        <source>Suspended: %1</source>
+        <translation>已暂停：%1</translation>
+    </message>
+    <message>
+        <source>Running, no client connected</source>
+        <translation>运行中，无客户端连接</translation>
+    </message>
+    <message>
+        <source>Running (display paused)</source>
+        <translation>运行中（显示已暂停）</translation>
+    </message>
+    <message>
+        <source>Running</source>
+        <translation>运行中</translation>
+    </message>
+    <message>
+        <source>Degraded: %1 is closed</source>
+        <translation>降级：%1 已关闭</translation>
+    </message>
+    <message>
+        <source>Waiting for both ends to open</source>
+        <translation>等待两端打开</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeLog</name>
+    <message>
+        <source>(unnamed)</source>
+        <translation>（未命名）</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeLogWriter</name>
+    <message>
+        <source>Cannot create the log folder %1</source>
+        <translation>无法创建日志文件夹 %1</translation>
+    </message>
+    <message>
+        <source>Cannot open %1: %2</source>
+        <translation>无法打开 %1：%2</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeManager</name>
+    <message>
+        <source>(unnamed)</source>
+        <translation>（未命名）</translation>
+    </message>
+    <message>
+        <source>%1 (%2)</source>
+        <translation>%1（%2）</translation>
+    </message>
+    <message>
+        <source>Skipped invalid bridge(s): %1</source>
+        <translation>已跳过无效的桥接：%1</translation>
+    </message>
+    <message>
+        <source>A bridge needs two different ports</source>
+        <translation>桥接需要两个不同的端口</translation>
+    </message>
+    <message>
+        <source>Both ends must name a port</source>
+        <translation>两端都必须指定端口</translation>
+    </message>
+    <message>
+        <source>Port number is out of range</source>
+        <translation>端口号超出范围</translation>
+    </message>
+    <message>
+        <source>Port %1 is transferring a file</source>
+        <translation>端口 %1 正在传输文件</translation>
+    </message>
+    <message>
+        <source>That direction is already bridged</source>
+        <translation>该方向已被桥接</translation>
+    </message>
+    <message>
+        <source>End A must name a port</source>
+        <translation>A 端必须指定端口</translation>
+    </message>
+    <message>
+        <source>The built-in listener needs a TCP port</source>
+        <translation>内置监听需要一个 TCP 端口</translation>
+    </message>
+    <message>
+        <source>TCP port %1 is already used by &quot;%2&quot;</source>
+        <translation>TCP 端口 %1 已被“%2”使用</translation>
+    </message>
+    <message>
+        <source>Port %1 is written to by more than one bridge; their data will interleave on its wire.</source>
+        <translation>端口 %1 被多个桥接写入；它们的数据将在线路上交错。</translation>
+    </message>
+    <message>
+        <source>Port %1</source>
+        <translation>端口 %1</translation>
+    </message>
+    <message>
+        <source>Bridged to %1</source>
+        <translation>已桥接到 %1</translation>
+    </message>
+    <message>
+        <source>Removed bridge(s) whose port no longer exists: %1</source>
+        <translation>已删除端口不再存在的桥接：%1</translation>
+    </message>
+</context>
+<context>
     <name>CloudSettingsPage</name>
     <message>
         <source>The base address of a velmora-cloud server, such as https://cloud.example.com or http://127.0.0.1:8750. Leave it empty to keep every cloud feature off.</source>
@@ -3510,6 +3724,13 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>PortEndpoint</name>
+    <message>
+        <source>the port has been removed</source>
+        <translation>该端口已被移除</translation>
+    </message>
+</context>
+<context>
     <name>PrivacyConsentDialog</name>
     <message>
         <source>Privacy and Online Features</source>
@@ -6113,6 +6334,21 @@ Dialogs: %3
 场景：%2
 对话框：%3
 </translation>
+    </message>
+</context>
+<context>
+    <name>TcpListenerEndpoint</name>
+    <message>
+        <source>Refused %1: %2</source>
+        <translation>已拒绝 %1：%2</translation>
+    </message>
+    <message>
+        <source>TCP :%1 (built-in)</source>
+        <translation>TCP :%1（内置）</translation>
+    </message>
+    <message>
+        <source>Cannot listen on TCP port %1: %2</source>
+        <translation>无法在 TCP 端口 %1 上监听：%2</translation>
     </message>
 </context>
 <context>
