@@ -190,9 +190,13 @@ XferStep XmodemCodec::receive(const QByteArray &bytes, qint64 nowMs)
     }
     rx.append(bytes);
     if (rx.size() > MaxBufferedBytes) {
-        rx.remove(0, rx.size() - MaxBufferedBytes);
+        // Only a streaming sender may run ahead of our answers, and its blocks are taken
+        // as they come; anyone else who sends this much unasked is not in the protocol.
+        fail(XferError::ProtocolViolation,
+             tr("The device sent more data than the transfer asked for."), true);
+        return finishStep(nowMs);
     }
-    if (!waitingEgress) {
+    if (parsingAllowed()) {
         process(nowMs);
     }
     return finishStep(nowMs);
@@ -215,6 +219,13 @@ XferStep XmodemCodec::tick(qint64 nowMs)
         receiverTimeout(nowMs);
     }
     return finishStep(nowMs);
+}
+
+bool XmodemCodec::parsingAllowed() const
+{
+    // A YMODEM-G sender streams without waiting for us: its blocks are taken even while
+    // our last answer is still leaving, or they would pile up behind it.
+    return !waitingEgress || (role == Role::Receiver && streaming);
 }
 
 XferStep XmodemCodec::pump(qint64 nowMs)
@@ -289,16 +300,18 @@ XferStep XmodemCodec::finishStep(qint64 nowMs)
         step.nextTimeoutMs = -1;
         return step;
     }
-    if (!step.out.isEmpty()) {
+    if (waitingEgress) {
         // The timer waits for the output to leave: onEgressDrained arms it.
         deadlineMs = -1;
-        deferredTimeoutMs = arming ? armMs : -1;
+        if (arming || !step.out.isEmpty()) {
+            deferredTimeoutMs = arming ? armMs : -1;
+        }
         step.nextTimeoutMs = -1;
     } else if (arming) {
         deadlineMs = nowMs + armMs;
         step.nextTimeoutMs = armMs;
     } else {
-        step.nextTimeoutMs = waitingEgress ? -1 : int(remainingMs(nowMs));
+        step.nextTimeoutMs = int(remainingMs(nowMs));
     }
     return step;
 }
@@ -322,7 +335,7 @@ void XmodemCodec::process(qint64 nowMs)
         return;
     }
     rxAt = 0;
-    while (!waitingEgress && !isEnded() && receiverStep()) {
+    while (parsingAllowed() && !isEnded() && receiverStep()) {
     }
     if (!isEnded()) {
         rx.remove(0, rxAt);

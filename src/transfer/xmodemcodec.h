@@ -57,7 +57,7 @@ public:
     static constexpr int MaxRetries = 10;
     static constexpr int CrcAttempts = 6;
     // Received bytes held while output drains; a peer that sends more than this
-    // unanswered is not speaking the protocol, and the oldest bytes are dropped.
+    // unanswered is not speaking the protocol.
     static constexpr qsizetype MaxBufferedBytes = 65536;
 
     // `blockSize` is the largest block to send: 128 or 1024 (others read as 1024).
@@ -116,6 +116,7 @@ public:
 
 private:
     XferStep finishStep(qint64 nowMs);
+    bool parsingAllowed() const;
     void process(qint64 nowMs);
     void send(const QByteArray &bytes, int timeoutMs);
     void arm(int timeoutMs);
