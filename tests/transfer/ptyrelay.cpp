@@ -68,13 +68,19 @@ bool PtyRelay::start(const Options &options, QString *why)
     }
     // The pipe's writing end stays blocking: the peer that gets it must be held back
     // when the line is full, not handed EAGAIN.
-    if (pipe2(wakePipe, O_CLOEXEC) != 0 || pipe2(outPipe, O_CLOEXEC) != 0 ||
-        fcntl(outPipe[0], F_SETFL, fcntl(outPipe[0], F_GETFL) | O_NONBLOCK) != 0) {
+    bool piped = pipe2(wakePipe, O_CLOEXEC) == 0;
+    for (auto &out : outPipes) {
+        piped = piped && pipe2(out, O_CLOEXEC) == 0 &&
+                fcntl(out[0], F_SETFL, fcntl(out[0], F_GETFL) | O_NONBLOCK) == 0;
+    }
+    if (!piped) {
         *why = QStringLiteral("pipe failed");
         stop();
         return false;
     }
     stopping = false;
+    marks[0].clear();
+    marks[1].clear();
     worker = std::thread([this] { run(); });
     return true;
 }
@@ -88,7 +94,7 @@ void PtyRelay::stop()
         worker.join();
     }
     for (int *fd : {&masters[0], &masters[1], &slaves[0], &slaves[1], &wakePipe[0], &wakePipe[1],
-                    &outPipe[0], &outPipe[1]}) {
+                    &outPipes[0][0], &outPipes[0][1], &outPipes[1][0], &outPipes[1][1]}) {
         if (*fd >= 0) {
             close(*fd);
             *fd = -1;
@@ -96,9 +102,20 @@ void PtyRelay::stop()
     }
 }
 
+qint64 PtyRelay::microsecondsWhenCarried(int fromSide, qint64 count) const
+{
+    for (const Mark &mark : marks[fromSide]) {
+        if (mark.total >= count) {
+            return mark.us;
+        }
+    }
+    return -1;
+}
+
 void PtyRelay::run()
 {
     Lane lanes[2];
+    const auto started = Clock::now();
     const auto byteTime = opts.bytesPerSecond > 0
                               ? std::chrono::duration_cast<Clock::duration>(
                                     std::chrono::duration<double>(1.0 / opts.bytesPerSecond))
@@ -112,9 +129,10 @@ void PtyRelay::run()
         bool blocked[2] = {false, false};
         for (int from = 0; from < 2; ++from) {
             Lane &lane = lanes[from];
-            // A line that was idle saves no credit; one that is merely a little behind
-            // (a late wake-up) keeps its schedule, so the average rate holds.
-            auto slot = lane.lineFree < now - Slack ? now : lane.lineFree;
+            // A byte leaves no earlier than its arrival plus the latency, and no earlier
+            // than the line is free: an idle line saves no credit, and a late wake-up
+            // catches up, so the average rate holds.
+            auto slot = lane.lineFree;
             QByteArray chunk;
             std::vector<Clock::time_point> after;
             for (const Pending &p : lane.queue) {
@@ -142,6 +160,9 @@ void PtyRelay::run()
                 lane.queue.erase(lane.queue.begin(), lane.queue.begin() + n);
                 lane.lineFree = after[size_t(n) - 1];
                 counts[from] += n;
+                marks[from].push_back(
+                    {std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - started).count(),
+                     counts[from].load()});
                 if (n < chunk.size()) {
                     blocked[from] = true;
                 }
@@ -149,18 +170,16 @@ void PtyRelay::run()
                 blocked[from] = true; // the far end reads slower than the line: wait for it
             }
         }
-        pollfd fds[6];
+        pollfd fds[7];
         int count = 0;
         fds[count++] = {wakePipe[0], POLLIN, 0};
-        int sideOf[6] = {-1, -1, -1, -1, -1, -1};
+        int sideOf[7] = {-1, -1, -1, -1, -1, -1, -1};
         for (int side = 0; side < 2; ++side) {
             if (qsizetype(lanes[side].queue.size()) < opts.bufferBytes) {
                 sideOf[count] = side;
                 fds[count++] = {masters[side], POLLIN, 0};
-                if (side == 1) {
-                    sideOf[count] = side;
-                    fds[count++] = {outPipe[0], POLLIN, 0};
-                }
+                sideOf[count] = side;
+                fds[count++] = {outPipes[side][0], POLLIN, 0};
             }
             if (blocked[side]) {
                 fds[count++] = {masters[1 - side], POLLOUT, 0};

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <vector>
 
 namespace testsupport {
 
@@ -32,13 +33,16 @@ public:
     // The terminal device of each end, such as "/dev/pts/7".
     QString portA() const { return paths[0]; }
     QString portB() const { return paths[1]; }
-    // A pipe whose bytes go out of side B as if written to its terminal. A peer that
+    // A pipe whose bytes go out of a side as if written to its terminal. A peer that
     // empties its terminal's queues right after answering (lrzsz does, as it exits)
     // writes here instead, so its last answer cannot be swallowed before it is read:
     // give the child this descriptor as its standard output.
-    int sideBWriter() const { return outPipe[1]; }
-    // Bytes carried from A to B and from B to A.
+    int writerFor(int side) const { return outPipes[side][1]; }
+    // Bytes carried from A to B (0) and from B to A (1).
     qint64 carried(int fromSide) const { return counts[fromSide].load(); }
+    // Microseconds since start() at which the bytes from `fromSide` had reached `count`
+    // carried; -1 if they never did. For after stop().
+    qint64 microsecondsWhenCarried(int fromSide, qint64 count) const;
 
 private:
     void run();
@@ -48,7 +52,13 @@ private:
     int slaves[2] = {-1, -1};
     QString paths[2];
     int wakePipe[2] = {-1, -1};
-    int outPipe[2] = {-1, -1};
+    int outPipes[2][2] = {{-1, -1}, {-1, -1}};
+    struct Mark
+    {
+        qint64 us;
+        qint64 total;
+    };
+    std::vector<Mark> marks[2]; // one per write, kept by the relay's thread
     std::thread worker;
     std::atomic<bool> stopping{false};
     std::atomic<qint64> counts[2];

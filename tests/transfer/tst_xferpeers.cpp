@@ -184,7 +184,7 @@ void TestXferPeers::lrzsz()
         process.setStandardOutputFile(pty.portB());
         process.start(Python, {QFINDTESTDATA("ymodem_g_receiver.py"), pty.portB(), theirs.path()});
     } else {
-        const int writer = pty.sideBWriter();
+        const int writer = pty.writerFor(1);
         process.setChildProcessModifier([writer] { ::dup2(writer, STDOUT_FILENO); });
         QStringList args = peer.split(QLatin1Char(' '));
         process.start(args.takeFirst(), args);
