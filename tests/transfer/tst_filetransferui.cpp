@@ -40,7 +40,6 @@ void TestFileTransferUi::dialog_data()
     const int y = int(XferProtocol::Ymodem);
     const int x = int(XferProtocol::Xmodem);
     QTest::newRow("YMODEM-G, serial without RTS/CTS") << send << g << int(ModeSerial) << 0 << QStringList() << true << "YMODEM-G does not resend" << "YMODEM-G does not retransmit";
-    QTest::newRow("YMODEM-G, serial with RTS/CTS") << send << g << int(ModeSerial) << 1 << QStringList() << true << "" << "";
     QTest::newRow("YMODEM-G over TCP") << receive << g << int(ModeTcpClient) << 0 << QStringList() << true << "" << "";
     QTest::newRow("XMODEM send pads") << send << x << int(ModeSerial) << 0 << QStringList() << true << "XMODEM carries no file name or length. The device" << "";
     QTest::newRow("XMODEM receive needs a name") << receive << x << int(ModeSerial) << 0 << QStringList() << true << "XMODEM carries no file name or length, so you" << "";
