@@ -74,10 +74,7 @@ void FileTransferBar::showSession(const FileTransferSession &session)
         const int shift = p.bytesTotal > std::numeric_limits<int>::max() ? 10 : 0;
         bar->setRange(0, int(p.bytesTotal >> shift));
         bar->setValue(int(std::min(p.bytesDone, p.bytesTotal) >> shift));
-    } else if (p.bytesTotal == 0) {
-        bar->setRange(0, 1);
-        bar->setValue(session.state() == FileTransferSession::State::Finished ? 1 : 0);
-    } else if (session.isOver()) {
+    } else if (p.bytesTotal == 0 || session.isOver()) {
         bar->setRange(0, 1);
         bar->setValue(session.state() == FileTransferSession::State::Finished ? 1 : 0);
     } else {

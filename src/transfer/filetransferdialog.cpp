@@ -289,10 +289,12 @@ void FileTransferDialog::updateChoices()
     hintLabel->setVisible(!hint.isEmpty());
     // XMODEM and XMODEM-CRC only know 128-byte blocks.
     const bool blockChoice = p != XferProtocol::Xmodem && p != XferProtocol::XmodemCrc;
-    blockBox->setEnabled(blockChoice);
     if (!blockChoice) {
         blockBox->setCurrentIndex(0);
+    } else if (!blockBox->isEnabled()) {
+        blockBox->setCurrentIndex(1); // back from a 128-only protocol: large blocks again
     }
+    blockBox->setEnabled(blockChoice);
     saveAsEdit->setEnabled(isXmodem(p));
     errorLabel->hide();
 }
