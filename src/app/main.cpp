@@ -1,6 +1,6 @@
 #include "app/appearance.h"
 #include "app/apptranslations.h"
-#include "app/logging.h"
+#include "common/logging.h"
 #include "app/mainwindow.h"
 #include "app/setconfigfilepathdialog.h"
 #include "app/startup.h"

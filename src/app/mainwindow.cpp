@@ -1,7 +1,7 @@
 #include "app/mainwindow.h"
 
 #include "app/appearance.h"
-#include "app/logging.h"
+#include "common/logging.h"
 #include "app/setconfigfilepathdialog.h"
 #include "session/serialportwidget.h"
 #include "tools/asciicode.h"

@@ -3,7 +3,7 @@
 
 #include "app/mainwindow.h"
 
-#include "app/logging.h"
+#include "common/logging.h"
 #include "app/multiportsettingdlg.h"
 #include "app/newconnection.h"
 #include "session/serialportwidget.h"

@@ -1,7 +1,7 @@
 // Projects (".vlm" files that hold the whole bench) and the last-used state that seeds
 // the next start.
 
-#include "app/logging.h"
+#include "common/logging.h"
 #include "app/mainwindow.h"
 #include "app/projectcodec.h"
 #include "app/settingsservice.h"

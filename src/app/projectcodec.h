@@ -8,7 +8,7 @@
 // where they go.
 
 #include "app/quicksettingsgroups.h"
-#include "app/storedvaluereader.h"
+#include "common/storedvaluereader.h"
 #include "connection/settings.h"
 
 #include <QList>

@@ -7,7 +7,7 @@
 // project's names with "Last" in front.
 
 #include "app/quicksettingsgroups.h"
-#include "app/storedvaluereader.h"
+#include "common/storedvaluereader.h"
 #include "connection/settings.h"
 
 #include <QString>

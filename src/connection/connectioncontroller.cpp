@@ -1,6 +1,6 @@
 #include "connection/connectioncontroller.h"
 
-#include "app/logging.h"
+#include "common/logging.h"
 #include "cloud/relaysocket.h"
 #include "connection/multiclientserver.h"
 

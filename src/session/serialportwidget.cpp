@@ -1,7 +1,7 @@
 #include "session/serialportwidget.h"
 
 #include "app/connectionsettingswidget.h"
-#include "app/logging.h"
+#include "common/logging.h"
 #include "app/settingsservice.h"
 #include "automation/autoreplyrunner.h"
 #include "automation/sequencerunner.h"

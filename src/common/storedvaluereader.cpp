@@ -1,4 +1,4 @@
-#include "app/storedvaluereader.h"
+#include "common/storedvaluereader.h"
 
 #include <QSettings>
 #include <QVariant>

@@ -1,4 +1,4 @@
-#include "app/logging.h"
+#include "common/logging.h"
 
 Q_LOGGING_CATEGORY(lcApp, "vlm.app")
 Q_LOGGING_CATEGORY(lcTerminal, "vlm.terminal")

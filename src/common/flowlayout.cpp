@@ -1,4 +1,4 @@
-#include "session/flowlayout.h"
+#include "common/flowlayout.h"
 
 #include <QWidget>
 
