@@ -5,7 +5,7 @@
 
 #include "connection/settings.h"
 #include "session/receiverenderer.h"
-#include "session/rxdata.h"
+#include "connection/rxdata.h"
 
 #include <benchmark/benchmark.h>
 

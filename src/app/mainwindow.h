@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/livesyncstatus.h"
-#include "app/quicksettingsgroups.h"
+#include "session/quicksettingsgroups.h"
 #include "app/settingsservice.h"
 #include "automation/commandlibrary.h"
 #include "scripting/scriptlibrary.h"

@@ -9,7 +9,7 @@
 #include "automation/autoreplyengine.h"
 #include "plot/plotcodec.h"
 #include "session/serialportwidget.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/wiretextcodecregistry.h"
 
 #include <QAction>
 #include <QApplication>

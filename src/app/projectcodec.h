@@ -7,7 +7,7 @@
 // libraries); this codec neither holds nor touches them, and the group names below are
 // where they go.
 
-#include "app/quicksettingsgroups.h"
+#include "session/quicksettingsgroups.h"
 #include "common/storedvaluereader.h"
 #include "connection/settings.h"
 

@@ -1,11 +1,11 @@
 #include "app/settingspanel.h"
 
-#include "app/portfieldlimits.h"
+#include "connection/portfieldlimits.h"
 #include "app/settingsservice.h"
 #include "connection/displayfont.h"
 #include "connection/serialportlist.h"
 #include "connection/settingscodec.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/wiretextcodecregistry.h"
 #include "tools/crccatalog.h"
 
 #include <QCheckBox>

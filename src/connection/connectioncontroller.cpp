@@ -1,7 +1,7 @@
 #include "connection/connectioncontroller.h"
 
 #include "common/logging.h"
-#include "cloud/relaysocket.h"
+#include "connection/relaysocket.h"
 #include "connection/multiclientserver.h"
 
 #include <QHostInfo>

@@ -4,8 +4,8 @@
 #include "automation/commandlibrary.h"
 #include "automation/commandlibrarytext.h"
 #include "scripting/scriptengine_p.h"
-#include "session/messagecodec.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/messagecodec.h"
+#include "connection/wiretextcodecregistry.h"
 #include "tools/crccatalog.h"
 
 #include <QTime>

@@ -2,9 +2,9 @@
 
 #include "common/textcontrast.h"
 #include "connection/settings.h"
-#include "session/messagecodec.h"
-#include "session/rxdata.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/messagecodec.h"
+#include "connection/rxdata.h"
+#include "connection/wiretextcodecregistry.h"
 
 #include <QMetaObject>
 #include <QPlainTextEdit>

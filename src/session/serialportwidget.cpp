@@ -1,6 +1,6 @@
 #include "session/serialportwidget.h"
 
-#include "app/connectionsettingswidget.h"
+#include "connection/connectionsettingswidget.h"
 #include "common/logging.h"
 #include "app/settingsservice.h"
 #include "automation/autoreplyrunner.h"
@@ -13,10 +13,10 @@
 #include "session/controllineledrow.h"
 #include "session/hled.h"
 #include "session/logwriter.h"
-#include "session/messagecodec.h"
+#include "connection/messagecodec.h"
 #include "session/receiverenderer.h"
 #include "session/ui_serialportwidget.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/wiretextcodecregistry.h"
 
 #include <QCheckBox>
 #include <QComboBox>

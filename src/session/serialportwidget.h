@@ -1,11 +1,11 @@
 #pragma once
 
-#include "app/quicksettingsgroups.h"
+#include "session/quicksettingsgroups.h"
 #include "automation/sequencereportlog.h"
 #include "connection/settings.h"
 #include "session/ansiescapefilter.h"
-#include "session/rxdata.h"
-#include "session/wiretextdecoder.h"
+#include "connection/rxdata.h"
+#include "connection/wiretextdecoder.h"
 
 #include <QElapsedTimer>
 #include <QHash>

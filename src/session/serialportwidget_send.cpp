@@ -2,10 +2,10 @@
 
 #include "connection/connectioncontroller.h"
 #include "session/controllineledrow.h"
-#include "session/messagecodec.h"
+#include "connection/messagecodec.h"
 #include "session/receiverenderer.h"
 #include "session/ui_serialportwidget.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/wiretextcodecregistry.h"
 
 #include <QComboBox>
 #include <QKeyEvent>

@@ -1,6 +1,6 @@
 #include "session/serialportwidget.h"
 
-#include "app/connectionsettingswidget.h"
+#include "connection/connectionsettingswidget.h"
 #include "connection/connectioncontroller.h"
 #include "connection/serialportlist.h"
 #include "session/controllineledrow.h"

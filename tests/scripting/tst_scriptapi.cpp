@@ -3,8 +3,8 @@
 
 #include "automation/commandlibrary.h"
 #include "scriptharness.h"
-#include "session/messagecodec.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/messagecodec.h"
+#include "connection/wiretextcodecregistry.h"
 #include "tools/crccatalog.h"
 
 #include <QtTest>

@@ -8,7 +8,7 @@
 #include "connection/multiclientserver.h"
 #include "scripting/scriptlibrary.h"
 #include "scripting/scriptportlink.h"
-#include "session/messagecodec.h"
+#include "connection/messagecodec.h"
 #include "session/serialportwidget.h"
 #include "support/testsupport.h"
 

@@ -2,7 +2,7 @@
 // the engine's send and receive interface.
 
 #include "scriptharness.h"
-#include "session/messagecodec.h"
+#include "connection/messagecodec.h"
 
 #include <QFile>
 #include <QtTest>

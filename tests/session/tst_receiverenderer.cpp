@@ -1,6 +1,6 @@
 #include "common/textcontrast.h"
 #include "session/receiverenderer.h"
-#include "session/rxdata.h"
+#include "connection/rxdata.h"
 
 #include <QPlainTextEdit>
 #include <QScrollBar>

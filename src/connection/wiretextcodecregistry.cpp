@@ -1,4 +1,4 @@
-#include "session/wiretextcodecregistry.h"
+#include "connection/wiretextcodecregistry.h"
 
 #include <QHash>
 #include <QStringDecoder>

@@ -1,4 +1,4 @@
-#include "cloud/relaysocket.h"
+#include "connection/relaysocket.h"
 
 #include <QMetaObject>
 

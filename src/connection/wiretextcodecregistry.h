@@ -3,7 +3,7 @@
 // The text encodings a port can speak on the wire, under their canonical names and
 // the other names by which users and files refer to them.
 
-#include "session/wiretextdecoder.h"
+#include "connection/wiretextdecoder.h"
 
 #include <QByteArray>
 #include <QCoreApplication>

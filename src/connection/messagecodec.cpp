@@ -1,7 +1,7 @@
-#include "session/messagecodec.h"
+#include "connection/messagecodec.h"
 
-#include "session/wiretextcodecregistry.h"
-#include "session/wiretextdecoder.h"
+#include "connection/wiretextcodecregistry.h"
+#include "connection/wiretextdecoder.h"
 #include "tools/crccatalog.h"
 
 namespace {

@@ -1,6 +1,6 @@
-#include "app/connectionsettingswidget.h"
+#include "connection/connectionsettingswidget.h"
 
-#include "app/portfieldlimits.h"
+#include "connection/portfieldlimits.h"
 #include "connection/serialportlist.h"
 
 #include <QComboBox>

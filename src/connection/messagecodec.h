@@ -7,7 +7,7 @@
 // (line position, last times, decoders) and passes it in by reference.
 
 #include "connection/settings.h"
-#include "session/rxdata.h"
+#include "connection/rxdata.h"
 
 #include <QByteArray>
 #include <QCoreApplication>

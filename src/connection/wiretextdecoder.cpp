@@ -1,4 +1,4 @@
-#include "session/wiretextdecoder.h"
+#include "connection/wiretextdecoder.h"
 
 #include <QTextCodec>
 

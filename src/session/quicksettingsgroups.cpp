@@ -1,4 +1,4 @@
-#include "app/quicksettingsgroups.h"
+#include "session/quicksettingsgroups.h"
 
 #include "common/storedvaluereader.h"
 #include "connection/settingskey.h"
