@@ -1,10 +1,10 @@
 #pragma once
 
 #include "app/livesyncstatus.h"
-#include "session/quicksettingsgroups.h"
 #include "app/settingsservice.h"
 #include "automation/commandlibrary.h"
 #include "scripting/scriptlibrary.h"
+#include "session/quicksettingsgroups.h"
 
 #include <QDateTime>
 #include <QList>

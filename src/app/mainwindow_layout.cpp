@@ -3,9 +3,9 @@
 
 #include "app/mainwindow.h"
 
-#include "common/logging.h"
 #include "app/multiportsettingdlg.h"
 #include "app/newconnection.h"
+#include "common/logging.h"
 #include "session/serialportwidget.h"
 
 #include <QAction>

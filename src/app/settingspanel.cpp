@@ -1,8 +1,9 @@
 #include "app/settingspanel.h"
 
-#include "connection/portfieldlimits.h"
 #include "app/settingsservice.h"
+#include "connection/connectionsettingswidget.h"
 #include "connection/displayfont.h"
+#include "connection/portfieldlimits.h"
 #include "connection/serialportlist.h"
 #include "connection/settingscodec.h"
 #include "connection/wiretextcodecregistry.h"
@@ -486,7 +487,7 @@ void SettingsPanel::fillConnectionModeParameters()
 void SettingsPanel::fillPortsInfo()
 {
     const bool wasPushing = std::exchange(pushing, true);
-    fillSerialPortCombo(portNameCombo);
+    ConnectionSettingsWidget::fillPortCombo(portNameCombo);
     pushing = wasPushing;
 }
 

@@ -6,9 +6,9 @@
 // the project file in the file the application settings name; its keys are the
 // project's names with "Last" in front.
 
-#include "session/quicksettingsgroups.h"
 #include "common/storedvaluereader.h"
 #include "connection/settings.h"
+#include "session/quicksettingsgroups.h"
 
 #include <QString>
 #include <QStringList>

@@ -142,7 +142,7 @@ void ConnectionSettingsWidget::fillStaticItems()
 void ConnectionSettingsWidget::refreshPorts()
 {
     const bool wasPushing = std::exchange(pushing, true);
-    fillSerialPortCombo(portNameCombo);
+    fillPortCombo(portNameCombo);
     pushing = wasPushing;
 }
 
@@ -333,4 +333,20 @@ void ConnectionSettingsWidget::userEdited()
         edited = true;
         Q_EMIT settingsEdited();
     }
+}
+
+void ConnectionSettingsWidget::fillPortCombo(QComboBox *combo)
+{
+    const QString current = combo->currentText();
+    const QSignalBlocker blocker(combo);
+    combo->clear();
+    for (const QSerialPortInfo &info : listUsableSerialPorts()) {
+        combo->addItem(info.portName(), info.portName());
+        combo->setItemData(combo->count() - 1,
+                           info.description().isEmpty()
+                               ? info.systemLocation()
+                               : info.systemLocation() + QStringLiteral(" — ") + info.description(),
+                           Qt::ToolTipRole);
+    }
+    combo->setEditText(current);
 }

@@ -25,6 +25,9 @@ public:
     connectionMode currentMode() const;
     // Refills the serial port list, keeping the current choice even if it vanished.
     void refreshPorts();
+    // Fills a port name box with the usable ports (their device path and description as
+    // tooltips) and keeps whatever name the box held, listed or not.
+    static void fillPortCombo(QComboBox *combo);
     // Shows the serial line rows ("baudRate", "dataBits", "flowControl", "stopBits",
     // "parity") that are listed, in that order, and hides the rest. The mode and the
     // mode's own fields always show.

@@ -6,8 +6,8 @@
 // its line feeds and time stamps. All functions are pure: the caller keeps the state
 // (line position, last times, decoders) and passes it in by reference.
 
-#include "connection/settings.h"
 #include "connection/rxdata.h"
+#include "connection/settings.h"
 
 #include <QByteArray>
 #include <QCoreApplication>

@@ -3,9 +3,9 @@
 #include "automation/autoreplyengine.h"
 #include "automation/commandlibrary.h"
 #include "automation/commandlibrarytext.h"
-#include "scripting/scriptengine_p.h"
 #include "connection/messagecodec.h"
 #include "connection/wiretextcodecregistry.h"
+#include "scripting/scriptengine_p.h"
 #include "tools/crccatalog.h"
 
 #include <QTime>

@@ -1,9 +1,9 @@
 #include "session/receiverenderer.h"
 
 #include "common/textcontrast.h"
-#include "connection/settings.h"
 #include "connection/messagecodec.h"
 #include "connection/rxdata.h"
+#include "connection/settings.h"
 #include "connection/wiretextcodecregistry.h"
 
 #include <QMetaObject>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "session/displayspanindex.h"
 #include "connection/wiretextdecoder.h"
+#include "session/displayspanindex.h"
 
 #include <QByteArray>
 #include <QColor>

@@ -1,22 +1,22 @@
 #include "session/serialportwidget.h"
 
-#include "connection/connectionsettingswidget.h"
-#include "common/logging.h"
 #include "app/settingsservice.h"
 #include "automation/autoreplyrunner.h"
 #include "automation/sequencerunner.h"
+#include "common/logging.h"
 #include "connection/connectioncontroller.h"
+#include "connection/connectionsettingswidget.h"
 #include "connection/displayfont.h"
+#include "connection/messagecodec.h"
 #include "connection/serialportlist.h"
 #include "connection/settingscodec.h"
+#include "connection/wiretextcodecregistry.h"
 #include "plot/plotpanel.h"
 #include "session/controllineledrow.h"
 #include "session/hled.h"
 #include "session/logwriter.h"
-#include "connection/messagecodec.h"
 #include "session/receiverenderer.h"
 #include "session/ui_serialportwidget.h"
-#include "connection/wiretextcodecregistry.h"
 
 #include <QCheckBox>
 #include <QComboBox>

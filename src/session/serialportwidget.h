@@ -1,11 +1,11 @@
 #pragma once
 
-#include "session/quicksettingsgroups.h"
 #include "automation/sequencereportlog.h"
-#include "connection/settings.h"
-#include "session/ansiescapefilter.h"
 #include "connection/rxdata.h"
+#include "connection/settings.h"
 #include "connection/wiretextdecoder.h"
+#include "session/ansiescapefilter.h"
+#include "session/quicksettingsgroups.h"
 
 #include <QElapsedTimer>
 #include <QHash>

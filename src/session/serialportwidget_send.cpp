@@ -1,11 +1,11 @@
 #include "session/serialportwidget.h"
 
 #include "connection/connectioncontroller.h"
-#include "session/controllineledrow.h"
 #include "connection/messagecodec.h"
+#include "connection/wiretextcodecregistry.h"
+#include "session/controllineledrow.h"
 #include "session/receiverenderer.h"
 #include "session/ui_serialportwidget.h"
-#include "connection/wiretextcodecregistry.h"
 
 #include <QComboBox>
 #include <QKeyEvent>

@@ -2,9 +2,9 @@
 // they compute, and the errors of wrong arguments.
 
 #include "automation/commandlibrary.h"
-#include "scriptharness.h"
 #include "connection/messagecodec.h"
 #include "connection/wiretextcodecregistry.h"
+#include "scriptharness.h"
 #include "tools/crccatalog.h"
 
 #include <QtTest>

@@ -5,10 +5,10 @@
 
 #include "automation/commandlibrary.h"
 #include "connection/connectioncontroller.h"
+#include "connection/messagecodec.h"
 #include "connection/multiclientserver.h"
 #include "scripting/scriptlibrary.h"
 #include "scripting/scriptportlink.h"
-#include "connection/messagecodec.h"
 #include "session/serialportwidget.h"
 #include "support/testsupport.h"
 

@@ -1,8 +1,8 @@
 // The sample scripts shipped as resources, each against a fake device driven through
 // the engine's send and receive interface.
 
-#include "scriptharness.h"
 #include "connection/messagecodec.h"
+#include "scriptharness.h"
 
 #include <QFile>
 #include <QtTest>

@@ -1,6 +1,6 @@
 #include "common/textcontrast.h"
-#include "session/receiverenderer.h"
 #include "connection/rxdata.h"
+#include "session/receiverenderer.h"
 
 #include <QPlainTextEdit>
 #include <QScrollBar>
