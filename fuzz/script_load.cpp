@@ -100,6 +100,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     engine.stop(QStringLiteral("fuzz"));
     checkOutput(engine);
     require(!engine.isRunning(), "still running after stop");
+    require(engine.finishReason().size() <= ScriptEngine::OutputTextLimit,
+            "end reason beyond the output limit");
     require(engine.memoryUsed() == 0, "the Lua state outlived the run");
     require(engine.poll().kind == ScriptAction::Done, "poll after the end is not Done");
     return 0;

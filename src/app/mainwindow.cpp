@@ -102,6 +102,7 @@ SerialPortWidget *MainWindow::createPortWidget(int index)
     connect(port, &SerialPortWidget::settingsChanged, this, &MainWindow::markModified);
     connectPortAutomation(port);
     connectPortScripts(port, index);
+    connectPortDecode(port);
     connect(port, &SerialPortWidget::statusShown, this,
             [this, port](const QString &text, int timeoutMs) {
                 onPortStatusShown(port, text, timeoutMs);
@@ -241,6 +242,7 @@ void MainWindow::createActions()
     connect(ascii, &QAction::triggered, this, [this] { openAsciiChart(); });
     createAutomationActions(tools);
     createScriptActions(tools);
+    createDecodeActions(tools);
     createHelpActions();
 }
 

@@ -3,6 +3,7 @@
 #include "app/livesyncstatus.h"
 #include "app/settingsservice.h"
 #include "automation/commandlibrary.h"
+#include "decode/frametemplate.h"
 #include "scripting/scriptlibrary.h"
 #include "session/quicksettingsgroups.h"
 
@@ -22,6 +23,8 @@ class QTabWidget;
 class QTimer;
 class AsciiCode;
 class CommandPanel;
+class FrameTemplateDialog;
+class ModbusBuilderDialog;
 class QDockWidget;
 class QSettings;
 class MultiPortSettingDlg;
@@ -152,6 +155,17 @@ public:
     ScriptLibrary scripts() const;
     void setScriptLibrary(const ScriptLibrary &library);
     ScriptPortLink *scriptLink(int index) const;
+    // Protocol decoding: the project's frame templates, each port's decoder choice, the
+    // Modbus request builder.
+    ModbusBuilderDialog *openModbusBuilder();
+    bool editFrameTemplates();
+    void applyFrameTemplateEdits(const QList<FrameTemplate> &templates,
+                                 const QHash<QString, QString> &renames);
+    QList<FrameTemplate> frameTemplates() const { return frameTemplateList; }
+    DecoderChoice decoderChoice(int index) const { return decodeChoices.at(size_t(index)); }
+    // Lets tests answer the Frame Templates dialog instead of a user.
+    std::function<bool(FrameTemplateDialog &)> frameTemplatesDialogHook;
+
     // Tools.
     ToolBox *openToolBox();
     AsciiCode *openAsciiChart();
@@ -218,6 +232,13 @@ private:
     void saveScripts(QSettings &file) const;
     void loadScripts(QSettings &file);
     void closeScriptWindowForExit();
+    void createDecodeActions(QMenu *tools);
+    void connectPortDecode(SerialPortWidget *port);
+    void saveDecode(QSettings &file) const;
+    void loadDecode(QSettings &file);
+    void saveDecodeState(QSettings &store) const;
+    void loadDecodeState(QSettings &store);
+    QWidget *openDecodeScreenshot(const QString &name);
 
     std::array<SerialPortWidget *, MaxPorts> portWidgets{};
     int portCountValue = 0;
@@ -250,6 +271,9 @@ private:
     ScriptLibrary scriptLibrary = ScriptLibrary::samples();
     QPointer<ScriptWindow> scriptWindow;
     std::array<ScriptPortLink *, MaxPorts> scriptLinks{};
+    QList<FrameTemplate> frameTemplateList;
+    std::array<DecoderChoice, MaxPorts> decodeChoices{};
+    QPointer<ModbusBuilderDialog> modbusBuilder;
     QAction *acAutoReconnect = nullptr;
     QAction *acOpenLastConnection = nullptr;
 

@@ -55,6 +55,7 @@ bool MainWindow::writeSettingFile(const QString &path, bool showProgress)
     });
     saveAutomation(file);
     saveScripts(file);
+    saveDecode(file);
     for (int i = 0; i < portCountValue; ++i) {
         PlotCodec::save(file, ProjectCodec::plotGroup(i), portWidgets[size_t(i)]->plotConfig());
     }
@@ -120,6 +121,7 @@ bool MainWindow::readSettingFile(const QString &path, QString *error)
     acViewQuickSettings->setChecked(project.quickView);
     loadAutomation(file);
     loadScripts(file);
+    loadDecode(file);
     return true;
 }
 
@@ -289,6 +291,7 @@ void MainWindow::readSettings()
         state = SettingsService::load(store, &WireTextCodecRegistry::normalizeName);
         lastAutoReply = AutoReplyCodec::load(store, AutoReplyCodec::lastUsedPrefix());
         lastPlot = PlotCodec::load(store, PlotCodec::lastUsedPrefix());
+        loadDecodeState(store);
     }
     lastState = state;
     recentFiles = state.recentFiles;
@@ -338,6 +341,7 @@ void MainWindow::writeSettings()
     SettingsService::save(store, state);
     AutoReplyCodec::save(store, AutoReplyCodec::lastUsedPrefix(), port->autoReplyConfig());
     PlotCodec::save(store, PlotCodec::lastUsedPrefix(), port->plotConfig());
+    saveDecodeState(store);
 
     QSettings app;
     app.setValue(QStringLiteral("LAST_WINDOW_SIZE"), size());

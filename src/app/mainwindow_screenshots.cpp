@@ -10,7 +10,7 @@
 #include "automation/commandlibrarydialog.h"
 #include "scripting/scriptapireferencedialog.h"
 #include "plot/plotpanel.h"
-#include "scripting/scriptwindow.h"
+#include "app/scriptwindow.h"
 #include "session/serialportwidget.h"
 #include "tools/asciicode.h"
 #include "tools/toolbox.h"
@@ -102,7 +102,8 @@ QStringList MainWindow::screenshotDialogNames()
             QStringLiteral("settings"),      QStringLiteral("quicksettings"),
             QStringLiteral("newconnection"), QStringLiteral("autoreply"),
             QStringLiteral("commands"),      QStringLiteral("scripts"),
-            QStringLiteral("apireference"),  QStringLiteral("shortcuts")};
+            QStringLiteral("apireference"),  QStringLiteral("shortcuts"),
+            QStringLiteral("templates"),     QStringLiteral("modbusbuilder")};
 }
 
 bool MainWindow::runScreenshotScene(const QString &name)
@@ -167,6 +168,9 @@ bool MainWindow::runScreenshotScene(const QString &name)
 
 QWidget *MainWindow::openScreenshotDialog(const QString &name)
 {
+    if (QWidget *dialog = openDecodeScreenshot(name)) {
+        return dialog;
+    }
     if (name == QLatin1String("toolbox")) {
         return openToolBox();
     }

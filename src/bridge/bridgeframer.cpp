@@ -78,18 +78,32 @@ void BridgeFramer::harvest(QList<QByteArray> &out, bool flushAll)
     qsizetype taken = 0;
     const auto left = [&] { return buffer.size() - taken; };
     if (current.mode == FramingPolicy::Delimiter) {
+        // Frames are cut exactly as if the bytes had come one at a time: a frame that
+        // reaches maxBytes before its delimiter is cut there, and the search goes on
+        // behind the cut (a delimiter the cut splits is not one), so that how the bytes
+        // were split into arrivals never changes the frames.
         const QByteArray &delimiter = current.delimiter;
+        qsizetype hit = -2; // not searched yet; -1: none up to the end
         for (;;) {
-            const qsizetype hit = buffer.indexOf(delimiter, taken + scanFrom);
-            if (hit < 0) {
+            if (hit == -2 || (hit >= 0 && hit < taken + scanFrom)) {
+                hit = buffer.indexOf(delimiter, taken + scanFrom);
+            }
+            if (hit >= 0 && hit + delimiter.size() - taken <= current.maxBytes) {
+                const qsizetype end = hit + delimiter.size();
+                out.append(buffer.sliced(taken, end - taken));
+                taken = end;
+                scanFrom = 0;
+                hit = -2;
+            } else if (left() >= current.maxBytes) {
+                out.append(buffer.sliced(taken, current.maxBytes));
+                taken += current.maxBytes;
+                scanFrom = 0;
+                ++cuts;
+            } else {
                 // A delimiter split over two arrivals is found when the rest comes.
                 scanFrom = std::max<qsizetype>(0, left() - delimiter.size() + 1);
                 break;
             }
-            const qsizetype end = hit + delimiter.size();
-            emitChunked(out, QByteArrayView(buffer).sliced(taken, end - taken));
-            taken = end;
-            scanFrom = 0;
         }
     } else if (current.mode == FramingPolicy::FixedLength) {
         while (left() >= current.fixedLength) {

@@ -8,6 +8,7 @@
 #include "scripting/scriptengine_p.h"
 #include "tools/crccatalog.h"
 
+#include <QStringDecoder>
 #include <QTime>
 
 #include <algorithm>
@@ -59,6 +60,36 @@ int pushValues(lua_State *L, const QList<Impl::Value> &values)
     return int(values.size());
 }
 
+// Pushes the result a helper left in d->bytes and lets go of it; while Lua copies it,
+// it counts against the heap's cap. (Should the push raise, the run lets go of it when
+// the script next pauses.)
+int pushScratch(lua_State *L, Impl *d)
+{
+    if (!d->holdScratch(d->bytes.size())) {
+        return luaL_error(L, "not enough memory");
+    }
+    pushBytes(L, d->bytes);
+    d->releaseScratch();
+    return 1;
+}
+
+// The same for the values a helper left in d->values.
+int pushScratchValues(lua_State *L, Impl *d)
+{
+    qint64 held = 0;
+    for (const Impl::Value &value : std::as_const(d->values)) {
+        if (const auto *bytes = std::get_if<QByteArray>(&value)) {
+            held += bytes->size();
+        }
+    }
+    if (!d->holdScratch(held)) {
+        return luaL_error(L, "not enough memory");
+    }
+    const int count = pushValues(L, d->values);
+    d->releaseScratch();
+    return count;
+}
+
 // A fault that ends the run: the hook raises it again at every instruction, so that no
 // pcall in the script keeps the run alive. `text` must not point into d->fault.
 int raiseFault(lua_State *L, Impl *d, const char *text)
@@ -75,6 +106,15 @@ QByteArray argBytes(lua_State *L, int index)
     size_t length = 0;
     const char *data = lua_tolstring(L, index, &length);
     return QByteArray(data, qsizetype(length));
+}
+
+// The string argument at `index` without a copy: valid while the argument stays on the
+// stack, so only for helpers that read it and return.
+QByteArray argView(lua_State *L, int index)
+{
+    size_t length = 0;
+    const char *data = lua_tolstring(L, index, &length);
+    return QByteArray::fromRawData(data, qsizetype(length));
 }
 
 qint64 optTimeout(lua_State *L, int index)
@@ -153,21 +193,33 @@ QString cut40(const QString &text)
 // How an expected text reads in a timeout message or the status line.
 QString describeText(const QByteArray &bytes)
 {
-    QString text = ScriptEngine::displayText(bytes);
+    // Only its start is shown: no more bytes than can make 40 characters.
+    QString text = ScriptEngine::displayText(bytes.first(std::min<qsizetype>(bytes.size(), 164)));
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\\r\\n"));
     text.replace(u'\n', QStringLiteral("\\n"));
     text.replace(u'\t', QStringLiteral("\\t"));
     return u'"' + cut40(text) + u'"';
 }
 
+// Patterns up to this many bytes are kept compiled for the rest of the run.
+constexpr qsizetype CachedPatternBytes = 4096;
+
 bool compileInto(Impl *d, AutoReplyMatch match, const QByteArray &pattern,
                  QRegularExpression *regex)
 {
-    const QByteArray key = (match == AutoReplyMatch::Regex ? "R" : "H") + pattern;
-    const auto cached = d->regexCache.constFind(key);
+    const bool cacheable = pattern.size() <= CachedPatternBytes;
+    const QByteArray key =
+        cacheable ? (match == AutoReplyMatch::Regex ? "R" : "H") + pattern : QByteArray();
+    const auto cached = cacheable ? d->regexCache.constFind(key) : d->regexCache.cend();
     if (cached != d->regexCache.cend()) {
         *regex = *cached;
         return true;
+    }
+    // Compiling goes over the pattern a few times, as text of two bytes a character.
+    d->charge(4 * pattern.size());
+    if (!d->roomFor(8 * pattern.size())) {
+        d->setError("not enough memory");
+        return false;
     }
     AutoReplyRule rule;
     rule.match = match;
@@ -181,10 +233,12 @@ bool compileInto(Impl *d, AutoReplyMatch match, const QByteArray &pattern,
         d->setError(error);
         return false;
     }
-    if (d->regexCache.size() >= 64) {
-        d->regexCache.clear();
+    if (cacheable) {
+        if (d->regexCache.size() >= 64) {
+            d->regexCache.clear();
+        }
+        d->regexCache.insert(key, *regex);
     }
-    d->regexCache.insert(key, *regex);
     return true;
 }
 
@@ -211,10 +265,12 @@ bool prepareExpectPattern(Impl *d, const char *call, bool mustMatch, AutoReplyMa
     d->expectation.mustMatch = mustMatch;
     d->expectation.regex = regex;
     d->expectation.call = QString::fromLatin1(call);
-    d->expectation.description =
-        match == AutoReplyMatch::Regex
-            ? u'/' + ScriptEngine::displayText(pattern) + u'/'
-            : QString::fromUtf8(pattern).simplified();
+    // A long pattern shows its start, as far as an output line takes.
+    const QByteArray shown = pattern.first(std::min<qsizetype>(pattern.size(),
+                                                               4 * ScriptEngine::OutputTextLimit));
+    d->expectation.description = ScriptEngine::clipText(
+        match == AutoReplyMatch::Regex ? u'/' + ScriptEngine::displayText(shown) + u'/'
+                                       : QString::fromUtf8(shown).simplified());
     return true;
 }
 
@@ -227,27 +283,103 @@ void prepareExpectAny(Impl *d, const char *call, bool mustMatch)
     d->expectation.kind = Impl::Expectation::Any;
     d->expectation.mustMatch = mustMatch;
     d->expectation.call = QString::fromLatin1(call);
-    d->expectation.description = QStringLiteral("any of %1").arg(shown.join(QStringLiteral(", ")));
+    d->expectation.description =
+        ScriptEngine::clipText(QStringLiteral("any of %1").arg(shown.join(QStringLiteral(", "))));
 }
 
+int hexDigit(char c)
+{
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'a' && c <= 'f') {
+        return c - 'a' + 10;
+    }
+    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+}
+
+// The ASCII characters that separate parts of hex text ("[\s,]+" of parseHex).
+bool isHexSeparator(char c)
+{
+    return c == ' ' || c == ',' || (c >= '\t' && c <= '\r');
+}
+
+// Hex text to bytes in d->bytes, as AutoReplyEngine::parseHex reads it. That parser
+// makes a string object of every part, which for megabytes of text takes hundreds of
+// milliseconds and many times the text in memory. So the text is cut at its ASCII
+// separators here, a part of ASCII hex digit pairs is converted on the spot, and any
+// other part (Unicode blanks, "??", a bad digit or an odd length) goes to parseHex on
+// its own, which splits it further and words the error; the result is parseHex's.
 bool hexToBytes(Impl *d, const QByteArray &text)
 {
-    QList<int> values;
-    QString error;
-    if (!AutoReplyEngine::parseHex(QString::fromUtf8(text), false, values, error)) {
-        d->setError(error);
+    d->charge(text.size() / 4);
+    if (!d->roomFor(text.size() / 2)) {
+        d->setError("not enough memory");
         return false;
     }
-    d->bytes.clear();
-    d->bytes.reserve(values.size());
-    for (int value : std::as_const(values)) {
-        d->bytes.append(char(value));
+    // At most a byte for every two characters; written in place, then cut to size.
+    d->bytes = QByteArray(text.size() / 2, Qt::Uninitialized);
+    char *out = d->bytes.data();
+    const char *const begin = text.constData();
+    const char *const end = begin + text.size();
+    for (const char *p = begin; p < end;) {
+        while (p < end && isHexSeparator(*p)) {
+            ++p;
+        }
+        const char *const start = p;
+        bool pairs = true;
+        for (; p < end && !isHexSeparator(*p); ++p) {
+            pairs = pairs && hexDigit(*p) >= 0;
+        }
+        if (pairs && (p - start) % 2 == 0) {
+            for (const char *q = start; q < p; q += 2) {
+                *out++ = char(hexDigit(q[0]) * 16 + hexDigit(q[1]));
+            }
+            continue;
+        }
+        // parseHex's own copies of the part: the text, and an object for each piece.
+        if (!d->roomFor(32 * (p - start))) {
+            d->setError("not enough memory");
+            return false;
+        }
+        d->charge(16 * (p - start));
+        // QString::fromUtf8 drops a byte order mark at the start of the whole text
+        // only; one at the start of a later part is a character of that part.
+        const QByteArrayView part(start, p - start);
+        const QString partText =
+            start == begin
+                ? QString::fromUtf8(part)
+                : QStringDecoder(QStringDecoder::Utf8, QStringConverter::Flag::ConvertInitialBom)
+                      .decode(part);
+        QList<int> values;
+        QString error;
+        if (!AutoReplyEngine::parseHex(partText, false, values, error)) {
+            d->setError(error);
+            return false;
+        }
+        // parseHex gives at most a byte for every two characters of the part too.
+        for (int value : std::as_const(values)) {
+            *out++ = char(value);
+        }
     }
+    d->bytes.truncate(out - d->bytes.constData());
     return true;
+}
+
+// The most bytes the copies of encoding `length` bytes of UTF-8 can take outside the
+// heap: the text as UTF-16, and the encoded bytes (at most four a character).
+qint64 encodingCopies(qsizetype length)
+{
+    return 6 * qint64(length) + 64;
 }
 
 bool encodeText(Impl *d, const QByteArray &text)
 {
+    if (!d->roomFor(encodingCopies(text.size()))) {
+        d->setError("not enough memory");
+        return false;
+    }
+    d->charge(text.size());
     FormatSetting format = d->port.format;
     format.sendEscapes = false;
     const EncodeSendResult result = MessageCodec::encodeSend(QString::fromUtf8(text), false, format);
@@ -313,6 +445,13 @@ QByteArray checksumBytes(quint64 value, int width, bool bigEndian)
     return bytes;
 }
 
+// The checksum of `data` (read in place); a unit of work for every four bytes.
+quint64 checksumOf(Impl *d, const QString &canonical, const QByteArray &data)
+{
+    d->charge(data.size() / 4);
+    return CrcCatalog::scriptChecksum(canonical, data);
+}
+
 bool computeChecksum(Impl *d, const QByteArray &name, const QByteArray &data, quint64 *value)
 {
     QString canonical;
@@ -320,10 +459,11 @@ bool computeChecksum(Impl *d, const QByteArray &name, const QByteArray &data, qu
     if (!checksumArg(d, name, &canonical, &width)) {
         return false;
     }
-    *value = CrcCatalog::scriptChecksum(canonical, data);
+    *value = checksumOf(d, canonical, data);
     return true;
 }
 
+// The checksum bytes alone into d->bytes; the caller puts them behind the data in Lua.
 bool appendChecksumTo(Impl *d, const QByteArray &data, const QByteArray &name, bool bigEndian)
 {
     QString canonical;
@@ -331,7 +471,7 @@ bool appendChecksumTo(Impl *d, const QByteArray &data, const QByteArray &name, b
     if (!checksumArg(d, name, &canonical, &width)) {
         return false;
     }
-    d->bytes = data + checksumBytes(CrcCatalog::scriptChecksum(canonical, data), width, bigEndian);
+    d->bytes = checksumBytes(checksumOf(d, canonical, data), width, bigEndian);
     return true;
 }
 
@@ -347,8 +487,8 @@ int verifyChecksumOf(Impl *d, const QByteArray &frame, const QByteArray &name, b
     if (frame.size() <= count) {
         return 0;
     }
-    const QByteArray payload = frame.first(frame.size() - count);
-    return checksumBytes(CrcCatalog::scriptChecksum(canonical, payload), width, bigEndian) ==
+    const QByteArray payload = QByteArray::fromRawData(frame.constData(), frame.size() - count);
+    return checksumBytes(checksumOf(d, canonical, payload), width, bigEndian) ==
            frame.last(count);
 }
 
@@ -359,17 +499,33 @@ bool matchInto(Impl *d, const QByteArray &pattern, const QByteArray &subject)
     if (!compileInto(d, AutoReplyMatch::Regex, pattern, &regex)) {
         return false;
     }
+    // The subject is matched as Latin-1 text, two bytes a character.
+    if (!d->roomFor(2 * qint64(subject.size()))) {
+        d->setError("not enough memory");
+        return false;
+    }
+    d->charge(subject.size());
     d->values.clear();
     const QRegularExpressionMatch match = regex.match(QString::fromLatin1(subject));
     if (!match.hasMatch()) {
         d->values.append(Impl::Value());
         return true;
     }
+    // The captures become byte strings of their own: together they may be many times
+    // the subject (a pattern of many groups that each take it whole).
+    qint64 captured = 0;
+    for (int group = 0; group <= regex.captureCount(); ++group) {
+        captured += std::max<qsizetype>(match.capturedLength(group), 0);
+    }
+    if (!d->roomFor(captured)) {
+        d->setError("not enough memory");
+        return false;
+    }
     for (int group = 0; group <= regex.captureCount(); ++group) {
         if (match.capturedStart(group) < 0) {
             d->values.append(Impl::Value());
         } else {
-            d->values.append(match.captured(group).toLatin1());
+            d->values.append(match.capturedView(group).toLatin1());
         }
     }
     return true;
@@ -377,9 +533,7 @@ bool matchInto(Impl *d, const QByteArray &pattern, const QByteArray &subject)
 
 void emitText(Impl *d, ScriptOutput::Kind kind, const char *text, size_t length, int line)
 {
-    // More bytes than this always give more characters than an output keeps.
-    const qsizetype keep = std::min<qsizetype>(qsizetype(length), 4 * ScriptEngine::OutputTextLimit + 4);
-    d->emitOutput(kind, ScriptEngine::displayText(QByteArray(text, keep)), line);
+    d->emitOutput(kind, scriptDisplayText(text, length), line);
 }
 
 // --- Sending ---
@@ -430,7 +584,7 @@ int apiSendHex(lua_State *L)
     luaL_checkstring(L, 1);
     const bool keepRx = optKeepRx(L, 2);
     Impl *d = scriptImpl(L);
-    if (!hexToBytes(d, argBytes(L, 1))) {
+    if (!hexToBytes(d, argView(L, 1))) {
         return raiseError(L, d);
     }
     return doSend(L, d, keepRx);
@@ -441,7 +595,7 @@ int apiSendText(lua_State *L)
     luaL_checkstring(L, 1);
     const bool keepRx = optKeepRx(L, 2);
     Impl *d = scriptImpl(L);
-    if (!encodeText(d, argBytes(L, 1))) {
+    if (!encodeText(d, argView(L, 1))) {
         return raiseError(L, d);
     }
     return doSend(L, d, keepRx);
@@ -520,6 +674,11 @@ int expectAny(lua_State *L, const char *call, bool mustMatch)
     const lua_Unsigned count = lua_rawlen(L, 1);
     if (count == 0) {
         luaL_argerror(L, 1, "the list of texts is empty");
+    }
+    // Every text is searched for again as data comes in.
+    if (count > lua_Unsigned(ScriptApi::MaxExpectTexts)) {
+        luaL_error(L, "%s: the list has %I texts; it may have at most %d", call,
+                   lua_Integer(count), ScriptApi::MaxExpectTexts);
     }
     const qint64 timeout = optTimeout(L, 2);
     d->expectation = Impl::Expectation();
@@ -722,7 +881,7 @@ int apiLog(lua_State *L)
 
 void storeDisplayText(Impl *d, const char *text, size_t length)
 {
-    d->error = ScriptEngine::displayText(QByteArray(text, qsizetype(length))).toUtf8();
+    d->error = scriptDisplayText(text, length).toUtf8();
 }
 
 int apiFail(lua_State *L)
@@ -769,27 +928,43 @@ int apiTimestamp(lua_State *L)
 
 // --- Data ---
 
-void storeHexString(Impl *d, const QByteArray &bytes)
-{
-    d->bytes = MessageCodec::toHexString(bytes).trimmed().toLatin1();
-}
-
+// MessageCodec::toHexString, trimmed ("01 0A FF"), written straight into a Lua buffer:
+// a large result is refused by the heap's cap before any of it is made.
 int apiToHex(lua_State *L)
 {
-    luaL_checkstring(L, 1);
-    Impl *d = scriptImpl(L);
-    storeHexString(d, argBytes(L, 1));
-    return pushBytes(L, d->bytes);
+    size_t length = 0;
+    const char *data = luaL_checklstring(L, 1, &length);
+    if (length == 0) {
+        lua_pushliteral(L, "");
+        return 1;
+    }
+    if (length > (size_t(-1) >> 2)) {
+        return luaL_error(L, "not enough memory");
+    }
+    static constexpr char digits[] = "0123456789ABCDEF";
+    const size_t size = 3 * length - 1;
+    luaL_Buffer buffer;
+    char *out = luaL_buffinitsize(L, &buffer, size);
+    for (size_t i = 0; i < length; ++i) {
+        const auto byte = static_cast<unsigned char>(data[i]);
+        *out++ = digits[byte >> 4];
+        *out++ = digits[byte & 0x0F];
+        if (i + 1 < length) {
+            *out++ = ' ';
+        }
+    }
+    luaL_pushresultsize(&buffer, size);
+    return 1;
 }
 
 int apiFromHex(lua_State *L)
 {
     luaL_checkstring(L, 1);
     Impl *d = scriptImpl(L);
-    if (!hexToBytes(d, argBytes(L, 1))) {
+    if (!hexToBytes(d, argView(L, 1))) {
         return raiseError(L, d);
     }
-    return pushBytes(L, d->bytes);
+    return pushScratch(L, d);
 }
 
 int apiChecksum(lua_State *L)
@@ -798,7 +973,7 @@ int apiChecksum(lua_State *L)
     luaL_checkstring(L, 2);
     Impl *d = scriptImpl(L);
     quint64 value = 0;
-    if (!computeChecksum(d, argBytes(L, 1), argBytes(L, 2), &value)) {
+    if (!computeChecksum(d, argView(L, 1), argView(L, 2), &value)) {
         return raiseError(L, d);
     }
     lua_pushinteger(L, lua_Integer(value));
@@ -811,10 +986,14 @@ int apiAppendChecksum(lua_State *L)
     luaL_checkstring(L, 2);
     const bool bigEndian = optBigEndian(L, 3);
     Impl *d = scriptImpl(L);
-    if (!appendChecksumTo(d, argBytes(L, 1), argBytes(L, 2), bigEndian)) {
+    if (!appendChecksumTo(d, argView(L, 1), argView(L, 2), bigEndian)) {
         return raiseError(L, d);
     }
-    return pushBytes(L, d->bytes);
+    // The frame is made in Lua, as one string: data, then the checksum.
+    lua_settop(L, 1);
+    pushScratch(L, d);
+    lua_concat(L, 2);
+    return 1;
 }
 
 int apiVerifyChecksum(lua_State *L)
@@ -823,7 +1002,7 @@ int apiVerifyChecksum(lua_State *L)
     luaL_checkstring(L, 2);
     const bool bigEndian = optBigEndian(L, 3);
     Impl *d = scriptImpl(L);
-    const int verdict = verifyChecksumOf(d, argBytes(L, 1), argBytes(L, 2), bigEndian);
+    const int verdict = verifyChecksumOf(d, argView(L, 1), argView(L, 2), bigEndian);
     if (verdict < 0) {
         return raiseError(L, d);
     }
@@ -836,14 +1015,19 @@ int apiRegex(lua_State *L)
     luaL_checkstring(L, 1);
     luaL_checkstring(L, 2);
     Impl *d = scriptImpl(L);
-    if (!matchInto(d, argBytes(L, 1), argBytes(L, 2))) {
+    if (!matchInto(d, argView(L, 1), argView(L, 2))) {
         return raiseError(L, d);
     }
-    return pushValues(L, d->values);
+    return pushScratchValues(L, d);
 }
 
 bool encodeForPort(Impl *d, const QByteArray &text)
 {
+    if (!d->roomFor(encodingCopies(text.size()))) {
+        d->setError("not enough memory");
+        return false;
+    }
+    d->charge(text.size());
     const WireTextCodecRegistry::Encoded encoded =
         WireTextCodecRegistry::encode(QString::fromUtf8(text), d->port.format.sendEncoding);
     if (!encoded.ok) {
@@ -854,8 +1038,15 @@ bool encodeForPort(Impl *d, const QByteArray &text)
     return true;
 }
 
-void decodeFromPort(Impl *d, const QByteArray &bytes)
+bool decodeFromPort(Impl *d, const QByteArray &bytes)
 {
+    // The text as UTF-16 (a character a byte at most), then as UTF-8 (three bytes a
+    // character at most).
+    if (!d->roomFor(5 * qint64(bytes.size()) + 64)) {
+        d->setError("not enough memory");
+        return false;
+    }
+    d->charge(bytes.size());
     const WireTextDecoderPtr decoder =
         WireTextCodecRegistry::createDecoder(d->port.format.receiveEncoding);
     QString text = decoder->decode(bytes);
@@ -863,24 +1054,27 @@ void decodeFromPort(Impl *d, const QByteArray &bytes)
         text += QChar(QChar::ReplacementCharacter); // a character cut off at the end
     }
     d->bytes = text.toUtf8();
+    return true;
 }
 
 int apiEncode(lua_State *L)
 {
     luaL_checkstring(L, 1);
     Impl *d = scriptImpl(L);
-    if (!encodeForPort(d, argBytes(L, 1))) {
+    if (!encodeForPort(d, argView(L, 1))) {
         return raiseError(L, d);
     }
-    return pushBytes(L, d->bytes);
+    return pushScratch(L, d);
 }
 
 int apiDecode(lua_State *L)
 {
     luaL_checkstring(L, 1);
     Impl *d = scriptImpl(L);
-    decodeFromPort(d, argBytes(L, 1));
-    return pushBytes(L, d->bytes);
+    if (!decodeFromPort(d, argView(L, 1))) {
+        return raiseError(L, d);
+    }
+    return pushScratch(L, d);
 }
 
 // In registration order.
@@ -945,11 +1139,40 @@ int guardedSetmetatable(lua_State *L)
     return 1;
 }
 
+// What catching an error costs in C beyond the script's own instructions: unwinding
+// the stack and making the message. Charged, so that a loop of failing protected calls
+// pauses as often as the work it does.
+constexpr long long CaughtErrorCost = 300;
+
+// How a protected call ends, as the library's pcall ends it, with the error charged.
+// In the body (a coroutine) an error reaches this as the continuation, from lua_resume.
+int pcallFinish(lua_State *L, int status, lua_KContext extra)
+{
+    if (status != LUA_OK && status != LUA_YIELD) {
+        scriptCharge(L, CaughtErrorCost);
+        lua_pushboolean(L, 0);
+        lua_pushvalue(L, -2);
+        return 2;
+    }
+    return lua_gettop(L) - int(extra);
+}
+
+// pcall as the library has it, charged for the error it catches.
+int guardedPcall(lua_State *L)
+{
+    luaL_checkany(L, 1);
+    lua_pushboolean(L, 1); // the first result when there is no error
+    lua_insert(L, 1);
+    const int status = lua_pcallk(L, lua_gettop(L) - 2, LUA_MULTRET, 0, 0, pcallFinish);
+    return pcallFinish(L, status, 0);
+}
+
 // The message handler that xpcall passes on: silent while the run is being ended, so
 // that a script cannot stay alive inside its handler.
 int guardedHandler(lua_State *L)
 {
     const Impl *d = scriptImpl(L);
+    scriptCharge(L, CaughtErrorCost);
     if (d->budgetExceeded || d->fault.pending) {
         lua_settop(L, 1);
         return 1;
@@ -1080,6 +1303,7 @@ void makeGlobalsStrict(lua_State *L)
 void ScriptApi::install(lua_State *L)
 {
     wrapGlobal(L, "setmetatable", guardedSetmetatable);
+    lua_register(L, "pcall", guardedPcall);
     wrapGlobal(L, "xpcall", guardedXpcall);
     for (const luaL_Reg &function : functions) {
         lua_register(L, function.name, function.func);

@@ -8,6 +8,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -147,19 +148,6 @@ qsizetype utf8SequenceLength(const QByteArray &bytes, qsizetype i)
     return 0;
 }
 
-QString cutOutputText(QString text)
-{
-    if (text.size() <= ScriptEngine::OutputTextLimit) {
-        return text;
-    }
-    qsizetype keep = ScriptEngine::OutputTextLimit - 1;
-    if (text.at(keep - 1).isHighSurrogate()) {
-        --keep;
-    }
-    text.truncate(keep);
-    return text + QChar(0x2026);
-}
-
 } // namespace
 
 // --- Helpers shared with the script functions ---
@@ -173,13 +161,21 @@ void *scriptAlloc(void *ud, void *ptr, size_t osize, size_t nsize)
 {
     auto *memory = static_cast<ScriptMemory *>(ud);
     const size_t old = ptr ? osize : 0;
+    if (old >= ScriptEngine::LongStringBytes && memory->owner) {
+        memory->owner->forgetLongString(ptr);
+    }
     if (nsize == 0) {
         std::free(ptr);
         memory->used -= old;
         return nullptr;
     }
     if (nsize > old && nsize - old > memory->limit - std::min(memory->limit, memory->used)) {
-        return nullptr; // Lua collects and tries again, then reports "not enough memory"
+        // Lua collects all garbage and tries again, then reports "not enough memory": a
+        // walk over the whole heap, which a script can provoke in a loop under pcall.
+        if (memory->owner) {
+            memory->owner->charge(qint64(memory->used / ScriptEngine::AllocatedBytesPerUnit));
+        }
+        return nullptr;
     }
     void *block = std::realloc(ptr, nsize);
     if (!block) {
@@ -187,7 +183,32 @@ void *scriptAlloc(void *ud, void *ptr, size_t osize, size_t nsize)
     }
     memory->used = memory->used - old + nsize;
     memory->peak = std::max(memory->peak, memory->used);
+    if (memory->owner) {
+        // Building bytes takes time in proportion, whether a library function or an
+        // instruction (a concatenation) asked for them.
+        if (nsize > old) {
+            memory->owner->charge(qint64((nsize - old) / ScriptEngine::AllocatedBytesPerUnit));
+        }
+        // A new object tells its type in place of the old size.
+        if (!ptr && osize == LUA_TSTRING && nsize >= ScriptEngine::LongStringBytes) {
+            memory->owner->noteLongString(block, nsize);
+        }
+    }
     return block;
+}
+
+void scriptCharge(lua_State *L, long long units)
+{
+    scriptImpl(L)->charge(units);
+}
+
+QString scriptDisplayText(const char *data, size_t length)
+{
+    // A character takes at most four bytes, so more bytes than this always give more
+    // characters than a text keeps.
+    const qsizetype keep =
+        std::min<qsizetype>(qsizetype(length), 4 * qsizetype(ScriptEngine::OutputTextLimit) + 4);
+    return ScriptEngine::clipText(ScriptEngine::displayText(QByteArray::fromRawData(data, keep)));
 }
 
 void scriptHook(lua_State *L, lua_Debug *ar)
@@ -196,6 +217,16 @@ void scriptHook(lua_State *L, lua_Debug *ar)
     if (ar->event != LUA_HOOKCOUNT || d->callback == Impl::Callback::Closing) {
         return;
     }
+    const bool sticky = (d->callback != Impl::Callback::None && d->budgetExceeded) ||
+                        d->fault.pending;
+    if (d->hookArmed) {
+        // A charge brought the hook forward; back to the usual interval, unless the run
+        // is being ended, which keeps the hook at every instruction.
+        d->hookArmed = false;
+        if (!sticky) {
+            lua_sethook(L, scriptHook, LUA_MASKCOUNT, d->hookInterval);
+        }
+    }
     if (d->callback != Impl::Callback::None) {
         // A callback runs to its end or is stopped: it cannot pause.
         if (d->budgetExceeded) {
@@ -203,9 +234,11 @@ void scriptHook(lua_State *L, lua_Debug *ar)
             raiseHere(L, BudgetText, sizeof BudgetText - 1);
             return;
         }
-        d->callbackCount += ScriptEngine::HookInterval;
-        if (d->callbackCount >= ScriptEngine::CallbackLimit) {
+        d->callbackCount += d->hookInterval;
+        const bool late = d->pastBackstop();
+        if (d->callbackCount >= ScriptEngine::CallbackLimit || late) {
             d->budgetExceeded = true;
+            d->budgetByTime = late && d->callbackCount < ScriptEngine::CallbackLimit;
             d->callbackErrorLine = scriptInnermostLine(L, 0); // where it ran, not where it ends
             lua_sethook(L, scriptHook, LUA_MASKCOUNT, 1);
             raiseHere(L, BudgetText, sizeof BudgetText - 1);
@@ -225,8 +258,11 @@ void scriptHook(lua_State *L, lua_Debug *ar)
         raiseHere(L, d->fault.text.constData(), size_t(d->fault.text.size()));
         return;
     }
-    d->bodyCount += ScriptEngine::HookInterval;
-    if (d->bodyCount < ScriptEngine::BodySlice) {
+    // A slice ends after its instructions, or when the poll has held the thread for
+    // the backstop's time (C work that nothing charged, a machine under load).
+    d->bodyCount += d->hookInterval;
+    const bool late = d->pastBackstop();
+    if (d->bodyCount < ScriptEngine::BodySlice && !late) {
         return;
     }
     if (lua_isyieldable(L)) {
@@ -235,7 +271,7 @@ void scriptHook(lua_State *L, lua_Debug *ar)
         lua_yield(L, 0);
         return;
     }
-    if (d->bodyCount < ScriptEngine::UnpausableLimit) {
+    if (d->bodyCount < ScriptEngine::UnpausableLimit && !late) {
         return;
     }
     d->setFault(UnpausableText, scriptInnermostLine(L, 0));
@@ -280,7 +316,7 @@ QString scriptErrorText(lua_State *L, int index)
     case LUA_TSTRING: {
         size_t length = 0;
         const char *text = lua_tolstring(L, index, &length);
-        return ScriptEngine::displayText(QByteArray(text, qsizetype(length)));
+        return scriptDisplayText(text, length);
     }
     case LUA_TNUMBER:
         // Not through lua_tolstring, which would convert the value in place.
@@ -322,6 +358,7 @@ ScriptEngine::Impl::~Impl()
 
 bool ScriptEngine::Impl::createState(QString *message)
 {
+    memory.owner = this;
     L = lua_newstate(scriptAlloc, &memory);
     if (!L) {
         *message = QStringLiteral("not enough memory");
@@ -353,6 +390,103 @@ void ScriptEngine::Impl::closeState()
     onStopRef = LUA_NOREF;
 }
 
+void ScriptEngine::Impl::charge(long long units)
+{
+    if (units <= 0 || !running || callback == Callback::Closing) {
+        return;
+    }
+    long long *counter = &bodyCount;
+    long long limit = bodyCount < BodySlice ? BodySlice : UnpausableLimit;
+    if (callback != Callback::None) {
+        counter = &callbackCount;
+        limit = CallbackLimit;
+    }
+    *counter += units;
+    // The hook adds a whole interval when it runs; from here that reaches the limit.
+    if (!hookArmed && *counter + hookInterval >= limit) {
+        hookArmed = true;
+        lua_sethook(running, scriptHook, LUA_MASKCOUNT, 1);
+    }
+}
+
+bool ScriptEngine::Impl::pastBackstop() const
+{
+    return backstopStartMs >= 0 && now() - backstopStartMs >= TimeBackstopMs;
+}
+
+bool ScriptEngine::Impl::roomFor(qint64 bytes) const
+{
+    return bytes <= qint64(memory.limit) - qint64(std::min(memory.limit, memory.used));
+}
+
+bool ScriptEngine::Impl::holdScratch(qint64 count)
+{
+    if (!roomFor(count)) {
+        return false;
+    }
+    memory.used += size_t(count);
+    scratchHeld += count;
+    return true;
+}
+
+void ScriptEngine::Impl::noteLongString(const void *block, size_t size)
+{
+    const int sizeClass = std::bit_width(size) - 1;
+    longStrings.insert(block, sizeClass);
+    ++longStringClasses[size_t(sizeClass)];
+    updateHookInterval();
+}
+
+void ScriptEngine::Impl::forgetLongString(const void *block)
+{
+    const auto found = longStrings.constFind(block);
+    if (found == longStrings.cend()) {
+        return;
+    }
+    --longStringClasses[size_t(*found)];
+    longStrings.erase(found);
+    updateHookInterval();
+}
+
+void ScriptEngine::Impl::updateHookInterval()
+{
+    // One instruction that compares two strings (==, <, a table key) goes over them
+    // byte by byte, in C: with long strings alive a few such instructions take as long
+    // as the whole interval of ordinary ones. So the hook, and with it the clock's
+    // backstop, comes after about CompareBytesPerInterval bytes of the longest string.
+    int interval = HookInterval;
+    for (int sizeClass = int(longStringClasses.size()) - 1; sizeClass >= 0; --sizeClass) {
+        if (longStringClasses[size_t(sizeClass)] > 0) {
+            const qint64 longest = qint64(2) << sizeClass;
+            interval = int(std::clamp<qint64>(CompareBytesPerInterval / longest, 1, HookInterval));
+            break;
+        }
+    }
+    if (interval == hookInterval) {
+        return;
+    }
+    hookInterval = interval;
+    // An armed or sticky hook runs at every instruction already; it takes the interval
+    // when it goes back.
+    if (hookArmed || budgetExceeded || fault.pending || callback == Callback::Closing) {
+        return;
+    }
+    for (lua_State *thread : {L, body}) {
+        if (thread) {
+            lua_sethook(thread, scriptHook, LUA_MASKCOUNT, interval);
+        }
+    }
+}
+
+void ScriptEngine::Impl::releaseScratch()
+{
+    error = QByteArray();
+    bytes = QByteArray();
+    values = QList<Value>();
+    memory.used -= size_t(scratchHeld);
+    scratchHeld = 0;
+}
+
 void ScriptEngine::Impl::setFault(const char *text, int line)
 {
     fault.pending = true;
@@ -362,7 +496,8 @@ void ScriptEngine::Impl::setFault(const char *text, int line)
 
 void ScriptEngine::Impl::setError(const QString &text)
 {
-    error = text.toUtf8();
+    // A message may quote what the script passed, which can be megabytes long.
+    error = clipText(text).toUtf8();
 }
 
 void ScriptEngine::Impl::setError(const char *text)
@@ -415,7 +550,7 @@ void ScriptEngine::Impl::emitOutput(ScriptOutput::Kind kind, const QString &text
     }
     ScriptOutput entry;
     entry.kind = kind;
-    entry.text = cutOutputText(text);
+    entry.text = clipText(text);
     entry.line = line;
     entry.elapsedMs = (state == ScriptState::Running ? now() : endMs) - startMs;
     output.append(entry);
@@ -432,6 +567,8 @@ ScriptAction ScriptEngine::Impl::poll()
     bodyCount = 0;
     pollCallbackCount = 0;
     pollCallbackCalls = 0;
+    const qint64 pollStartMs = now();
+    backstopStartMs = pollStartMs;
     for (int pass = 0; pass < PassesPerPoll; ++pass) {
         if (!sendQueue.isEmpty()) {
             QueuedSend next = sendQueue.takeFirst();
@@ -450,8 +587,11 @@ ScriptAction ScriptEngine::Impl::poll()
             lastDropWarningMs = now();
         }
         if (!rxQueue.isEmpty()) {
+            // Callbacks that took half the backstop's time leave the rest for the next
+            // poll, as do 64 of them or a million instructions.
             if (pollCallbackCalls >= CallbacksPerPoll ||
-                pollCallbackCount >= CallbackInstructionsPerPoll) {
+                pollCallbackCount >= CallbackInstructionsPerPoll ||
+                (pollCallbackCalls > 0 && now() - pollStartMs >= TimeBackstopMs / 2)) {
                 return {ScriptAction::Yield, {}};
             }
             const Received next = rxQueue.takeFirst();
@@ -467,6 +607,11 @@ ScriptAction ScriptEngine::Impl::poll()
             continue;
         }
 
+        // Matching the received bytes is work of the body too: once it has taken the
+        // slice, the event loop gets its turn before the body is resumed again.
+        if (bodyCount >= BodySlice) {
+            return {ScriptAction::Yield, {}};
+        }
         switch (wait) {
         case Wait::Sleep:
             if (now() - waitStartMs < waitMs) {
@@ -524,7 +669,14 @@ void ScriptEngine::Impl::resumeBody()
 {
     wait = Wait::None;
     int count = 0;
+    running = body;
     const int status = lua_resume(body, nullptr, 0, &count);
+    running = nullptr;
+    if (std::exchange(hookArmed, false) && !fault.pending) {
+        // Brought forward by a charge just before the body paused or ended.
+        lua_sethook(body, scriptHook, LUA_MASKCOUNT, hookInterval);
+    }
+    releaseScratch();
     if (status == LUA_YIELD) {
         lua_pop(body, count);
         if (wait == Wait::Fault) {
@@ -593,9 +745,13 @@ bool ScriptEngine::Impl::tryMatch()
         return false;
     }
 
+    // The search is the body's work: it counts towards the body's slice (a unit for
+    // every byte a regular expression looks at, and for every 16 bytes a text search
+    // goes over), so that a body that matches again and again still yields.
     qsizetype end = -1;
     switch (expectation.kind) {
     case Expectation::Text: {
+        bodyCount += (rxBuffer.size() - rxScanned) / 16 + 1;
         const qsizetype from =
             std::max<qsizetype>(0, rxScanned - expectation.needle.size() + 1);
         const qsizetype at = rxBuffer.indexOf(expectation.needle, from);
@@ -606,6 +762,7 @@ bool ScriptEngine::Impl::tryMatch()
         break;
     }
     case Expectation::Any: {
+        bodyCount += (rxBuffer.size() - rxScanned) * expectation.needles.size() / 16 + 1;
         int winner = -1;
         for (int i = 0; i < expectation.needles.size(); ++i) {
             const QByteArray &needle = expectation.needles.at(i);
@@ -622,6 +779,7 @@ bool ScriptEngine::Impl::tryMatch()
         break;
     }
     case Expectation::Pattern: {
+        bodyCount += rxBuffer.size() + 1;
         const QRegularExpressionMatch match =
             expectation.regex.match(QString::fromLatin1(rxBuffer));
         if (match.hasMatch() && match.capturedLength(0) > 0) {
@@ -656,25 +814,38 @@ bool ScriptEngine::Impl::runCallback(int ref, Callback kind, const QByteArray &f
     }
     callbackCount = 0;
     budgetExceeded = false;
+    budgetByTime = false;
     callbackErrorLine = -1;
     fault = Fault();
     callback = kind;
-    lua_sethook(L, scriptHook, LUA_MASKCOUNT, HookInterval);
+    lua_sethook(L, scriptHook, LUA_MASKCOUNT, hookInterval);
 
     CallbackCall call{ref, &first, &second};
+    lua_State *const outer = std::exchange(running, L);
+    // Each callback has the backstop's time; the body's time starts after it.
+    backstopStartMs = now();
     lua_pushcfunction(L, callbackMessageHandler);
     lua_pushcfunction(L, callbackTrampoline);
     lua_pushlightuserdata(L, &call);
     const int status = lua_pcall(L, 1, 0, -3);
 
+    running = outer;
+    backstopStartMs = now();
     callback = Callback::None;
-    lua_sethook(L, scriptHook, LUA_MASKCOUNT, HookInterval);
+    hookArmed = false;
+    lua_sethook(L, scriptHook, LUA_MASKCOUNT, hookInterval);
+    releaseScratch();
     pollCallbackCount += callbackCount;
     const QString name = kind == Callback::OnStop ? QStringLiteral("onStop")
                                                   : QStringLiteral("onReceive");
     bool ok = status == LUA_OK && !budgetExceeded && !fault.pending;
     if (!ok) {
-        if (budgetExceeded) {
+        if (budgetExceeded && budgetByTime) {
+            *message = tr("%1 held the window for more than %2 ms without returning")
+                           .arg(name)
+                           .arg(TimeBackstopMs);
+            *line = callbackErrorLine;
+        } else if (budgetExceeded) {
             *message = tr("%1 ran for more than %L2 instructions without returning")
                            .arg(name)
                            .arg(CallbackLimit);
@@ -703,7 +874,7 @@ void ScriptEngine::Impl::finish(ScriptState final, const QString &message, int l
         return;
     }
     state = final;
-    finishReason = message;
+    finishReason = clipText(message);
     endMs = now();
     errorLine = final == ScriptState::Failed ? line : -1;
     sendOutstanding = false;
@@ -723,12 +894,20 @@ void ScriptEngine::Impl::finish(ScriptState final, const QString &message, int l
                                                               : QByteArrayLiteral("stopped");
         QString failure;
         int failureLine = -1;
-        if (!runCallback(onStopRef, Callback::OnStop, how, message.toUtf8(), &failure,
+        if (!runCallback(onStopRef, Callback::OnStop, how, finishReason.toUtf8(), &failure,
                          &failureLine)) {
             emitOutput(ScriptOutput::Warning, tr("onStop: %1").arg(failure), failureLine);
         }
     }
     closeState();
+    // The run is over: what it held for matching and for the script functions goes.
+    rxBuffer = QByteArray();
+    rxScanned = 0;
+    regexCache = {};
+    expectation = Expectation();
+    resumeError = QByteArray();
+    fault = Fault();
+    releaseScratch();
 }
 
 void ScriptEngine::Impl::feed(const QByteArray &data, const QString &source)
@@ -745,7 +924,19 @@ void ScriptEngine::Impl::feed(const QByteArray &data, const QString &source)
     if (onReceiveRef == LUA_NOREF) {
         return;
     }
-    rxQueue.append({data, source.toUtf8()});
+    const QByteArray peer = source.toUtf8();
+    if (rxQueue.size() < ReceiveQueueEntries) {
+        rxQueue.append({data, peer});
+    } else if (rxQueue.constLast().source == peer) {
+        // Small chunks arriving while onReceive is held back would each cost an entry
+        // many times their size: at the limit they join the newest entry.
+        rxQueue.last().bytes += data;
+    } else {
+        const Received oldest = rxQueue.takeFirst();
+        rxQueueBytes -= oldest.bytes.size();
+        rxDropped += oldest.bytes.size();
+        rxQueue.append({data, peer});
+    }
     rxQueueBytes += data.size();
     while (rxQueueBytes > ReceiveQueueBytes) {
         const qsizetype excess = rxQueueBytes - ReceiveQueueBytes;
@@ -1038,6 +1229,18 @@ qsizetype ScriptEngine::memoryPeak() const
     return qsizetype(d->memory.peak);
 }
 
+QString ScriptEngine::clipText(const QString &text, int limit)
+{
+    if (text.size() <= limit) {
+        return text;
+    }
+    qsizetype keep = std::max(limit - 1, 0);
+    if (keep > 0 && text.at(keep - 1).isHighSurrogate()) {
+        --keep;
+    }
+    return text.left(keep) + QChar(0x2026);
+}
+
 QString ScriptEngine::displayText(const QByteArray &bytes)
 {
     QString text;
@@ -1051,7 +1254,12 @@ QString ScriptEngine::displayText(const QByteArray &bytes)
             text += QStringLiteral("\r\n");
             i += 2;
         } else if (const qsizetype length = byte >= 0x80 ? utf8SequenceLength(bytes, i) : 0) {
-            text += QString::fromUtf8(bytes.constData() + i, length);
+            // Decoded here: QString::fromUtf8 would drop a U+FEFF as a byte order mark.
+            char32_t code = byte & (0x7F >> length);
+            for (qsizetype k = 1; k < length; ++k) {
+                code = (code << 6) | (uchar(bytes.at(i + k)) & 0x3F);
+            }
+            text += QChar::fromUcs4(code);
             i += length;
         } else {
             text += QStringLiteral("\\x") +

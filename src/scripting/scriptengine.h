@@ -83,11 +83,18 @@ public:
     static constexpr int MaxSourceBytes = 262144;
     static constexpr qsizetype MemoryLimit = 33554432;
     static constexpr int HookInterval = 10000;
+    // While strings of LongStringBytes or more live, the hook comes sooner: after about
+    // CompareBytesPerInterval bytes' worth of comparisons of the longest of them.
+    static constexpr size_t LongStringBytes = 4096;
+    static constexpr qint64 CompareBytesPerInterval = 1 << 24;
     static constexpr long long BodySlice = 1000000;
     static constexpr long long UnpausableLimit = 10000000;
     static constexpr long long CallbackLimit = 10000000;
     static constexpr int RxBufferBytes = 65536;
     static constexpr qsizetype ReceiveQueueBytes = 1048576;
+    // Entries the onReceive queue holds; beyond that, chunks from the peer of the newest
+    // entry join it, and a chunk from another peer pushes the oldest entry out.
+    static constexpr int ReceiveQueueEntries = 4096;
     static constexpr qsizetype CallbackSendBytes = 1048576;
     static constexpr int OutputQueueLimit = 1000;
     static constexpr int OutputTextLimit = 16384;
@@ -98,6 +105,16 @@ public:
     static constexpr int MaxTimeoutMs = 86400000;
     static constexpr int DefaultTimeoutMs = 1000;
     static constexpr int MaxReadBytes = 65536;
+    // Work done inside C on the script's behalf (bytes built or scanned, elements moved,
+    // pattern steps) is charged to the instruction count in units of about one
+    // instruction's time: an allocation costs a unit per this many bytes.
+    static constexpr int AllocatedBytesPerUnit = 4;
+    // However the work is counted, no stretch of script code holds the thread for much
+    // longer than this by the owner's clock: then the body pauses, and a callback, or
+    // body code that cannot pause, is ended as if it had run out of instructions. The
+    // body's time runs from the start of a poll (or the end of its callbacks), each
+    // callback's from its own start.
+    static constexpr int TimeBackstopMs = 20;
 
     // `clock` gives monotonic milliseconds; the engine reads it for every time it needs.
     explicit ScriptEngine(Clock clock);
@@ -148,6 +165,8 @@ public:
     // Bytes as text that is safe to show: printable ASCII, tab, line feed, CR LF and
     // well-formed UTF-8 stand as they are, any other byte becomes "\xHH".
     static QString displayText(const QByteArray &bytes);
+    // `text` cut to `limit` characters: a longer one keeps limit - 1 and ends in "…".
+    static QString clipText(const QString &text, int limit = OutputTextLimit);
     // A one-line hint for an error message and the source line it points at, or an
     // empty string.
     static QString hintFor(const QString &message, const QString &sourceLine);

@@ -15,14 +15,18 @@
 
 #include <lua.hpp>
 
+#include <array>
 #include <variant>
 
-// The allocator's counters; the allocator refuses to grow beyond `limit`.
+// The allocator's counters; the allocator refuses to grow beyond `limit`. With an
+// owner, what it allocates (and the full collection a refusal leads to) is charged to
+// the owner's instruction count.
 struct ScriptMemory
 {
     size_t used = 0;
     size_t limit = size_t(ScriptEngine::MemoryLimit);
     size_t peak = 0;
+    ScriptEngine::Impl *owner = nullptr;
 };
 
 void *scriptAlloc(void *ud, void *ptr, size_t osize, size_t nsize);
@@ -118,12 +122,34 @@ struct ScriptEngine::Impl
     void setError(const QString &text);
     void setError(const char *text);
     QString limitText() const;
+    // Charges `units` of work done in C to the counter of what is running (the body or
+    // a callback). When that takes the counter to the point where the hook acts, the
+    // hook is made to run at the next instruction rather than up to 10000 later.
+    void charge(long long units);
+    // Bytes that C++ copies of a call's data would take: refused (false) when they would
+    // not fit in what the heap has left, so that the copies made outside the Lua heap
+    // stay within the same cap.
+    bool roomFor(qint64 bytes) const;
+    // Whether the current poll (or onStop) has run for TimeBackstopMs by the clock.
+    bool pastBackstop() const;
+    // Counts `bytes` of scratch space (a result about to be copied into Lua) as heap in
+    // use until releaseScratch(), so that the copy and the original share the cap;
+    // false, counting nothing, when they do not fit.
+    bool holdScratch(qint64 bytes);
+    // Lets go of the scratch space of the script functions.
+    void releaseScratch();
+    // The allocator's notes of strings of LongStringBytes and more, which shorten the
+    // hook's interval while they live.
+    void noteLongString(const void *block, size_t size);
+    void forgetLongString(const void *block);
+    void updateHookInterval();
 
     Clock clock;
     CommandLookup lookup;
     ScriptMemory memory;
     lua_State *L = nullptr;    // the main state: callbacks run here
     lua_State *body = nullptr; // the body's thread, anchored in the registry
+    lua_State *running = nullptr; // the thread that runs script code now, if any
     int onReceiveRef = LUA_NOREF;
     int onStopRef = LUA_NOREF;
     ScriptPortInfo port;
@@ -169,6 +195,12 @@ struct ScriptEngine::Impl
     long long bodyCount = 0;
     long long callbackCount = 0;
     bool budgetExceeded = false;
+    bool budgetByTime = false; // exceeded by the time backstop, not the count
+    bool hookArmed = false;    // a charge set the hook to run at the next instruction
+    int hookInterval = HookInterval; // shorter while long strings live
+    QHash<const void *, int> longStrings;       // string block to its size class (log2)
+    std::array<int, 64> longStringClasses = {}; // live long strings by size class
+    qint64 backstopStartMs = -1; // when the current poll (or onStop) began; -1: none
     long long pollCallbackCount = 0;
     int pollCallbackCalls = 0;
     int callbackErrorLine = -1;
@@ -179,6 +211,7 @@ struct ScriptEngine::Impl
     QByteArray error;
     QByteArray bytes;
     QList<Value> values;
+    qint64 scratchHeld = 0; // bytes of scratch counted in memory.used
     QHash<QByteArray, QRegularExpression> regexCache;
 };
 
@@ -192,7 +225,11 @@ int scriptInnermostLine(lua_State *L, int level);
 // The lines of up to `count` script frames that called the innermost one.
 QList<int> scriptCallerLines(lua_State *L, int level, int count);
 // An error value as text: strings and numbers through displayText, nil as "nil", any
-// other value by its type.
+// other value by its type; cut to the output limit.
 QString scriptErrorText(lua_State *L, int index);
+// displayText of at most the bytes that can show within the output limit, cut to it.
+QString scriptDisplayText(const char *data, size_t length);
+// Impl::charge for the run that `L` belongs to.
+void scriptCharge(lua_State *L, long long units);
 // Cuts a leading "script:LINE: " from `message`; returns the line, or -1.
 int scriptStripPosition(QString *message);

@@ -119,8 +119,6 @@ bool ScriptLibraryCodec::readScriptFile(const QString &path, Script *out, QStrin
     // The limit holds for the script as it is kept: without a byte order mark and with
     // "\n" line ends. A file exported with "\r\n" may therefore be up to twice the limit
     // (a script of empty lines), and still imports; reading stops one byte past that.
-    // Bytes that are not UTF-8 become replacement characters, which take more room, and
-    // count as such, so a script is refused rather than cut.
     QByteArray bytes = file.read(2 * qint64(MaxSourceBytes) + 3 + 1);
     if (bytes.startsWith("\xEF\xBB\xBF")) {
         bytes.remove(0, 3);
@@ -131,6 +129,14 @@ bool ScriptLibraryCodec::readScriptFile(const QString &path, Script *out, QStrin
     // silently take a second.
     QStringDecoder utf8(QStringDecoder::Utf8, QStringConverter::Flag::ConvertInitialBom);
     const QString source = readWhole ? normalizeLineEnds(utf8.decode(bytes)) : QString();
+    // A file in another encoding (a legacy code page, say) would import with its
+    // characters replaced; it is refused with the reason instead.
+    if (readWhole && utf8.hasError()) {
+        fail(error, tr("%1 is not UTF-8 text. Save it with the UTF-8 encoding and import it "
+                       "again.")
+                        .arg(info.fileName()));
+        return false;
+    }
     if (!readWhole || source.toUtf8().size() > MaxSourceBytes) {
         fail(error, tr("%1 is larger than %2 KB, the most a script can be.")
                         .arg(info.fileName())

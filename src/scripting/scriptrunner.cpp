@@ -88,18 +88,24 @@ QString ScriptRunner::finishedNote() const
 {
     const QString name = current->name();
     const QString seconds = secondsText(current->elapsedMs());
+    // One line of the receive view, cut as its log lines are.
+    const auto line = [](const QString &text) {
+        return ScriptEngine::clipText(text, ReceiveViewLineLimit);
+    };
     switch (current->state()) {
     case ScriptState::Passed:
-        return tr("Script \"%1\" passed in %2 s").arg(name, seconds);
+        return line(tr("Script \"%1\" passed in %2 s").arg(name, seconds));
     case ScriptState::Stopped:
-        return tr("Script \"%1\" stopped after %2 s: %3").arg(name, seconds, current->finishReason());
+        return line(tr("Script \"%1\" stopped after %2 s: %3")
+                        .arg(name, seconds, current->finishReason()));
     case ScriptState::Failed:
         if (current->errorLine() >= 0) {
-            return tr("Script \"%1\" failed at line %2 after %3 s: %4")
-                .arg(name, QString::number(current->errorLine()), seconds,
-                     current->finishReason());
+            return line(tr("Script \"%1\" failed at line %2 after %3 s: %4")
+                            .arg(name, QString::number(current->errorLine()), seconds,
+                                 current->finishReason()));
         }
-        return tr("Script \"%1\" failed after %2 s: %3").arg(name, seconds, current->finishReason());
+        return line(tr("Script \"%1\" failed after %2 s: %3")
+                        .arg(name, seconds, current->finishReason()));
     default:
         return QString();
     }
@@ -272,7 +278,7 @@ void ScriptRunner::passLogLine(const QString &text)
     }
     if (logLineTimes.size() < ReceiveViewLogLinesPerSecond) {
         logLineTimes.append(at);
-        emit receiveViewLine(text);
+        emit receiveViewLine(ScriptEngine::clipText(text, ReceiveViewLineLimit));
     } else if (!logRateNoted) {
         logRateNoted = true;
         emit receiveViewLine(logRateMessage());

@@ -38,6 +38,10 @@ public:
     static constexpr int BacklogRetryMs = 10;
     // Lines of `log` that reach the port's receive view in any one second.
     static constexpr int ReceiveViewLogLinesPerSecond = 20;
+    // The most characters of a line the runner puts in the receive view (a longer one
+    // ends in "…"): a data view lays out a long line slowly, and the whole text is in
+    // the Scripts window.
+    static constexpr int ReceiveViewLineLimit = 1024;
 
     explicit ScriptRunner(QObject *parent = nullptr);
     ~ScriptRunner() override;

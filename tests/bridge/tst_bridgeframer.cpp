@@ -32,6 +32,8 @@ void TestBridgeFramer::framing_data()
     QTest::newRow("a delimiter frame over maxBytes")
         << 2 << QByteArray(";") << 4 << "i0:abcdef;gh f"
         << "[abcd][ef;][gh]" << 1;
+    QTest::newRow("a delimiter split by a cut at maxBytes is none, as byte by byte")
+        << 2 << QByteArray("XY") << 4 << "i0:abcXYdXY" << "[abcX][YdXY]" << 1;
     QTest::newRow("a delimiter never seen") << 2 << QByteArray(";") << 4 << "i0:ab i1:cdefg n1=200"
                                             << "[abcd]" << 1;
     QTest::newRow("fixed length") << 3 << QByteArray() << 4 << "i0:abcdefghij n0=200 t199 t200"

@@ -73,6 +73,8 @@ void TestModbusCodec::build_data()
                                << "Slave ID must be between 0 and 247.";
     QTest::newRow("2001 coils") << 1 << 1 << 0 << 2001 << QList<quint16>{} << QByteArray()
                                 << "Coil count must be between 1 and 2000.";
+    QTest::newRow("126 registers read") << 1 << 3 << 0 << 126 << QList<quint16>{} << QByteArray()
+                                        << "Register count must be between 1 and 125.";
     QTest::newRow("124 registers written")
         << 1 << 16 << 0 << 0 << QList<quint16>(124, 1) << QByteArray()
         << "Register count must be between 1 and 123.";

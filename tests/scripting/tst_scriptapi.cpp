@@ -1,6 +1,7 @@
 // The functions scripts call: what they send, what they take from received data, what
 // they compute, and the errors of wrong arguments.
 
+#include "automation/autoreplyengine.h"
 #include "automation/commandlibrary.h"
 #include "connection/messagecodec.h"
 #include "connection/wiretextcodecregistry.h"
@@ -64,6 +65,8 @@ private slots:
     void checksumRoundTrip();
     void data_data();
     void data();
+    void fromHexReadsLikeParseHex_data();
+    void fromHexReadsLikeParseHex();
 };
 
 // The globals a script sees beside Lua's own: 34 functions in their order, and port.
@@ -466,6 +469,48 @@ void TestScriptApi::data()
     info.format.sendEncoding = "ISO-8859-1";
     info.format.receiveEncoding = "ISO-8859-1";
     QTEST(run(source, {}, {}, nullptr, info), "result");
+}
+
+void TestScriptApi::fromHexReadsLikeParseHex_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("blanks and commas") << QByteArray(" 41\t42,,43\r\n\v\f4a4B ");
+    QTest::newRow("ideographic and no-break spaces")
+        << QByteArray("41\xe3\x80\x80" "42\xc2\xa0" "43 44\xe3\x80\x80");
+    QTest::newRow("a full-width digit") << QByteArray("41 \xef\xbc\x94" "1");
+    QTest::newRow("byte order mark first") << QByteArray("\xef\xbb\xbf" "41 42");
+    QTest::newRow("byte order mark later") << QByteArray("41 \xef\xbb\xbf" "42");
+    QTest::newRow("wildcard") << QByteArray("41 ?? 42");
+    QTest::newRow("odd part after good ones") << QByteArray("41 42 434");
+    QTest::newRow("bad digit") << QByteArray("41 4g");
+    QTest::newRow("invalid UTF-8") << QByteArray("41 \xff\xfe 42");
+    QTest::newRow("empty") << QByteArray(" ,\t");
+    QTest::newRow("long") << QByteArray("00 7f 80 ff ").repeated(4000);
+}
+
+// fromHex reads plain hex in a pass of its own and hands everything else to parseHex:
+// the bytes and the messages are parseHex's for any text.
+void TestScriptApi::fromHexReadsLikeParseHex()
+{
+    QFETCH(QByteArray, text);
+    QString literal;
+    for (const char byte : text) {
+        literal += QStringLiteral("\\%1").arg(int(quint8(byte)));
+    }
+    QList<int> values;
+    QString error;
+    const bool ok = AutoReplyEngine::parseHex(QString::fromUtf8(text), false, values, error);
+    QByteArray bytes;
+    for (int value : std::as_const(values)) {
+        bytes.append(char(value));
+    }
+    // A printed line keeps its first 16383 characters: the length tells the rest.
+    const QString expected =
+        ok ? QString::number(bytes.size()) + u'\n' +
+                 ScriptEngine::clipText(QString::fromLatin1(bytes.toHex(' ').toUpper()))
+           : QStringLiteral("error: ") + error;
+    QCOMPARE(run(QStringLiteral("local b = fromHex('%1')\nprint(#b)\nprint(toHex(b))").arg(literal)),
+             expected);
 }
 
 QTEST_GUILESS_MAIN(TestScriptApi)

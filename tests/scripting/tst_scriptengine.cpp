@@ -318,8 +318,8 @@ void TestScriptEngine::sends()
     QTEST(h.engine.errorLine(), "line");
 }
 
-// The unread bytes keep their newest 64 KiB; the onReceive queue its newest 1 MiB, with
-// a warning at most every 5 s.
+// The unread bytes keep their newest 64 KiB; the onReceive queue its newest 1 MiB in at
+// most 4096 entries, with a warning of dropped bytes at most every 5 s.
 void TestScriptEngine::receiveLimits()
 {
     ScriptHarness h;
@@ -351,6 +351,17 @@ void TestScriptEngine::receiveLimits()
     QCOMPARE(h.engine.state(), ScriptState::Passed);
     QCOMPARE(h.printed(), QStringList{QStringLiteral("%1\t65536\taab")
                                           .arg(1048576 + 1048576 + 1)});
+
+    // The queue holds 4096 entries: single bytes beyond that join the newest one, and
+    // nothing is lost.
+    QVERIFY(h.start("calls, total = 0, 0\nonReceive(function(b) calls = calls + 1 "
+                    "total = total + #b end)\nsleep(10)\nprint(calls, total)"));
+    h.run(0);
+    for (int i = 0; i < 10000; ++i) {
+        h.engine.feed("x", QString());
+    }
+    h.run();
+    QCOMPARE(h.printed().last(), "4096\t10000");
 }
 
 // One poll runs at most 64 callbacks, then hands the event loop a turn.

@@ -178,9 +178,14 @@ void TestScriptLibrary::readScriptFile_data()
     QTest::newRow("one line more with CR LF line ends")
         << "crlf.lua" << QByteArray("\r\n").repeated(262145) << "" << 0
         << tooLarge.arg("crlf.lua");
-    // Bytes that are not UTF-8 grow into replacement characters: refused, not cut.
+    // Text in another encoding is refused for what it is, however long.
+    const QString notUtf8 = QStringLiteral("%1 is not UTF-8 text. Save it with the UTF-8 "
+                                           "encoding and import it again.");
     QTest::newRow("invalid UTF-8 beyond the limit")
-        << "binary.lua" << QByteArray(100000, '\xff') << "" << 0 << tooLarge.arg("binary.lua");
+        << "binary.lua" << QByteArray(100000, '\xff') << "" << 0 << notUtf8.arg("binary.lua");
+    QTest::newRow("a Latin-1 comment")
+        << "latin1.lua" << QByteArray("-- Gr\xfc\xdf" "e\nprint(1)") << "" << 0
+        << notUtf8.arg("latin1.lua");
     QTest::newRow("empty file") << "empty.lua" << QByteArray() << "empty" << 0 << "";
     QTest::newRow("byte order mark dropped")
         << "bom.lua" << Bom + QByteArray("print(1)") << "bom" << 8 << "";

@@ -5,8 +5,8 @@
 
 #include "scripting/luahighlighter.h"
 #include "scripting/scripteditor.h"
-#include "scripting/scriptportlink.h"
-#include "scripting/scriptwindow.h"
+#include "session/scriptportlink.h"
+#include "app/scriptwindow.h"
 #include "session/serialportwidget.h"
 
 #include <QAbstractButton>
@@ -31,7 +31,7 @@ struct Port
         settings.connMode = ModeTcpServer;
         settings.targetPort = 0;
         panel.applySettings(settings);
-        link = new ScriptPortLink(&panel);
+        link = new ScriptPortLink(panel.session());
     }
     SerialPortWidget panel;
     ScriptPortLink *link = nullptr;
@@ -68,18 +68,20 @@ QStringList outputLines(const ScriptWindow &window)
     return window.outputText().split(u'\n');
 }
 
-// The link of the first output line that has one.
-QString firstAnchor(const ScriptWindow &window)
+// The links of the output lines that have one, in order.
+QStringList anchors(const ScriptWindow &window)
 {
+    QStringList links;
     const auto *view = window.findChild<QTextBrowser *>(QStringLiteral("scriptOutput"));
     for (QTextBlock block = view->document()->begin(); block.isValid(); block = block.next()) {
         for (auto it = block.begin(); !it.atEnd(); ++it) {
             if (it.fragment().charFormat().isAnchor()) {
-                return it.fragment().charFormat().anchorHref();
+                links << it.fragment().charFormat().anchorHref();
+                break;
             }
         }
     }
-    return QString();
+    return links;
 }
 } // namespace
 
@@ -176,11 +178,11 @@ void TestScriptWindow::runShowsOutputAndLinksErrors()
     QCOMPARE(window.stateText(), "\"typo\" failed at line 3");
     QCOMPARE(window.editor()->errorLine(), 3);
 
+    // Printed and logged lines link to their line as errors do.
     window.selectScript(0);
-    const QString anchor = firstAnchor(window);
-    QCOMPARE(anchor, "line:1:3");
+    QCOMPARE(anchors(window), (QStringList{"line:0:1", "line:0:2", "line:1:3", "line:1:3"}));
     auto *view = window.findChild<QTextBrowser *>(QStringLiteral("scriptOutput"));
-    emit view->anchorClicked(QUrl(anchor));
+    emit view->anchorClicked(QUrl(QStringLiteral("line:1:3")));
     QCOMPARE(window.currentScriptIndex(), 1);
     QCOMPARE(window.editor()->textCursor().blockNumber(), 2);
 }

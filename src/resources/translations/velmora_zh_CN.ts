@@ -1188,6 +1188,561 @@
     </message>
 </context>
 <context>
+    <name>FrameInterpreter</name>
+    <message>
+        <source>Checksum</source>
+        <translation>校验</translation>
+    </message>
+    <message>
+        <source>%1 (expected %2)</source>
+        <translation>%1（应为 %2）</translation>
+    </message>
+    <message>
+        <source>%1 OK</source>
+        <translation>%1 正确</translation>
+    </message>
+    <message>
+        <source>Delimiter</source>
+        <translation>分隔符</translation>
+    </message>
+    <message>
+        <source>Trailer</source>
+        <translation>帧尾</translation>
+    </message>
+</context>
+<context>
+    <name>FrameTemplate</name>
+    <message>
+        <source>The template needs a name.</source>
+        <translation>模板需要一个名称。</translation>
+    </message>
+    <message>
+        <source>Header framing needs at least one header byte.</source>
+        <translation>帧头分帧至少需要一个帧头字节。</translation>
+    </message>
+    <message>
+        <source>The header can be at most %1 bytes.</source>
+        <translation>帧头最多 %1 个字节。</translation>
+    </message>
+    <message>
+        <source>The trailer can be at most %1 bytes.</source>
+        <translation>帧尾最多 %1 个字节。</translation>
+    </message>
+    <message>
+        <source>The maximum frame size must be between %1 and %2 bytes.</source>
+        <translation>最大帧长必须在 %1 到 %2 字节之间。</translation>
+    </message>
+    <message>
+        <source>The frame timeout must be between 5 and 10000 ms.</source>
+        <translation>帧超时必须在 5 到 10000 ms 之间。</translation>
+    </message>
+    <message>
+        <source>Delimiter framing needs a delimiter.</source>
+        <translation>分隔符分帧需要一个分隔符。</translation>
+    </message>
+    <message>
+        <source>The delimiter can be at most %1 bytes.</source>
+        <translation>分隔符最多 %1 个字节。</translation>
+    </message>
+    <message>
+        <source>The idle gap must be between 1 and 60000 ms.</source>
+        <translation>空闲间隔必须在 1 到 60000 ms 之间。</translation>
+    </message>
+    <message>
+        <source>The length field must be 1, 2 or 4 bytes wide.</source>
+        <translation>长度字段必须为 1、2 或 4 个字节宽。</translation>
+    </message>
+    <message>
+        <source>The length field lies beyond the maximum frame size.</source>
+        <translation>长度字段超出了最大帧长。</translation>
+    </message>
+    <message>
+        <source>The length adjustment must be between -64 and 64.</source>
+        <translation>长度修正值必须在 -64 到 64 之间。</translation>
+    </message>
+    <message>
+        <source>The fixed length is shorter than the header, checksum and trailer together.</source>
+        <translation>固定长度小于帧头、校验和帧尾的总长度。</translation>
+    </message>
+    <message>
+        <source>The fixed length exceeds the maximum frame size.</source>
+        <translation>固定长度超过了最大帧长。</translation>
+    </message>
+    <message>
+        <source>The checksum cannot start before the frame.</source>
+        <translation>校验不能从帧之前开始。</translation>
+    </message>
+    <message>
+        <source>A custom CRC must be 1 to 64 bits wide.</source>
+        <translation>自定义 CRC 的位宽必须为 1 到 64 位。</translation>
+    </message>
+    <message>
+        <source>A template can have at most %1 fields.</source>
+        <translation>一个模板最多可有 %1 个字段。</translation>
+    </message>
+    <message>
+        <source>(unnamed)</source>
+        <translation>（未命名）</translation>
+    </message>
+    <message>
+        <source>Field &quot;%1&quot; starts outside the frame.</source>
+        <translation>字段“%1”的起始位置在帧外。</translation>
+    </message>
+    <message>
+        <source>Field &quot;%1&quot; has a negative length.</source>
+        <translation>字段“%1”的长度为负数。</translation>
+    </message>
+    <message>
+        <source>Bit field &quot;%1&quot; needs a 1, 2 or 4 byte container.</source>
+        <translation>位字段“%1”需要 1、2 或 4 字节的容器。</translation>
+    </message>
+    <message>
+        <source>Bit field &quot;%1&quot; does not fit its container.</source>
+        <translation>位字段“%1”超出了其容器。</translation>
+    </message>
+    <message>
+        <source>Field &quot;%1&quot; has an invalid condition.</source>
+        <translation>字段“%1”的条件无效。</translation>
+    </message>
+    <message>
+        <source>Field &quot;%1&quot; can show 0 to 15 decimals.</source>
+        <translation>字段“%1”只能显示 0 到 15 位小数。</translation>
+    </message>
+</context>
+<context>
+    <name>FrameTemplateCodec</name>
+    <message>
+        <source>The project file %1 does not exist.</source>
+        <translation>工程文件 %1 不存在。</translation>
+    </message>
+    <message>
+        <source>The project file %1 could not be read.</source>
+        <translation>无法读取工程文件 %1。</translation>
+    </message>
+    <message>
+        <source>It has no frame templates.</source>
+        <translation>其中没有帧模板。</translation>
+    </message>
+    <message>
+        <source>Its frame templates: %1.</source>
+        <translation>其中的帧模板：%1。</translation>
+    </message>
+    <message>
+        <source>There is no frame template called &quot;%1&quot; in %2. %3</source>
+        <translation>%2 中没有名为“%1”的帧模板。%3</translation>
+    </message>
+    <message>
+        <source>The frame template &quot;%1&quot; cannot decode: %2</source>
+        <translation>帧模板“%1”无法解码：%2</translation>
+    </message>
+</context>
+<context>
+    <name>FrameTemplateDialog</name>
+    <message>
+        <source>Frame Templates</source>
+        <translation>帧模板</translation>
+    </message>
+    <message>
+        <source>Add a template</source>
+        <translation>添加模板</translation>
+    </message>
+    <message>
+        <source>Duplicate the template</source>
+        <translation>复制模板</translation>
+    </message>
+    <message>
+        <source>Remove the template</source>
+        <translation>删除模板</translation>
+    </message>
+    <message>
+        <source>Move up</source>
+        <translation>上移</translation>
+    </message>
+    <message>
+        <source>Move down</source>
+        <translation>下移</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>Framing</source>
+        <translation>分帧</translation>
+    </message>
+    <message>
+        <source>Mode</source>
+        <translation>方式</translation>
+    </message>
+    <message>
+        <source>AA 55</source>
+        <translation>AA 55</translation>
+    </message>
+    <message>
+        <source>Header (hex)</source>
+        <translation>帧头（十六进制）</translation>
+    </message>
+    <message>
+        <source>width</source>
+        <translation>宽度</translation>
+    </message>
+    <message>
+        <source>Length at byte</source>
+        <translation>长度位于字节</translation>
+    </message>
+    <message>
+        <source>counts</source>
+        <translation>计数范围</translation>
+    </message>
+    <message>
+        <source>Added to the length field, for protocols that count one more or one less</source>
+        <translation>加到长度字段上，用于多计或少计一个的协议</translation>
+    </message>
+    <message>
+        <source>adjust</source>
+        <translation>修正</translation>
+    </message>
+    <message>
+        <source> bytes</source>
+        <translation> 字节</translation>
+    </message>
+    <message>
+        <source>Frame length</source>
+        <translation>帧长</translation>
+    </message>
+    <message>
+        <source>0D 0A</source>
+        <translation>0D 0A</translation>
+    </message>
+    <message>
+        <source>Delimiter (hex)</source>
+        <translation>分隔符（十六进制）</translation>
+    </message>
+    <message>
+        <source> ms</source>
+        <translation> ms</translation>
+    </message>
+    <message>
+        <source>Idle gap</source>
+        <translation>空闲间隔</translation>
+    </message>
+    <message>
+        <source>Trailer (hex)</source>
+        <translation>帧尾（十六进制）</translation>
+    </message>
+    <message>
+        <source>Largest frame</source>
+        <translation>最大帧长</translation>
+    </message>
+    <message>
+        <source>A frame still incomplete after this much silence is shown as Incomplete</source>
+        <translation>静默这么久后仍未收完的帧显示为“不完整”</translation>
+    </message>
+    <message>
+        <source>Frame timeout</source>
+        <translation>帧超时</translation>
+    </message>
+    <message>
+        <source>Checksum</source>
+        <translation>校验</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>无</translation>
+    </message>
+    <message>
+        <source>SUM8</source>
+        <translation>SUM8</translation>
+    </message>
+    <message>
+        <source>XOR8</source>
+        <translation>XOR8</translation>
+    </message>
+    <message>
+        <source>SUM16</source>
+        <translation>SUM16</translation>
+    </message>
+    <message>
+        <source>Custom CRC</source>
+        <translation>自定义 CRC</translation>
+    </message>
+    <message>
+        <source> bits</source>
+        <translation> 位</translation>
+    </message>
+    <message>
+        <source>Width</source>
+        <translation>位宽</translation>
+    </message>
+    <message>
+        <source>Poly</source>
+        <translation>多项式</translation>
+    </message>
+    <message>
+        <source>Init</source>
+        <translation>初始值</translation>
+    </message>
+    <message>
+        <source>XorOut</source>
+        <translation>结果异或值</translation>
+    </message>
+    <message>
+        <source>Reflect in</source>
+        <translation>输入反转</translation>
+    </message>
+    <message>
+        <source>Reflect out</source>
+        <translation>输出反转</translation>
+    </message>
+    <message>
+        <source>over bytes from</source>
+        <translation>计算起始字节</translation>
+    </message>
+    <message>
+        <source>to the checksum, stored</source>
+        <translation>至校验之前，存储字节序</translation>
+    </message>
+    <message>
+        <source>Fields</source>
+        <translation>字段</translation>
+    </message>
+    <message>
+        <source>Offset</source>
+        <translation>偏移</translation>
+    </message>
+    <message>
+        <source>Type</source>
+        <translation>类型</translation>
+    </message>
+    <message>
+        <source>Length</source>
+        <translation>长度</translation>
+    </message>
+    <message>
+        <source>Bits</source>
+        <translation>位</translation>
+    </message>
+    <message>
+        <source>Byte order</source>
+        <translation>字节序</translation>
+    </message>
+    <message>
+        <source>Scale</source>
+        <translation>系数</translation>
+    </message>
+    <message>
+        <source>Add</source>
+        <translation>加数</translation>
+    </message>
+    <message>
+        <source>Decimals</source>
+        <translation>小数位</translation>
+    </message>
+    <message>
+        <source>Unit</source>
+        <translation>单位</translation>
+    </message>
+    <message>
+        <source>Labels</source>
+        <translation>标签</translation>
+    </message>
+    <message>
+        <source>When</source>
+        <translation>条件</translation>
+    </message>
+    <message>
+        <source>Bits fields: &quot;5..7&quot; for bits 5 to 7, bit 0 the lowest</source>
+        <translation>位字段：“5..7”表示第 5 到 7 位，第 0 位为最低位</translation>
+    </message>
+    <message>
+        <source>Names for values, &quot;0=Off;1=On&quot;</source>
+        <translation>数值的名称，如“0=Off;1=On”</translation>
+    </message>
+    <message>
+        <source>Only when a byte has a value: &quot;3=01&quot; means byte 3 is 0x01. Empty for always</source>
+        <translation>仅当某字节为某值时显示：“3=01”表示第 3 字节为 0x01。留空则总是显示</translation>
+    </message>
+    <message>
+        <source>Add a field</source>
+        <translation>添加字段</translation>
+    </message>
+    <message>
+        <source>Remove the field</source>
+        <translation>删除字段</translation>
+    </message>
+    <message>
+        <source>Test</source>
+        <translation>测试</translation>
+    </message>
+    <message>
+        <source>Paste received bytes in hex, e.g. AA 55 07 01 01 02 41 20 00 00 6C</source>
+        <translation>粘贴收到的十六进制字节，例如 AA 55 07 01 01 02 41 20 00 00 6C</translation>
+    </message>
+    <message>
+        <source>Decode</source>
+        <translation>解码</translation>
+    </message>
+    <message>
+        <source>Field</source>
+        <translation>字段</translation>
+    </message>
+    <message>
+        <source>Value</source>
+        <translation>值</translation>
+    </message>
+    <message>
+        <source>(unnamed)</source>
+        <translation>（未命名）</translation>
+    </message>
+    <message>
+        <source>Template</source>
+        <translation>模板</translation>
+    </message>
+    <message>
+        <source>%1: %2</source>
+        <translation>%1：%2</translation>
+    </message>
+    <message>
+        <source>Another template is already called &quot;%1&quot;.</source>
+        <translation>已有另一个模板名为“%1”。</translation>
+    </message>
+    <message>
+        <source>Add a template first.</source>
+        <translation>请先添加一个模板。</translation>
+    </message>
+    <message>
+        <source>Header</source>
+        <translation>帧头</translation>
+    </message>
+    <message>
+        <source>Delimiter</source>
+        <translation>分隔符</translation>
+    </message>
+    <message>
+        <source>Trailer</source>
+        <translation>帧尾</translation>
+    </message>
+    <message>
+        <source>%1: not a hex number</source>
+        <translation>%1：不是十六进制数</translation>
+    </message>
+    <message>
+        <source>Field %1: the offset is not a number</source>
+        <translation>字段 %1：偏移不是数字</translation>
+    </message>
+    <message>
+        <source>Field %1: the length is not a number</source>
+        <translation>字段 %1：长度不是数字</translation>
+    </message>
+    <message>
+        <source>Field %1: bits are written &quot;5..7&quot;</source>
+        <translation>字段 %1：位的写法为“5..7”</translation>
+    </message>
+    <message>
+        <source>Field %1: scale and add are numbers</source>
+        <translation>字段 %1：系数和加数须为数字</translation>
+    </message>
+    <message>
+        <source>Field %1: decimals is a number</source>
+        <translation>字段 %1：小数位须为数字</translation>
+    </message>
+    <message>
+        <source>Field %1: When is written &quot;3=01&quot; (byte 3 is 0x01)</source>
+        <translation>字段 %1：条件的写法为“3=01”（第 3 字节为 0x01）</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>正确</translation>
+    </message>
+    <message>
+        <source>Exception</source>
+        <translation>异常</translation>
+    </message>
+    <message>
+        <source>Checksum error</source>
+        <translation>校验错误</translation>
+    </message>
+    <message>
+        <source>Malformed</source>
+        <translation>格式错误</translation>
+    </message>
+    <message>
+        <source>Incomplete</source>
+        <translation>不完整</translation>
+    </message>
+    <message>
+        <source>Unrecognized</source>
+        <translation>无法识别</translation>
+    </message>
+    <message>
+        <source>Paste some bytes to decode.</source>
+        <translation>请粘贴要解码的字节。</translation>
+    </message>
+    <message>
+        <source>The template is not complete: %1</source>
+        <translation>模板尚不完整：%1</translation>
+    </message>
+</context>
+<context>
+    <name>FrameTemplateText</name>
+    <message>
+        <source>Big (AB CD)</source>
+        <translation>大端 (AB CD)</translation>
+    </message>
+    <message>
+        <source>Little (DC BA)</source>
+        <translation>小端 (DC BA)</translation>
+    </message>
+    <message>
+        <source>Word swap (CD AB)</source>
+        <translation>字交换 (CD AB)</translation>
+    </message>
+    <message>
+        <source>Byte swap (BA DC)</source>
+        <translation>字节交换 (BA DC)</translation>
+    </message>
+    <message>
+        <source>Header + length</source>
+        <translation>帧头 + 长度</translation>
+    </message>
+    <message>
+        <source>Header + fixed length</source>
+        <translation>帧头 + 固定长度</translation>
+    </message>
+    <message>
+        <source>Delimiter</source>
+        <translation>分隔符</translation>
+    </message>
+    <message>
+        <source>Idle gap</source>
+        <translation>空闲间隔</translation>
+    </message>
+    <message>
+        <source>the whole frame</source>
+        <translation>整个帧</translation>
+    </message>
+    <message>
+        <source>the bytes after it</source>
+        <translation>其后的字节</translation>
+    </message>
+    <message>
+        <source>the bytes after it, up to the checksum</source>
+        <translation>其后至校验之前的字节</translation>
+    </message>
+    <message>
+        <source>Only hex digits (0-9, A-F) are allowed.</source>
+        <translation>只允许十六进制数字（0-9、A-F）。</translation>
+    </message>
+    <message>
+        <source>Hex bytes need two digits each.</source>
+        <translation>每个十六进制字节需要两位数字。</translation>
+    </message>
+    <message>
+        <source>Template</source>
+        <translation>模板</translation>
+    </message>
+</context>
+<context>
     <name>LiveSyncStatus</name>
     <message>
         <source>Not listening</source>
@@ -1607,6 +2162,14 @@ Reopen it now?</source>
         <source>Command %1 / %2: send to the focused port</source>
         <translation>命令 %1 / %2：发送到当前端口</translation>
     </message>
+    <message>
+        <source>Modbus Request Builder...</source>
+        <translation>Modbus 请求生成器...</translation>
+    </message>
+    <message>
+        <source>Frame Templates...</source>
+        <translation>帧模板...</translation>
+    </message>
 </context>
 <context>
     <name>MessageCodec</name>
@@ -1629,6 +2192,133 @@ Reopen it now?</source>
     <message>
         <source>&quot;%1&quot; at position %2 has no second digit: use two hex digits per byte.</source>
         <translation>第 %2 个字符“%1”缺少第二位数字：每个字节请使用两位十六进制数字。</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusBuilderDialog</name>
+    <message>
+        <source>Modbus Request Builder</source>
+        <translation>Modbus 请求生成器</translation>
+    </message>
+    <message>
+        <source>Modbus RTU</source>
+        <translation>Modbus RTU</translation>
+    </message>
+    <message>
+        <source>Modbus ASCII</source>
+        <translation>Modbus ASCII</translation>
+    </message>
+    <message>
+        <source>Protocol</source>
+        <translation>协议</translation>
+    </message>
+    <message>
+        <source>0 is the broadcast address</source>
+        <translation>0 为广播地址</translation>
+    </message>
+    <message>
+        <source>Slave ID</source>
+        <translation>从站地址</translation>
+    </message>
+    <message>
+        <source>01  Read Coils</source>
+        <translation>01  读线圈</translation>
+    </message>
+    <message>
+        <source>02  Read Discrete Inputs</source>
+        <translation>02  读离散输入</translation>
+    </message>
+    <message>
+        <source>03  Read Holding Registers</source>
+        <translation>03  读保持寄存器</translation>
+    </message>
+    <message>
+        <source>04  Read Input Registers</source>
+        <translation>04  读输入寄存器</translation>
+    </message>
+    <message>
+        <source>05  Write Single Coil</source>
+        <translation>05  写单个线圈</translation>
+    </message>
+    <message>
+        <source>06  Write Single Register</source>
+        <translation>06  写单个寄存器</translation>
+    </message>
+    <message>
+        <source>0F  Write Multiple Coils</source>
+        <translation>0F  写多个线圈</translation>
+    </message>
+    <message>
+        <source>10  Write Multiple Registers</source>
+        <translation>10  写多个寄存器</translation>
+    </message>
+    <message>
+        <source>Function</source>
+        <translation>功能码</translation>
+    </message>
+    <message>
+        <source>Start address</source>
+        <translation>起始地址</translation>
+    </message>
+    <message>
+        <source>Quantity</source>
+        <translation>数量</translation>
+    </message>
+    <message>
+        <source>ON  (FF 00)</source>
+        <translation>通  (FF 00)</translation>
+    </message>
+    <message>
+        <source>OFF (00 00)</source>
+        <translation>断 (00 00)</translation>
+    </message>
+    <message>
+        <source>Coil state</source>
+        <translation>线圈状态</translation>
+    </message>
+    <message>
+        <source>Values</source>
+        <translation>数值</translation>
+    </message>
+    <message>
+        <source>Frame (hex)</source>
+        <translation>帧（十六进制）</translation>
+    </message>
+    <message>
+        <source>ASCII line</source>
+        <translation>ASCII 行</translation>
+    </message>
+    <message>
+        <source>Copy HEX</source>
+        <translation>复制十六进制</translation>
+    </message>
+    <message>
+        <source>Insert to Send Area</source>
+        <translation>插入发送区</translation>
+    </message>
+    <message>
+        <source>Register value in HEX, e.g. 00 0A</source>
+        <translation>十六进制寄存器值，例如 00 0A</translation>
+    </message>
+    <message>
+        <source>Register values in HEX, e.g. 000A 0102</source>
+        <translation>十六进制寄存器值，例如 000A 0102</translation>
+    </message>
+    <message>
+        <source>Coil states 0/1, e.g. 1 0 1 1</source>
+        <translation>线圈状态 0/1，例如 1 0 1 1</translation>
+    </message>
+    <message>
+        <source>Coil states must be 0 or 1, got &quot;%1&quot;.</source>
+        <translation>线圈状态必须为 0 或 1，收到的是“%1”。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a 16-bit HEX value.</source>
+        <translation>“%1”不是 16 位十六进制值。</translation>
+    </message>
+    <message>
+        <source>Write Single Register takes exactly one value.</source>
+        <translation>写单个寄存器只接受一个值。</translation>
     </message>
 </context>
 <context>
@@ -2318,6 +3008,25 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>Rfc2217ClientSession</name>
+    <message>
+        <source>The remote port accepted serial parameter control.</source>
+        <translation>远程端口已接受串口参数控制。</translation>
+    </message>
+    <message>
+        <source>The remote does not support serial parameter control; continuing as plain Telnet.</source>
+        <translation>远程端不支持串口参数控制，将以普通 Telnet 方式继续。</translation>
+    </message>
+    <message>
+        <source>The remote is not an RFC 2217 server; continuing as transparent TCP. The handshake bytes may have reached the remote serial line.</source>
+        <translation>远程端不是 RFC 2217 服务器，将以透明 TCP 方式继续。握手字节可能已经发送到远程串口线路上。</translation>
+    </message>
+    <message>
+        <source>The remote port is now at %1 baud.</source>
+        <translation>远程端口现在的波特率为 %1。</translation>
+    </message>
+</context>
+<context>
     <name>ScriptApiReference</name>
     <message>
         <source>Sends raw bytes and waits until the port took them. Unread received bytes are dropped first, unless options.keepRx is true.</source>
@@ -2667,6 +3376,10 @@ Reopen it now?</source>
         <source>%1 %2 %3</source>
         <translation>%1 %2 %3</translation>
     </message>
+    <message>
+        <source>%1 held the window for more than %2 ms without returning</source>
+        <translation>%1 占用窗口超过 %2 毫秒仍未返回</translation>
+    </message>
 </context>
 <context>
     <name>ScriptLibrary</name>
@@ -2716,6 +3429,10 @@ Reopen it now?</source>
     <message>
         <source>Cannot write %1: %2</source>
         <translation>无法写入 %1：%2</translation>
+    </message>
+    <message>
+        <source>%1 is not UTF-8 text. Save it with the UTF-8 encoding and import it again.</source>
+        <translation>%1 不是 UTF-8 文本。请用 UTF-8 编码保存后再导入。</translation>
     </message>
 </context>
 <context>
@@ -3001,6 +3718,14 @@ Reopen it now?</source>
     <message>
         <source>The functions a script can call, with examples (F1)</source>
         <translation>脚本可调用的函数及示例 (F1)</translation>
+    </message>
+    <message>
+        <source>⚠ Output is coming faster than this window shows it; lines left out: %1</source>
+        <translation>⚠ 输出快于本窗口的显示速度，省略的行数：%1</translation>
+    </message>
+    <message>
+        <source>… older output was removed; the window keeps the latest lines.</source>
+        <translation>… 较早的输出已移除，窗口只保留最新的行。</translation>
     </message>
 </context>
 <context>
@@ -4536,6 +5261,17 @@ Dialogs: %3
 场景：%2
 对话框：%3
 </translation>
+    </message>
+</context>
+<context>
+    <name>TemplateStreamDecoder</name>
+    <message>
+        <source>Data</source>
+        <translation>数据</translation>
+    </message>
+    <message>
+        <source>%1 bytes</source>
+        <translation>%1 字节</translation>
     </message>
 </context>
 <context>

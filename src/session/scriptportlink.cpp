@@ -1,52 +1,45 @@
-#include "scripting/scriptportlink.h"
+#include "session/scriptportlink.h"
 
 #include "connection/connectioncontroller.h"
-#include "session/receiverenderer.h"
-#include "session/serialportwidget.h"
+#include "scripting/scriptengine.h"
+#include "session/portsession.h"
 
-namespace {
-QColor noteColor()
-{
-    return QColor(0x80, 0x80, 0x80);
-}
-} // namespace
-
-ScriptPortLink::ScriptPortLink(SerialPortWidget *port)
-    : QObject(port)
-    , panel(port)
+ScriptPortLink::ScriptPortLink(PortSession *session)
+    : QObject(session)
+    , port(session)
     , scriptRunner(new ScriptRunner(this))
 {
     scriptRunner->setSender(
         [this](const QByteArray &bytes, QString *error) { return sendScriptBytes(bytes, error); });
     scriptRunner->setBacklog([this] {
-        return panel->connectionController()->pendingWriteBytes(panel->settings().connMode);
+        return port->connectionController()->pendingWriteBytes(port->settings().connMode);
     });
     scriptRunner->setStartGuard([this] {
-        if (panel->sequenceRunning()) {
+        if (port->sequenceRunning()) {
             return ScriptRunner::sequenceRunningMessage();
         }
         QString why;
-        return panel->mayDisturbPort(SerialPortWidget::TxActor::Script,
-                                     SerialPortWidget::DisturbData, &why)
+        return port->mayDisturbPort(PortSession::TxActor::Script,
+                                     PortSession::DisturbData, &why)
                    ? QString()
                    : why;
     });
     // The sequence runner asks this before it starts.
-    panel->scriptRunningHook = [this] { return scriptRunner->isRunning(); };
+    port->scriptRunningHook = [this] { return scriptRunner->isRunning(); };
     // Closing or losing the connection ends the run with that reason.
-    panel->scriptStopHook = [this](int reason) {
+    port->scriptStopHook = [this](int reason) {
         stopScript(static_cast<ScriptRunner::StopReason>(reason));
     };
 
-    connect(panel, &SerialPortWidget::rxTapped, scriptRunner, &ScriptRunner::ingest);
-    connect(scriptRunner, &ScriptRunner::receiveViewLine, this, &ScriptPortLink::showInReceiveView);
-    connect(scriptRunner, &ScriptRunner::stateChanged, panel, &SerialPortWidget::scriptStateChanged);
+    connect(port, &PortSession::rxTapped, scriptRunner, &ScriptRunner::ingest);
+    connect(scriptRunner, &ScriptRunner::receiveViewLine, port, &PortSession::note);
+    connect(scriptRunner, &ScriptRunner::stateChanged, port, &PortSession::scriptStateChanged);
 }
 
 ScriptPortLink::~ScriptPortLink()
 {
-    panel->scriptRunningHook = nullptr;
-    panel->scriptStopHook = nullptr;
+    port->scriptRunningHook = nullptr;
+    port->scriptStopHook = nullptr;
 }
 
 QString ScriptPortLink::notOpenMessage()
@@ -76,10 +69,10 @@ bool ScriptPortLink::startScript(const Script &script, QString *error, int *erro
         }
         return false;
     }
-    if (!scriptRunner->isRunning() && !panel->ensurePortOpenForSend(error)) {
+    if (!scriptRunner->isRunning() && !port->ensureOpen(error)) {
         return false;
     }
-    return scriptRunner->start(script, panel->scriptPortInfo(), error, errorLine);
+    return scriptRunner->start(script, port->scriptPortInfo(), error, errorLine);
 }
 
 void ScriptPortLink::stopScript(ScriptRunner::StopReason reason)
@@ -100,23 +93,16 @@ bool ScriptPortLink::sendScriptBytes(const QByteArray &bytes, QString *error)
         }
         return false;
     };
-    if (!panel->portTakesData() ||
-        !panel->mayDisturbPort(SerialPortWidget::TxActor::Script, SerialPortWidget::DisturbData,
+    if (!port->portTakesData() ||
+        !port->mayDisturbPort(PortSession::TxActor::Script, PortSession::DisturbData,
                                nullptr)) {
         return refuse(notOpenMessage());
     }
-    if (!panel->sendMessage(bytes)) {
+    if (!port->sendMessage(bytes)) {
         return refuse(notAcceptedMessage());
     }
-    if (panel->formatSettings().displaySendMsg) {
-        panel->pushByteArray(bytes, false, Sent, QString());
+    if (port->format().displaySendMsg) {
+        port->pushByteArray(bytes, false, Sent, QString());
     }
     return true;
-}
-
-void ScriptPortLink::showInReceiveView(const QString &text)
-{
-    panel->noteSession(text);
-    panel->displayPortBuffer();
-    panel->receiveRenderer()->appendSystemLine(text, noteColor());
 }

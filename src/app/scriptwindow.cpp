@@ -1,9 +1,9 @@
-#include "scripting/scriptwindow.h"
+#include "app/scriptwindow.h"
 
 #include "scripting/scriptapireferencedialog.h"
 #include "scripting/scripteditor.h"
 #include "scripting/scriptlibrarycodec.h"
-#include "scripting/scriptportlink.h"
+#include "session/scriptportlink.h"
 #include "session/serialportwidget.h"
 
 #include <QCloseEvent>
@@ -22,6 +22,7 @@
 #include <QScrollBar>
 #include <QSettings>
 #include <QSplitter>
+#include <QTextBlock>
 #include <QTextBrowser>
 #include <QTime>
 #include <QTimer>
@@ -34,6 +35,10 @@ namespace {
 constexpr int EditSettleMs = 400;
 constexpr int StateRefreshMs = 250;
 constexpr int OutputLineLimit = 20000;
+constexpr int StateTextLimit = 200;
+constexpr double CharBurst = std::max(ScriptEngine::OutputTextLimit,
+                                      ScriptWindow::OutputCharsPerSecond / 4);
+constexpr double LineBurst = ScriptWindow::OutputLinesPerSecond / 4;
 
 const QString SettingsGroup = QStringLiteral("Scripts");
 const QString GeometryKey = QStringLiteral("ScriptWindowGeometry");
@@ -93,6 +98,7 @@ ScriptWindow::ScriptWindow(QWidget *parent)
     : QMainWindow(parent)
     , editTimer(new QTimer(this))
     , stateTimer(new QTimer(this))
+    , flushTimer(new QTimer(this))
 {
     qRegisterMetaType<SerialPortWidget *>();
     setObjectName(QStringLiteral("scriptWindow"));
@@ -103,6 +109,12 @@ ScriptWindow::ScriptWindow(QWidget *parent)
     connect(editTimer, &QTimer::timeout, this, &ScriptWindow::emitLibraryEdited);
     stateTimer->setInterval(StateRefreshMs);
     connect(stateTimer, &QTimer::timeout, this, &ScriptWindow::updateState);
+    flushTimer->setSingleShot(true);
+    flushTimer->setInterval(OutputFlushMs);
+    connect(flushTimer, &QTimer::timeout, this, &ScriptWindow::flushOutput);
+    rateClock.start();
+    charAllowance = CharBurst;
+    lineAllowance = LineBurst;
     lastDirectory = QDir::homePath();
     restorePlacement();
     loadEditor();
@@ -572,39 +584,135 @@ QString ScriptWindow::stateText() const
 
 void ScriptWindow::appendLine(const QString &text, const QColor &colour, int scriptIndex, int line)
 {
+    addLine({text, colour, scriptIndex, line});
+}
+
+void ScriptWindow::addLine(const OutputLine &line)
+{
+    if (queueingRunOutput) {
+        queueLine(line);
+        return;
+    }
+    // The window's own lines come at once, after what runs have queued.
+    flushOutput();
+    insertLines({line});
+    trimOutput();
+}
+
+void ScriptWindow::queueLine(const OutputLine &line)
+{
+    // The allowance refills at the rate, up to a quarter second's worth (and at least a
+    // whole line), so that no flush lays out much more than that.
+    const qint64 now = rateClock.elapsed();
+    const double seconds = double(now - allowanceAtMs) / 1000.0;
+    allowanceAtMs = now;
+    charAllowance = std::min(charAllowance + seconds * OutputCharsPerSecond, CharBurst);
+    lineAllowance = std::min(lineAllowance + seconds * OutputLinesPerSecond, LineBurst);
+    const qsizetype size = std::min<qsizetype>(line.text.size(), ScriptEngine::OutputTextLimit);
+    if (line.always || (lineAllowance >= 1 && charAllowance >= double(size))) {
+        charAllowance -= double(size);
+        lineAllowance -= 1;
+        pendingLines.append(line);
+    } else {
+        ++linesLeftOut;
+    }
+    if (!flushTimer->isActive() || flushTimer->remainingTime() > OutputFlushMs) {
+        flushTimer->start(OutputFlushMs);
+    }
+}
+
+void ScriptWindow::flushOutput()
+{
+    flushTimer->stop();
+    if (linesLeftOut > 0) {
+        // At most one note a second; the count goes on until then.
+        const qint64 now = rateClock.elapsed();
+        if (leftOutNoteMs < 0 || now - leftOutNoteMs >= 1000 || runningCount() == 0) {
+            pendingLines.append({tr("⚠ Output is coming faster than this window shows it; "
+                                    "lines left out: %1")
+                                     .arg(linesLeftOut),
+                                 warningColour()});
+            linesLeftOut = 0;
+            leftOutNoteMs = now;
+        } else {
+            flushTimer->start(int(leftOutNoteMs + 1000 - now));
+            if (pendingLines.isEmpty()) {
+                return;
+            }
+        }
+    }
+    if (pendingLines.isEmpty()) {
+        return;
+    }
+    insertLines(std::exchange(pendingLines, {}));
+    trimOutput();
+}
+
+void ScriptWindow::insertLines(const QList<OutputLine> &lines)
+{
+    // One edit block and one scroll for the lot: the view lays itself out once.
     QScrollBar *bar = outputView->verticalScrollBar();
     const bool follow = bar->value() >= bar->maximum() - 4;
     QTextCursor cursor(outputView->document());
+    cursor.beginEditBlock();
     cursor.movePosition(QTextCursor::End);
-    if (!outputView->document()->isEmpty()) {
-        cursor.insertBlock();
+    bool first = outputView->document()->isEmpty();
+    for (const OutputLine &entry : lines) {
+        if (!first) {
+            cursor.insertBlock();
+        }
+        first = false;
+        QTextCharFormat format;
+        if (entry.colour.isValid()) {
+            format.setForeground(entry.colour);
+        }
+        if (entry.line > 0) {
+            format.setAnchor(true);
+            format.setAnchorHref(QStringLiteral("line:%1:%2").arg(entry.scriptIndex).arg(entry.line));
+            format.setToolTip(tr("Click to go to the line"));
+            format.setFontUnderline(true);
+        }
+        cursor.insertText(ScriptEngine::clipText(entry.text), format);
     }
-    QTextCharFormat format;
-    if (colour.isValid()) {
-        format.setForeground(colour);
-    }
-    if (line > 0) {
-        format.setAnchor(true);
-        format.setAnchorHref(QStringLiteral("line:%1:%2").arg(scriptIndex).arg(line));
-        format.setToolTip(tr("Click to go to the line"));
-        format.setFontUnderline(true);
-    }
-    cursor.insertText(text, format);
+    cursor.endEditBlock();
     if (follow) {
         bar->setValue(bar->maximum());
     }
 }
 
+void ScriptWindow::trimOutput()
+{
+    QTextDocument *document = outputView->document();
+    if (document->characterCount() <= OutputCharacterBudget) {
+        return;
+    }
+    // The oldest lines go, down to three quarters of the budget, and a note takes
+    // their place (the note of an earlier trim goes with them).
+    const int excess = document->characterCount() - OutputCharacterBudget * 3 / 4;
+    const QTextBlock last = document->findBlock(excess);
+    const int end = last.next().isValid() ? last.next().position() : last.position();
+    QTextCursor cursor(document);
+    cursor.beginEditBlock();
+    cursor.setPosition(end, QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
+    QTextCharFormat format;
+    format.setForeground(noteColour());
+    cursor.insertText(tr("… older output was removed; the window keeps the latest lines."),
+                      format);
+    cursor.insertBlock();
+    cursor.endEditBlock();
+}
+
 void ScriptWindow::appendError(const QString &prefix, const QString &message, int line,
                                int scriptIndex, const QString &source)
 {
-    appendLine(prefix + (line > 0 ? tr("✗ line %1: %2").arg(line).arg(message)
-                                  : tr("✗ %1").arg(message)),
-               errorColour(), scriptIndex, line);
+    addLine({prefix + (line > 0 ? tr("✗ line %1: %2").arg(line).arg(message)
+                                : tr("✗ %1").arg(message)),
+             errorColour(), scriptIndex, line, true});
     const QString hint = ScriptEngine::hintFor(message.section(u'\n', 0, 0),
                                                sourceLine(source, line));
     if (!hint.isEmpty()) {
-        appendLine(prefix + tr("Hint: %1").arg(hint), noteColour());
+        addLine({prefix + tr("Hint: %1").arg(hint), noteColour(), -1, -1, true});
     }
 }
 
@@ -625,10 +733,11 @@ void ScriptWindow::appendRunOutput(const RunRecord &run, const QString &prefix,
     switch (entry.kind) {
     case ScriptOutput::Print:
     case ScriptOutput::Log:
-        appendLine(prefix + entry.text);
+        appendLine(prefix + entry.text, QColor(), run.scriptIndex, entry.line);
         break;
     case ScriptOutput::Warning:
-        appendLine(prefix + tr("⚠ %1").arg(entry.text), warningColour());
+        appendLine(prefix + tr("⚠ %1").arg(entry.text), warningColour(), run.scriptIndex,
+                   entry.line);
         break;
     case ScriptOutput::Error:
         appendError(prefix, entry.text, entry.line, run.scriptIndex, run.source);
@@ -663,7 +772,9 @@ void ScriptWindow::onRunnerStarted(SerialPortWidget *port)
 void ScriptWindow::onRunnerOutput(SerialPortWidget *port, const ScriptOutput &entry)
 {
     const RunRecord run = runs.value(port);
+    queueingRunOutput = true;
     appendRunOutput(run, runPrefix(run.portLabel), entry);
+    queueingRunOutput = false;
 }
 
 void ScriptWindow::onRunnerFinished(SerialPortWidget *port, ScriptState state)
@@ -859,7 +970,8 @@ void ScriptWindow::updateState()
             break;
         }
     }
-    stateLabel->setText(text);
+    // A toolbar label, not the place for a whole end reason.
+    stateLabel->setText(ScriptEngine::clipText(text, StateTextLimit));
     stopButton->setEnabled(running);
 }
 

@@ -8,6 +8,7 @@
 #include "scripting/scriptlibrary.h"
 #include "scripting/scriptrunner.h"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QMainWindow>
 #include <QPointer>
@@ -38,6 +39,13 @@ public:
         ScriptPortLink *link = nullptr;
     };
     using PortLister = std::function<QList<PortEntry>()>;
+
+    // What the output keeps and shows. Runs' lines beyond the rate are left out with a
+    // note; beyond the budget the oldest lines go, with a note at the top.
+    static constexpr int OutputCharsPerSecond = 65536;
+    static constexpr int OutputLinesPerSecond = 500;
+    static constexpr int OutputCharacterBudget = 1 << 20;
+    static constexpr int OutputFlushMs = 50;
 
     explicit ScriptWindow(QWidget *parent = nullptr);
     ~ScriptWindow() override;
@@ -110,6 +118,15 @@ private:
         QString label;
         QPointer<ScriptPortLink> link;
     };
+    // A line of the output; `scriptIndex` and `line` make it a link to the script line.
+    struct OutputLine
+    {
+        QString text;
+        QColor colour;
+        int scriptIndex = -1;
+        int line = -1;
+        bool always = false; // shown even above the rate (errors and their hints)
+    };
 
     void buildUi();
     QWidget *buildLibraryPane();
@@ -141,6 +158,14 @@ private:
                     int line = -1);
     void appendError(const QString &prefix, const QString &message, int line, int scriptIndex,
                      const QString &source);
+    // Runs' lines go through a queue: at most OutputCharsPerSecond characters and
+    // OutputLinesPerSecond lines a second are kept (errors always), the rest are counted
+    // as left out, and the queue is shown in one insertion at the next flush.
+    void addLine(const OutputLine &line);
+    void queueLine(const OutputLine &line);
+    void flushOutput();
+    void insertLines(const QList<OutputLine> &lines);
+    void trimOutput();
     QString runPrefix(const QString &portLabel) const;
     void appendRunStart(const RunRecord &run, const QString &time);
     void appendRunOutput(const RunRecord &run, const QString &prefix, const ScriptOutput &entry);
@@ -155,6 +180,7 @@ private:
     QLabel *stateLabel = nullptr;
     QTimer *editTimer = nullptr;
     QTimer *stateTimer = nullptr;
+    QTimer *flushTimer = nullptr;
 
     PortLister portLister;
     QList<ChosenPort> ports;
@@ -162,6 +188,15 @@ private:
     QHash<SerialPortWidget *, RunRecord> runs;
     RunRecord startingRun; // the run the window is starting, until its runner says so
     bool starting = false;
+
+    QList<OutputLine> pendingLines;
+    bool queueingRunOutput = false; // appendLine queues: the line comes from a run
+    QElapsedTimer rateClock;
+    double charAllowance = 0;       // what the rate lets through now
+    double lineAllowance = 0;
+    qint64 allowanceAtMs = 0;
+    int linesLeftOut = 0;
+    qint64 leftOutNoteMs = -1;
 
     ScriptLibrary scripts;
     int currentIndex = -1;

@@ -1,28 +1,28 @@
 #pragma once
 
-// The script side of a port panel: owns the port's ScriptRunner and wires it to the
-// panel through the panel's public interface. Bytes a script sends take the send path
-// of the send box; received bytes come from rxTapped; a port runs one sequence or one
-// script, never both; `log` lines and the end of a run appear in the receive view.
-// Made once per panel, after the panel's own automation, so that the runner sees
-// received data after the sequence runner does.
+// The script side of a port: owns the port's ScriptRunner and wires it to the port's
+// session. Bytes a script sends take the send path of the send box; received bytes come
+// from rxTapped; a port runs one sequence or one script, never both; `log` lines and
+// the end of a run go out as the session's notes (the panel shows them in its receive
+// view). Made once per port, after the session's runners are connected, so that the
+// script sees received data after the sequence runner does.
 
 #include "scripting/scriptrunner.h"
 
 #include <QObject>
 
-class SerialPortWidget;
+class PortSession;
 
 class ScriptPortLink : public QObject
 {
     Q_OBJECT
 public:
     // A child of `port`; sets the port's scriptRunningHook and scriptStopHook.
-    explicit ScriptPortLink(SerialPortWidget *port);
+    explicit ScriptPortLink(PortSession *port);
     ~ScriptPortLink() override;
 
     ScriptRunner *runner() const { return scriptRunner; }
-    SerialPortWidget *port() const { return panel; }
+    PortSession *session() const { return port; }
 
     // Starts `script` on the port, opening a closed port first the way the send box
     // does. Refusals: a syntax error (with its line), a script or sequence already
@@ -40,8 +40,6 @@ public:
     static QString notAcceptedMessage();
 
 private:
-    void showInReceiveView(const QString &text);
-
-    SerialPortWidget *panel = nullptr;
+    PortSession *port = nullptr;
     ScriptRunner *scriptRunner = nullptr;
 };
