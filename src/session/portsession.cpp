@@ -7,6 +7,7 @@
 #include "scripting/scriptengine.h"
 
 #include <QHostAddress>
+#include <QTimer>
 
 namespace {
 // Held bytes go back to the queue in pieces of this size, so that no record is huge.
@@ -18,8 +19,11 @@ PortSession::PortSession(QObject *parent)
     , controller(new ConnectionController(this))
     , autoReplyRunner(new AutoReplyRunner(this))
     , sequenceRunner(new SequenceRunner(this))
+    , reconnectTicker(new QTimer(this))
 {
     connectController();
+    reconnectTicker->setInterval(2000);
+    connect(reconnectTicker, &QTimer::timeout, this, &PortSession::onReconnectTick);
     autoReplyRunner->setSender([this](const QByteArray &bytes, const QString &peer) {
         return sendAutoReply(bytes, peer);
     });
@@ -149,6 +153,7 @@ bool PortSession::openTransport(const QString &portName)
 void PortSession::close()
 {
     stateValue = Stopped;
+    disarmReconnect();
     dropHeld();
     autoReplyRunner->reset();
     stopRuns(int(SequenceRunner::StopReason::ConnectionClosed));

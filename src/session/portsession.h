@@ -22,6 +22,7 @@
 #include <functional>
 
 class AutoReplyRunner;
+class QTimer;
 class ConnectionController;
 class SequenceRunner;
 struct Sequence;
@@ -104,6 +105,16 @@ public:
     QString lastError() const { return lastErrorText; }
     void setLastError(const QString &text) { lastErrorText = text; }
 
+    // Reconnecting a lost port: while on, a lost serial device is reopened when it comes
+    // back and a lost TCP client connects again, every 2 s.
+    void setAutoReconnect(bool on);
+    bool &autoReconnect() { return autoReconnectOn; }
+    // A lost serial device waits for its return.
+    bool &portLost() { return lostFlag; }
+    QTimer *reconnectTimer() const { return reconnectTicker; }
+    void armReconnect();
+    void disarmReconnect();
+
     // Names of the port: the label ("/dev/ttyUSB0", "host:port", ":port"), a one-line
     // description of its settings, the console key ("COM-1"), the connected peers.
     QString label() const;
@@ -185,9 +196,14 @@ signals:
     // The display queue went from empty to holding data.
     void displayQueued();
     void txAccepted(const QByteArray &bytes);
+    // sendMessage was handed bytes, before the transport takes them (the console shows
+    // what a user, sequence or script sends).
+    void sending(const QByteArray &bytes);
     // A sentence for the status bar, or for standard error.
     void statusMessage(const QString &text, int timeoutMs);
     void noted(const QString &text);
+    // A lost connection is back.
+    void reconnected();
     void scriptStateChanged();
 
 private:
@@ -196,6 +212,7 @@ private:
     void handleNewMessage(const QString &peer);
     void readUdpSocket();
     void refuse(const QString &text);
+    void onReconnectTick();
     bool transferRunning() const { return transferRunningHook && transferRunningHook(); }
 
     Settings portSettings;
@@ -207,6 +224,9 @@ private:
     SequenceRunner *sequenceRunner = nullptr;
     SequenceReportLog sequenceLog;
     QString lastErrorText;
+    QTimer *reconnectTicker = nullptr;
+    bool autoReconnectOn = false;
+    bool lostFlag = false;
 
     qint64 rxBytes = 0;
     qint64 txBytes = 0;

@@ -13,6 +13,7 @@ bool PortSession::sendMessage(const QByteArray &bytes)
     if (bytes.isEmpty()) {
         return false;
     }
+    Q_EMIT sending(bytes);
     const int row = selectedPeerRowHook ? selectedPeerRowHook() : -1;
     QString peerKey;
     bool ok = false;

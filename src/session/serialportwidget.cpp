@@ -104,6 +104,9 @@ SerialPortWidget::SerialPortWidget(QWidget *parent)
     , controller(portSession->connectionController())
     , autoReplyRunner(portSession->autoReplies())
     , sequenceRunner(portSession->sequences())
+    , autoReconnect(portSession->autoReconnect())
+    , portLost(portSession->portLost())
+    , reconnectTimer(portSession->reconnectTimer())
     , ui(new Ui_SerialPortWidget)
 {
     ui->setupUi(this);
@@ -150,9 +153,6 @@ void SerialPortWidget::initialPara()
     portsTimer->setInterval(1000);
     connect(portsTimer, &QTimer::timeout, this, &SerialPortWidget::onRefreshAvalablePorts);
 
-    reconnectTimer = new QTimer(this);
-    reconnectTimer->setInterval(2000);
-    connect(reconnectTimer, &QTimer::timeout, this, &SerialPortWidget::onReconnectTick);
 
     logWriter = new LogWriter([] { return QDateTime::currentDateTime(); }, this);
 
@@ -211,6 +211,8 @@ void SerialPortWidget::connectController()
             emitConsoleTraffic(shown, Received);
         }
     });
+    connect(session, &PortSession::sending, this,
+            [this](const QByteArray &bytes) { emitConsoleTraffic(bytes, Sent); });
     connect(session, &PortSession::displayQueued, this,
             [this] { panelsWithBacklog().insert(this); });
     connect(session, &PortSession::txAccepted, this, [this](const QByteArray &bytes) {
@@ -221,6 +223,14 @@ void SerialPortWidget::connectController()
     });
     connect(session, &PortSession::statusMessage, this, &SerialPortWidget::showMessage);
     connect(session, &PortSession::noted, this, &SerialPortWidget::noteSequence);
+    connect(session, &PortSession::reconnected, this, [this] {
+        noteSession(tr("Reconnected %1").arg(sessionPortLabel()));
+        if (portSettings.connMode == ModeSerial) {
+            refreshSerialControlUi();
+            noteInView(tr("Reconnected %1").arg(endpointText()));
+        }
+        refreshStatus();
+    });
     connect(session, &PortSession::scriptStateChanged, this, &SerialPortWidget::scriptStateChanged);
     session->selectedPeerRowHook = [this] { return selectedPeerRow(); };
     session->reopenHook = [this] { start(QString()); };
@@ -747,11 +757,7 @@ QStringList SerialPortWidget::connectedPeers() const
 
 void SerialPortWidget::setAutoReconnect(bool on)
 {
-    autoReconnect = on;
-    controller->setAutoReconnect(on);
-    if (!on) {
-        disarmReconnect();
-    }
+    portSession->setAutoReconnect(on);
 }
 
 void SerialPortWidget::noteSession(const QString &text)

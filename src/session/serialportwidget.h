@@ -270,7 +270,6 @@ private:
     void pushLogToWidgets();
     void on_logSaveBox_toggled(bool on);
     void on_logPathButton_clicked();
-    void onReconnectTick();
     void disarmReconnect();
     void releaseBreak();
     void restoreTxCaption();
@@ -327,6 +326,9 @@ private:
     ConnectionController *controller;
     AutoReplyRunner *autoReplyRunner;
     SequenceRunner *sequenceRunner;
+    bool &autoReconnect;
+    bool &portLost;
+    QTimer *reconnectTimer;
 
     Ui_SerialPortWidget *ui = nullptr;
     std::unique_ptr<ReceiveRenderer> renderer;
@@ -336,7 +338,6 @@ private:
     QTimer *saveTimer = nullptr;
     QTimer *displayTimer = nullptr;
     QTimer *portsTimer = nullptr;
-    QTimer *reconnectTimer = nullptr;
     QTimer *breakReleaseTimer = nullptr;
     QTimer *txCaptionTimer = nullptr;
     QTimer *controlLinePollTimer = nullptr;
@@ -365,8 +366,6 @@ private:
     int linePosition = 0;
     QString lastError;
     QString lastPortList;
-    bool autoReconnect = false;
-    bool portLost = false;
     bool consoleCapture = false;
     bool applyingSettings = false;
     QuickSettingsGroups quickGroups;

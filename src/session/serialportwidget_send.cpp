@@ -27,7 +27,6 @@ bool SerialPortWidget::sendMessage(const QByteArray &bytes)
     if (bytes.isEmpty()) {
         return false;
     }
-    emitConsoleTraffic(bytes, Sent);
     if (portSettings.connMode == ModeSerial) {
         updateSettings();
     }
