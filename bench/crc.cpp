@@ -3,7 +3,7 @@
 // through the generic tables beside it, and the bitwise definition as the floor; and the send box's encoder on a 64 KiB text,
 // with and without escapes.
 
-#include "session/messagecodec.h"
+#include "connection/messagecodec.h"
 #include "tools/crccatalog.h"
 #include "tools/crcengine.h"
 

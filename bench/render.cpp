@@ -3,9 +3,9 @@
 // text from one-byte and 4 KiB records; and what one trim of a full 10 MiB view costs.
 // Reports each figure also as a fraction of the 20 ms tick.
 
+#include "connection/rxdata.h"
 #include "connection/settings.h"
 #include "session/receiverenderer.h"
-#include "session/rxdata.h"
 
 #include <benchmark/benchmark.h>
 

@@ -4,8 +4,8 @@
 // The bar: no poll above 50 ms, no gap above 100 ms, never more than 200 MiB.
 
 #include "connection/settings.h"
-#include "scripting/scriptportlink.h"
-#include "scripting/scriptwindow.h"
+#include "session/scriptportlink.h"
+#include "app/scriptwindow.h"
 #include "session/serialportwidget.h"
 
 #include <benchmark/benchmark.h>
@@ -195,7 +195,7 @@ struct Bench
         settings.connMode = ModeTcpServer;
         settings.targetPort = 0;
         panel.applySettings(settings);
-        link = new ScriptPortLink(&panel);
+        link = new ScriptPortLink(panel.session());
         window.setPortLister([this] {
             return QList<ScriptWindow::PortEntry>{{&panel, QStringLiteral("Port 1"), link}};
         });

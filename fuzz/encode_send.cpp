@@ -3,8 +3,8 @@
 // box's text as UTF-8. Besides crashes and sanitizer reports it checks what must hold
 // for every input.
 
-#include "session/messagecodec.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/messagecodec.h"
+#include "connection/wiretextcodecregistry.h"
 #include "tools/crccatalog.h"
 
 #include <cstdint>

@@ -5,8 +5,8 @@
 // decoder must agree with its codec on the complete part of the stream (unless the codec
 // reads some ASCII byte in it as another character, which the decoder corrects).
 
-#include "session/wiretextcodecregistry.h"
-#include "session/wiretextdecoder.h"
+#include "connection/wiretextcodecregistry.h"
+#include "connection/wiretextdecoder.h"
 
 #include <QTextCodec>
 

@@ -1,9 +1,9 @@
 #include "app/appearance.h"
 #include "app/apptranslations.h"
-#include "app/logging.h"
 #include "app/mainwindow.h"
 #include "app/setconfigfilepathdialog.h"
 #include "app/startup.h"
+#include "common/logging.h"
 
 #include <QApplication>
 #include <QLocale>

@@ -1,8 +1,8 @@
 #include "app/mainwindow.h"
 
 #include "app/appearance.h"
-#include "app/logging.h"
 #include "app/setconfigfilepathdialog.h"
+#include "common/logging.h"
 #include "session/serialportwidget.h"
 #include "tools/asciicode.h"
 #include "tools/toolbox.h"

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "app/livesyncstatus.h"
-#include "app/quicksettingsgroups.h"
 #include "app/settingsservice.h"
 #include "automation/commandlibrary.h"
 #include "decode/decoderchoice.h"
 #include "decode/frametemplate.h"
 #include "bridge/bridgeconfig.h"
 #include "scripting/scriptlibrary.h"
+#include "session/quicksettingsgroups.h"
 
 #include <QDateTime>
 #include <QJsonObject>

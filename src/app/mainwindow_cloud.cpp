@@ -4,7 +4,7 @@
 
 #include "app/mainwindow.h"
 
-#include "app/logging.h"
+#include "common/logging.h"
 #include "cloud/accountdialog.h"
 #include "cloud/accountsession.h"
 #include "cloud/config.h"

@@ -3,10 +3,10 @@
 
 #include "app/mainwindow.h"
 
-#include "app/logging.h"
 #include "app/multiportsettingdlg.h"
 #include "app/newconnection.h"
 #include "cloud/cloudsettingspage.h"
+#include "common/logging.h"
 #include "session/serialportwidget.h"
 
 #include <QAction>

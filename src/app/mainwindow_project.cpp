@@ -1,16 +1,16 @@
 // Projects (".vlm" files that hold the whole bench) and the last-used state that seeds
 // the next start.
 
-#include "app/logging.h"
 #include "app/mainwindow.h"
 #include "app/projectcodec.h"
 #include "app/settingsservice.h"
 #include "automation/autoreplycodec.h"
 #include "automation/autoreplyengine.h"
 #include "bridge/bridgecodec.h"
+#include "common/logging.h"
+#include "connection/wiretextcodecregistry.h"
 #include "plot/plotcodec.h"
 #include "session/serialportwidget.h"
-#include "session/wiretextcodecregistry.h"
 
 #include <QAction>
 #include <QApplication>

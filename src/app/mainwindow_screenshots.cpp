@@ -10,7 +10,7 @@
 #include "automation/commandlibrarydialog.h"
 #include "scripting/scriptapireferencedialog.h"
 #include "plot/plotpanel.h"
-#include "scripting/scriptwindow.h"
+#include "app/scriptwindow.h"
 #include "session/serialportwidget.h"
 #include "tools/asciicode.h"
 #include "tools/toolbox.h"

@@ -5,8 +5,8 @@
 
 #include "app/projectcodec.h"
 #include "scripting/scriptlibrarycodec.h"
-#include "scripting/scriptportlink.h"
-#include "scripting/scriptwindow.h"
+#include "session/scriptportlink.h"
+#include "app/scriptwindow.h"
 #include "session/serialportwidget.h"
 
 #include <QAction>
@@ -22,7 +22,7 @@ QString scriptLibraryPrefix()
 
 void MainWindow::connectPortScripts(SerialPortWidget *port, int index)
 {
-    auto *link = new ScriptPortLink(port);
+    auto *link = new ScriptPortLink(port->session());
     scriptLinks[size_t(index)] = link;
     // sendCommand in a script finds commands of the project's library by name.
     link->runner()->setCommandLookup([this](const QString &name, Command *command,

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/quicksettingsgroups.h"
 #include "connection/settings.h"
+#include "session/quicksettingsgroups.h"
 
 #include <QDialog>
 #include <QList>

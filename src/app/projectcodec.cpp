@@ -1,6 +1,6 @@
 #include "app/projectcodec.h"
 
-#include "app/portfieldlimits.h"
+#include "connection/portfieldlimits.h"
 #include "connection/settingscodec.h"
 
 #include <QSettings>

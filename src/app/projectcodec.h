@@ -7,9 +7,9 @@
 // libraries); this codec neither holds nor touches them, and the group names below are
 // where they go.
 
-#include "app/quicksettingsgroups.h"
-#include "app/storedvaluereader.h"
+#include "common/storedvaluereader.h"
 #include "connection/settings.h"
+#include "session/quicksettingsgroups.h"
 
 #include <QList>
 #include <QStringList>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/quicksettingsgroups.h"
+#include "session/quicksettingsgroups.h"
 
 #include <QWidget>
 

@@ -1,11 +1,12 @@
 #include "app/settingspanel.h"
 
-#include "app/portfieldlimits.h"
 #include "app/settingsservice.h"
+#include "connection/connectionsettingswidget.h"
 #include "connection/displayfont.h"
+#include "connection/portfieldlimits.h"
 #include "connection/serialportlist.h"
 #include "connection/settingscodec.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/wiretextcodecregistry.h"
 #include "tools/crccatalog.h"
 
 #include <QCheckBox>
@@ -486,7 +487,7 @@ void SettingsPanel::fillConnectionModeParameters()
 void SettingsPanel::fillPortsInfo()
 {
     const bool wasPushing = std::exchange(pushing, true);
-    fillSerialPortCombo(portNameCombo);
+    ConnectionSettingsWidget::fillPortCombo(portNameCombo);
     pushing = wasPushing;
 }
 

@@ -1,6 +1,7 @@
 #include "app/settingsservice.h"
 
-#include "app/portfieldlimits.h"
+#include "connection/portdefaults.h"
+#include "connection/portfieldlimits.h"
 #include "connection/settingscodec.h"
 
 #include <QSettings>
@@ -64,18 +65,8 @@ public:
 SessionState SettingsService::defaults()
 {
     SessionState state;
-    // The records carry the first-run values; spelled out here are the ones the
-    // last-used state promises whatever the records say.
-    state.settings.targetHost = QStringLiteral("127.0.0.1");
-    state.settings.targetHostList = {state.settings.targetHost};
-    state.format.receiveEncoding = StoredValueReader::defaultEncoding();
-    state.format.sendEncoding = StoredValueReader::defaultEncoding();
-    state.format.rxTimeFormat = SettingsCodec::defaultRxTimeFormat();
-    state.format.txTimeFormat = SettingsCodec::defaultTxTimeFormat();
-    state.format.logFileTime = SettingsCodec::defaultLogTimestampFmt();
-    state.format.sendTextColor = QStringLiteral("#000000");
-    state.format.receiveTextColor = QStringLiteral("#000000");
-    state.format.logFilePath = defaultLogFilePath();
+    state.settings = PortDefaults::portSettings(QString());
+    state.format = PortDefaults::formatSettings();
     state.logFileName = QStringLiteral("vlm_");
     return state;
 }
@@ -270,12 +261,10 @@ void SettingsService::save(QSettings &settings, const SessionState &state)
 
 Settings SettingsService::defaultPortSettings(const QString &portName)
 {
-    Settings settings = defaults().settings;
-    settings.name = portName;
-    return settings;
+    return PortDefaults::portSettings(portName);
 }
 
 FormatSetting SettingsService::defaultFormatSettings()
 {
-    return defaults().format;
+    return PortDefaults::formatSettings();
 }

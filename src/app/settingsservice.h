@@ -6,9 +6,9 @@
 // the project file in the file the application settings name; its keys are the
 // project's names with "Last" in front.
 
-#include "app/quicksettingsgroups.h"
-#include "app/storedvaluereader.h"
+#include "common/storedvaluereader.h"
 #include "connection/settings.h"
+#include "session/quicksettingsgroups.h"
 
 #include <QString>
 #include <QStringList>
@@ -48,7 +48,7 @@ public:
                              EncodingNormalizer normalizeEncoding = nullptr);
     static void save(QSettings &settings, const SessionState &state);
 
-    // Seeds of a new port session, drawn from defaults(): the connection with `name`
+    // Seeds of a new port session (PortDefaults), as defaults() holds them: the connection with `name`
     // set to `portName`, and the display, send and log settings.
     static Settings defaultPortSettings(const QString &portName);
     static FormatSetting defaultFormatSettings();

@@ -2,8 +2,8 @@
 
 #include "automation/autoreplycodec.h"
 #include "automation/autoreplyruledialog.h"
-#include "session/messagecodec.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/messagecodec.h"
+#include "connection/wiretextcodecregistry.h"
 
 #include <QCheckBox>
 #include <QDialogButtonBox>

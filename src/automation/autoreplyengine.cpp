@@ -1,7 +1,7 @@
 #include "automation/autoreplyengine.h"
 
-#include "session/messagecodec.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/messagecodec.h"
+#include "connection/wiretextcodecregistry.h"
 
 #include <QRandomGenerator>
 

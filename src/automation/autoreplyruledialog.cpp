@@ -1,6 +1,6 @@
 #include "automation/autoreplyruledialog.h"
 
-#include "session/messagecodec.h"
+#include "connection/messagecodec.h"
 #include "tools/crccatalog.h"
 
 #include <QComboBox>

@@ -1,6 +1,6 @@
 #include "automation/commandlibrarycodec.h"
 
-#include "app/storedvaluereader.h"
+#include "common/storedvaluereader.h"
 
 #include <QFile>
 #include <QFileInfo>

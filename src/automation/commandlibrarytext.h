@@ -6,7 +6,7 @@
 // what the same text in the send box would).
 
 #include "automation/commandlibrary.h"
-#include "session/messagecodec.h"
+#include "connection/messagecodec.h"
 
 #include <QCoreApplication>
 #include <QList>

@@ -2,7 +2,7 @@
 
 #include "automation/commandlibrarydialog.h"
 #include "automation/commandlibrarytext.h"
-#include "session/flowlayout.h"
+#include "common/flowlayout.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

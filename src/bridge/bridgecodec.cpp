@@ -1,6 +1,6 @@
 #include "bridge/bridgecodec.h"
 
-#include "app/storedvaluereader.h"
+#include "common/storedvaluereader.h"
 #include "connection/settingskey.h"
 
 #include <QSettings>

@@ -3,7 +3,7 @@
 // What one bridge joins and how: its two ends (two ports, or a port and a built-in TCP
 // listener), direction, protocol, framing, flow control, client sharing and capture.
 
-#include "bridge/fanoutmode.h"
+#include "connection/fanoutmode.h"
 #include "bridge/flowcontrolpolicy.h"
 #include "bridge/framingpolicy.h"
 

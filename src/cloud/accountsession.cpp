@@ -1,6 +1,6 @@
 #include "cloud/accountsession.h"
 
-#include "app/logging.h"
+#include "common/logging.h"
 #include "cloud/networkservices.h"
 #include "cloud/profilesettings.h"
 

@@ -1,6 +1,6 @@
 #include "cloud/networkservices.h"
 
-#include "app/logging.h"
+#include "common/logging.h"
 #include "cloud/cloudredactor.h"
 #include "cloud/config.h"
 #include "cloud/privacyconsent.h"

@@ -1,6 +1,6 @@
 #include "cloud/sessionsynccoordinator.h"
 
-#include "app/logging.h"
+#include "common/logging.h"
 #include "cloud/accountsession.h"
 #include "cloud/deviceidentity.h"
 #include "cloud/networkservices.h"

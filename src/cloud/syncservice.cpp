@@ -1,7 +1,7 @@
 #include "cloud/syncservice.h"
 
-#include "app/portfieldlimits.h"
-#include "app/storedvaluereader.h"
+#include "connection/portfieldlimits.h"
+#include "common/storedvaluereader.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>

@@ -1,8 +1,8 @@
 #include "connection/connectioncontroller.h"
 
-#include "app/logging.h"
-#include "cloud/relaysocket.h"
+#include "common/logging.h"
 #include "connection/multiclientserver.h"
+#include "connection/relaysocket.h"
 
 #include <QHostInfo>
 #include <QLoggingCategory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bridge/fanoutmode.h"
+#include "connection/fanoutmode.h"
 #include "connection/settings.h"
 
 #include <QAbstractSocket>

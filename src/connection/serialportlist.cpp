@@ -1,10 +1,8 @@
 #include "connection/serialportlist.h"
 
-#include <QComboBox>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFileInfo>
-#include <QSignalBlocker>
 
 QList<QSerialPortInfo> listUsableSerialPorts()
 {
@@ -50,20 +48,4 @@ bool serialPortPresent(const QString &name, const QList<QSerialPortInfo> &usable
 #else
     return QFileInfo::exists(serialPortSystemLocation(name));
 #endif
-}
-
-void fillSerialPortCombo(QComboBox *combo)
-{
-    const QString current = combo->currentText();
-    const QSignalBlocker blocker(combo);
-    combo->clear();
-    for (const QSerialPortInfo &info : listUsableSerialPorts()) {
-        combo->addItem(info.portName(), info.portName());
-        combo->setItemData(combo->count() - 1,
-                           info.description().isEmpty()
-                               ? info.systemLocation()
-                               : info.systemLocation() + QStringLiteral(" — ") + info.description(),
-                           Qt::ToolTipRole);
-    }
-    combo->setEditText(current);
 }

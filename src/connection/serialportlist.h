@@ -7,12 +7,6 @@
 // port name. The first entry names the default port of a new panel.
 QList<QSerialPortInfo> listUsableSerialPorts();
 
-class QComboBox;
-
-// Fills a port name box with the usable ports (their device path and description as
-// tooltips) and keeps whatever name the box held, listed or not.
-void fillSerialPortCombo(QComboBox *combo);
-
 // Whether a serial port by this name is still present: it is enumerated, or its
 // device path exists. Pseudo-terminals and /dev/serial/by-id links are real ports
 // that the system does not enumerate.

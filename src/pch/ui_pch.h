@@ -1,9 +1,6 @@
 // Precompiled header of the widgets layer.
 #pragma once
-#include "pch/core_pch.h"
-#include <QtCore/QTimer>
-#include <QtNetwork/QHostAddress>
-#include <QtNetwork/QTcpSocket>
+#include "pch/headless_pch.h"
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QMainWindow>

@@ -1,6 +1,6 @@
 #include "plot/plotcodec.h"
 
-#include "app/storedvaluereader.h"
+#include "common/storedvaluereader.h"
 
 #include <QSettings>
 

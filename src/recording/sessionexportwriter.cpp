@@ -1,8 +1,8 @@
 #include "recording/sessionexportwriter.h"
 
 #include "recording/exporttext.h"
-#include "session/messagecodec.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/messagecodec.h"
+#include "connection/wiretextcodecregistry.h"
 
 #include <QIODevice>
 

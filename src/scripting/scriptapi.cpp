@@ -3,9 +3,9 @@
 #include "automation/autoreplyengine.h"
 #include "automation/commandlibrary.h"
 #include "automation/commandlibrarytext.h"
+#include "connection/messagecodec.h"
+#include "connection/wiretextcodecregistry.h"
 #include "scripting/scriptengine_p.h"
-#include "session/messagecodec.h"
-#include "session/wiretextcodecregistry.h"
 #include "tools/crccatalog.h"
 
 #include <QStringDecoder>

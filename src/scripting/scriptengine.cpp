@@ -1,6 +1,6 @@
 #include "scripting/scriptengine.h"
 
-#include "app/logging.h"
+#include "common/logging.h"
 #include "scripting/scriptapi.h"
 #include "scripting/scriptengine_p.h"
 #include "tools/crccatalog.h"

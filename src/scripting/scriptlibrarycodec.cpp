@@ -1,6 +1,6 @@
 #include "scripting/scriptlibrarycodec.h"
 
-#include "app/storedvaluereader.h"
+#include "common/storedvaluereader.h"
 
 #include <QDir>
 #include <QFile>

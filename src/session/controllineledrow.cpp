@@ -1,6 +1,6 @@
 #include "session/controllineledrow.h"
 
-#include "session/flowlayout.h"
+#include "common/flowlayout.h"
 #include "session/hled.h"
 
 #include <QPushButton>

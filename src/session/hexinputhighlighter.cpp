@@ -1,6 +1,6 @@
 #include "session/hexinputhighlighter.h"
 
-#include "session/messagecodec.h"
+#include "connection/messagecodec.h"
 
 #include <QTextCharFormat>
 

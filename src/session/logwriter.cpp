@@ -1,6 +1,6 @@
 #include "session/logwriter.h"
 
-#include "app/logging.h"
+#include "common/logging.h"
 
 #include <QDir>
 #include <QFile>

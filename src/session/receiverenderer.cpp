@@ -1,10 +1,10 @@
 #include "session/receiverenderer.h"
 
-#include "app/appearance.h"
+#include "common/textcontrast.h"
+#include "connection/messagecodec.h"
+#include "connection/rxdata.h"
 #include "connection/settings.h"
-#include "session/messagecodec.h"
-#include "session/rxdata.h"
-#include "session/wiretextcodecregistry.h"
+#include "connection/wiretextcodecregistry.h"
 
 #include <QMetaObject>
 #include <QPlainTextEdit>
@@ -424,7 +424,7 @@ QColor ReceiveRenderer::readableColor(const QColor &color)
     const QColor base = palette.color(QPalette::Base);
     const QColor text = palette.color(QPalette::Text);
     if (color != colorCache.chosen || base != colorCache.base || text != colorCache.text) {
-        colorCache = {color, base, text, Appearance::readableTextColor(color, base, text)};
+        colorCache = {color, base, text, TextContrast::readableTextColor(color, base, text)};
     }
     return colorCache.readable;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "connection/wiretextdecoder.h"
 #include "session/displayspanindex.h"
-#include "session/wiretextdecoder.h"
 
 #include <QByteArray>
 #include <QColor>

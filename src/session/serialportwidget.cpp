@@ -1,22 +1,23 @@
 #include "session/serialportwidget.h"
 
-#include "app/connectionsettingswidget.h"
-#include "app/logging.h"
-#include "app/settingsservice.h"
 #include "automation/autoreplyrunner.h"
 #include "automation/sequencerunner.h"
+#include "common/logging.h"
 #include "connection/connectioncontroller.h"
+#include "connection/connectionsettingswidget.h"
 #include "connection/displayfont.h"
+#include "connection/portdefaults.h"
+#include "connection/messagecodec.h"
 #include "connection/serialportlist.h"
 #include "connection/settingscodec.h"
+#include "connection/wiretextcodecregistry.h"
 #include "plot/plotpanel.h"
 #include "session/controllineledrow.h"
 #include "session/hled.h"
 #include "session/logwriter.h"
-#include "session/messagecodec.h"
+#include "session/portsession.h"
 #include "session/receiverenderer.h"
 #include "session/ui_serialportwidget.h"
-#include "session/wiretextcodecregistry.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -40,7 +41,6 @@
 
 
 namespace {
-constexpr qsizetype ResumeSlice = 65536;
 constexpr qsizetype TranscriptLimit = 65536;
 
 // Panels whose display queue holds data. One tick's layout budget is shared among
@@ -94,11 +94,23 @@ QString intervalSuffix(qint32 unit)
 
 SerialPortWidget::SerialPortWidget(QWidget *parent)
     : QMainWindow(parent)
+    , portSession(new PortSession(this))
+    , portSettings(portSession->settings())
+    , format(portSession->format())
+    , state(portSession->state())
+    , portNumberValue(portSession->portNumber())
+    , rxBytes(portSession->rxByteCount())
+    , txBytes(portSession->txByteCount())
+    , controller(portSession->connectionController())
+    , autoReplyRunner(portSession->autoReplies())
+    , sequenceRunner(portSession->sequences())
+    , autoReconnect(portSession->autoReconnect())
+    , portLost(portSession->portLost())
+    , reconnectTimer(portSession->reconnectTimer())
     , ui(new Ui_SerialPortWidget)
 {
     ui->setupUi(this);
     renderer = std::make_unique<ReceiveRenderer>(ui->receiveBrowser, &format);
-    controller = new ConnectionController(this);
     connectController();
     resetTextDecoders();
     initialPara();
@@ -113,15 +125,16 @@ SerialPortWidget::~SerialPortWidget()
 {
     panelsWithBacklog().remove(this);
     controller->disconnect(this);
+    portSession->disconnect(this);
     delete ui;
 }
 
 void SerialPortWidget::initialPara()
 {
     const QList<QSerialPortInfo> ports = listUsableSerialPorts();
-    portSettings = SettingsService::defaultPortSettings(ports.isEmpty() ? QString()
+    portSettings = PortDefaults::portSettings(ports.isEmpty() ? QString()
                                                                         : ports.first().portName());
-    format = SettingsService::defaultFormatSettings();
+    format = PortDefaults::formatSettings();
 
     sendTimer = new QTimer(this);
     sendTimer->setTimerType(Qt::PreciseTimer);
@@ -140,9 +153,6 @@ void SerialPortWidget::initialPara()
     portsTimer->setInterval(1000);
     connect(portsTimer, &QTimer::timeout, this, &SerialPortWidget::onRefreshAvalablePorts);
 
-    reconnectTimer = new QTimer(this);
-    reconnectTimer->setInterval(2000);
-    connect(reconnectTimer, &QTimer::timeout, this, &SerialPortWidget::onReconnectTick);
 
     logWriter = new LogWriter([] { return QDateTime::currentDateTime(); }, this);
 
@@ -168,9 +178,6 @@ void SerialPortWidget::connectController()
     ConnectionController *c = controller;
     connect(c, &ConnectionController::statusMessage, this, &SerialPortWidget::showMessage);
     connect(c, &ConnectionController::errorOccurred, this, &SerialPortWidget::onControllerError);
-    connect(c, &ConnectionController::readyRead, this, &SerialPortWidget::onReadData);
-    connect(c, &ConnectionController::serverMessage, this, &SerialPortWidget::handleNewMessage);
-    connect(c, &ConnectionController::udpReadyRead, this, &SerialPortWidget::readUdpSocket);
     connect(c, &ConnectionController::serialPortLost, this, &SerialPortWidget::onSerialPortLost);
     connect(c, &ConnectionController::tcpClientDisconnected, this,
             &SerialPortWidget::disconnectTcpClient);
@@ -180,13 +187,54 @@ void SerialPortWidget::connectController()
     connect(c, &ConnectionController::udpPeersChanged, this, &SerialPortWidget::changeUdpConnState);
     connect(c, &ConnectionController::peerLost, this, &SerialPortWidget::onPeerLost);
     connect(c, &ConnectionController::peerArrived, this, &SerialPortWidget::peerArrived);
-    connect(c, &ConnectionController::queuedUdpWritten, this,
-            [this](const QByteArray &bytes) { noteTxAccepted(bytes, QString(), false); });
     connect(c, &ConnectionController::peerArrived, this, [this](const QString &peer) {
         if (peer.isEmpty() && connectionModeIsTcpClient(portSettings.connMode)) {
             noteInView(tr("Connected to %1").arg(endpointText()));
         }
     });
+
+    // The session's roads, shown here. The panel's own rxTapped and txTapped carry the
+    // session's, so whoever connects to the panel sees bytes ahead of the runners.
+    PortSession *session = portSession;
+    connect(session, &PortSession::rxTapped, this, &SerialPortWidget::rxTapped);
+    connect(session, &PortSession::txTapped, this, &SerialPortWidget::txTapped);
+    connect(session, &PortSession::rxTapped, this, [this](const QByteArray &bytes,
+                                                          const QString &peer) {
+        if (!peer.isEmpty() && portSettings.connMode == ModeTcpServer) {
+            noteServerMessage(bytes, peer);
+        }
+    });
+    connect(session, &PortSession::rxHeld, this, [this] { ui->ledRow->flashRx(); });
+    connect(session, &PortSession::rxQueued, this, [this](const QByteArray &shown) {
+        ui->ledRow->flashRx();
+        if (!shown.isEmpty()) {
+            emitConsoleTraffic(shown, Received);
+        }
+    });
+    connect(session, &PortSession::sending, this,
+            [this](const QByteArray &bytes) { emitConsoleTraffic(bytes, Sent); });
+    connect(session, &PortSession::displayQueued, this,
+            [this] { panelsWithBacklog().insert(this); });
+    connect(session, &PortSession::txAccepted, this, [this](const QByteArray &bytes) {
+        updateCommonStatus();
+        if (!bytes.isEmpty() && !breakHeld) {
+            ui->ledRow->flashTx();
+        }
+    });
+    connect(session, &PortSession::statusMessage, this, &SerialPortWidget::showMessage);
+    connect(session, &PortSession::noted, this, &SerialPortWidget::noteSequence);
+    connect(session, &PortSession::reconnected, this, [this] {
+        noteSession(tr("Reconnected %1").arg(sessionPortLabel()));
+        if (portSettings.connMode == ModeSerial) {
+            refreshSerialControlUi();
+            noteInView(tr("Reconnected %1").arg(endpointText()));
+        }
+        refreshStatus();
+    });
+    connect(session, &PortSession::scriptStateChanged, this, &SerialPortWidget::scriptStateChanged);
+    session->selectedPeerRowHook = [this] { return selectedPeerRow(); };
+    session->reopenHook = [this] { start(QString()); };
+    session->transferRunningHook = [this] { return transferRunning(); };
 }
 
 void SerialPortWidget::connectDirtyTrackers()
@@ -568,82 +616,14 @@ bool SerialPortWidget::start(const QString &portName)
     } else {
         displayTimer->start();
         // Held bytes keep the times they arrived at, not the time of the resume.
-        const QList<HeldBytes> held = std::exchange(pausedBytes, {});
-        pausedSize = 0;
-        for (const HeldBytes &piece : held) {
-            for (qsizetype at = 0; at < piece.bytes.size(); at += ResumeSlice) {
-                pushByteArray(piece.bytes.mid(at, ResumeSlice), false, Received, QString(),
-                              piece.time);
-            }
-        }
+        portSession->releaseHeld();
     }
     state = Running;
 
     // Resuming from a pause reopens nothing: a listening server would drop its
     // clients and a rebound UDP socket its peers.
     const bool resuming = oldState == Paused && portIsOpen();
-    bool ok = true;
-    switch (resuming ? ModeReserved : portSettings.connMode) {
-    case ModeSerial:
-        ok = openPort(portName);
-        break;
-    case ModeTcpClient:
-    case ModeRemoteSerial:
-        if (!controller->hasTcpClientSocket()) {
-            if (portSettings.targetHost.trimmed().isEmpty()) {
-                showMessage(tr("Enter the host to connect to."), 5000);
-                ok = false;
-                break;
-            }
-            if (portSettings.targetPort < 1 || portSettings.targetPort > 65535) {
-                showMessage(tr("Port %1 cannot be connected to: use 1 to 65535.")
-                                .arg(portSettings.targetPort),
-                            5000);
-                ok = false;
-                break;
-            }
-            portSettings.rememberHost(portSettings.targetHost);
-            controller->connectTcpClient(portSettings.targetHost.trimmed(),
-                                         quint16(portSettings.targetPort));
-            // A connection can fail inside the call (an unreachable address); the error
-            // slot has then stopped the panel, or armed a reconnect.
-            ok = state != Stopped;
-        }
-        break;
-    case ModeLiveRelay:
-        if (!controller->hasCloudRelay()) {
-            ok = startCloudRelay();
-        }
-        break;
-    case ModeTcpServer:
-        if (portSettings.targetPort < 0 || portSettings.targetPort > 65535) {
-            showMessage(
-                tr("Port %1 cannot be listened on: use 0 to 65535.").arg(portSettings.targetPort),
-                5000);
-            ok = false;
-            break;
-        }
-        controller->listenTcpServer(quint16(portSettings.targetPort), QHostAddress::Any);
-        ok = controller->isOpen(ModeTcpServer);
-        if (ok) {
-            portSettings.name = controller->tcpServerAddressString();
-        }
-        break;
-    case ModeUdpServer:
-        ok = controller->bindUdp(portSettings.udpServerPort);
-        break;
-    case ModeUdpClient:
-    case ModeUdpGroup:
-        ok = controller->bindUdp(portSettings.udpLocalPort);
-        break;
-    case ModeReserved:
-        if (!resuming) {
-            showMessage(tr("This connection type is not supported. Choose another one."), 5000);
-            ok = false;
-        }
-        break;
-    }
-
+    const bool ok = resuming || portSession->openTransport(portName);
     if (!ok) {
         // The reason the transport gave, or the one shown for settings that cannot open.
         const QString why = lastError.isEmpty() ? statusBar()->currentMessage() : lastError;
@@ -688,27 +668,6 @@ void SerialPortWidget::failStart()
     refreshSerialControlUi();
 }
 
-bool SerialPortWidget::openPort(const QString &portName)
-{
-    const QString name = portName.isEmpty() ? portSettings.name : portName;
-    if (name.isEmpty()) {
-        showMessage(tr("Choose a serial port or type its path."), 5000);
-        return false;
-    }
-    if (!controller->openSerial(portSettings, name, name, false)) {
-        return false;
-    }
-    portSettings.name = name;
-    return true;
-}
-
-bool SerialPortWidget::startCloudRelay()
-{
-    showMessage(tr("Live Relay needs the cloud client, which this build does not include yet."),
-                5000);
-    return false;
-}
-
 void SerialPortWidget::stop()
 {
     const bool wasActive = state != Stopped || sendTimer->isActive() || saveTimer->isActive();
@@ -716,15 +675,11 @@ void SerialPortWidget::stop()
     sendTimer->stop();
     saveTimer->stop();
     disarmReconnect();
-    pausedBytes.clear();
     // A stopped server lets its clients go without a word for each.
     peerTranscripts.clear();
-    autoReplyRunner->reset();
     plot->resetStream();
-    stopRuns(int(SequenceRunner::StopReason::ConnectionClosed));
-
     releaseBreak();
-    controller->closeAll(portSettings.connMode, displayName());
+    portSession->close();
     refreshStatus();
     refreshSerialControlUi();
 
@@ -761,17 +716,12 @@ void SerialPortWidget::clear()
     updateCommonStatus();
 }
 
-QString SerialPortWidget::displayName() const
-{
-    return portSettings.connMode == ModeSerial ? portSettings.name : sessionPortLabel();
-}
-
 // ---------------------------------------------------------------------------
 // Identity
 
 bool SerialPortWidget::portIsOpen() const
 {
-    return controller->isOpen(portSettings.connMode);
+    return portSession->portIsOpen();
 }
 
 QString SerialPortWidget::currentRealPortName() const
@@ -787,89 +737,27 @@ void SerialPortWidget::setPortName(const QString &name)
 
 QString SerialPortWidget::consolePortKey() const
 {
-    return QStringLiteral("%1-%2")
-        .arg(connectionModePrefix(portSettings.connMode))
-        .arg(portNumberValue);
+    return portSession->consoleKey();
 }
 
 QString SerialPortWidget::sessionPortLabel() const
 {
-    const Settings &s = portSettings;
-    switch (s.connMode) {
-    case ModeSerial:
-        return s.name;
-    case ModeTcpServer:
-        return QStringLiteral(":%1").arg(s.targetPort);
-    case ModeTcpClient:
-    case ModeUdpClient:
-        return QStringLiteral("%1:%2").arg(s.targetHost).arg(s.targetPort);
-    case ModeUdpServer:
-        return QStringLiteral(":%1").arg(s.udpServerPort);
-    case ModeUdpGroup:
-        return QStringLiteral(":%1").arg(s.udpLocalPort);
-    case ModeRemoteSerial:
-    case ModeLiveRelay:
-        return remoteSerialPortLabel(s);
-    case ModeReserved:
-        break;
-    }
-    return QString();
+    return portSession->label();
 }
 
 QString SerialPortWidget::sessionPortInfo() const
 {
-    const Settings &s = portSettings;
-    QString endpoint;
-    switch (s.connMode) {
-    case ModeSerial:
-        endpoint =
-            QStringLiteral("serial %1 %2 %3 %4 %5 flow %6")
-                .arg(s.name)
-                .arg(s.baudRate)
-                .arg(s.stringDataBits, s.stringParity, s.stringStopBits, s.stringFlowControl);
-        break;
-    case ModeTcpServer:
-        endpoint = QStringLiteral("tcp-server :%1").arg(s.targetPort);
-        break;
-    case ModeUdpServer:
-        endpoint = QStringLiteral("udp-server :%1").arg(s.udpServerPort);
-        break;
-    case ModeTcpClient:
-    case ModeUdpClient:
-    case ModeUdpGroup:
-    case ModeRemoteSerial:
-    case ModeLiveRelay:
-        endpoint = connectionModeTransportWord(s.connMode) + QLatin1Char(' ') + sessionPortLabel();
-        break;
-    case ModeReserved:
-        return QString();
-    }
-    return endpoint + QStringLiteral(", ") +
-           (format.receiveMsgFormat == TextFormat ? QStringLiteral("text") : QStringLiteral("hex"));
+    return portSession->describe();
 }
 
 QStringList SerialPortWidget::connectedPeers() const
 {
-    if (portSettings.connMode == ModeTcpServer) {
-        return controller->tcpServerPeers();
-    }
-    if (connectionModeIsUdp(portSettings.connMode)) {
-        QStringList keys;
-        for (int row = 0; row < controller->udpPeerList().size(); ++row) {
-            keys.append(controller->udpPeerKeyAt(row));
-        }
-        return keys;
-    }
-    return QStringList();
+    return portSession->connectedPeers();
 }
 
 void SerialPortWidget::setAutoReconnect(bool on)
 {
-    autoReconnect = on;
-    controller->setAutoReconnect(on);
-    if (!on) {
-        disarmReconnect();
-    }
+    portSession->setAutoReconnect(on);
 }
 
 void SerialPortWidget::noteSession(const QString &text)
@@ -882,19 +770,8 @@ void SerialPortWidget::noteSession(const QString &text)
 // ---------------------------------------------------------------------------
 // The received road
 
-void SerialPortWidget::onReadData()
+void SerialPortWidget::noteServerMessage(const QByteArray &bytes, const QString &peer)
 {
-    const QByteArray bytes = controller->readAvailable(portSettings.connMode);
-    ingestRx(bytes, true, QString());
-}
-
-void SerialPortWidget::handleNewMessage(const QString &peer)
-{
-    const QByteArray bytes = controller->serverMessageFor(peer);
-    if (bytes.isEmpty()) {
-        return;
-    }
-    ingestRx(bytes, false, peer);
     QString &transcript = peerTranscripts[peer];
     transcript.append(peerDecoder(peer).decode(bytes));
     if (transcript.size() > TranscriptLimit) {
@@ -902,88 +779,15 @@ void SerialPortWidget::handleNewMessage(const QString &peer)
     }
 }
 
-void SerialPortWidget::readUdpSocket()
-{
-    const QList<ConnectionController::UdpDatagram> datagrams = controller->readUdpDatagrams();
-    for (const ConnectionController::UdpDatagram &datagram : datagrams) {
-        ingestRx(datagram.bytes, false, datagram.peerKey);
-    }
-}
-
 void SerialPortWidget::ingestRx(const QByteArray &bytes, bool pausable, const QString &peer)
 {
-    if (bytes.isEmpty()) {
-        return;
-    }
-    Q_EMIT rxTapped(bytes, peer);
-
-    if (pausable && state == Paused) {
-        ui->ledRow->flashRx();
-        rxBytes += bytes.size();
-        pausedBytes.append({QDateTime::currentDateTime(), bytes});
-        pausedSize += bytes.size();
-        // The newest bytes up to the buffer size stay; the oldest go first.
-        const qsizetype limit = std::max<qsizetype>(0, format.displayBufferSize);
-        while (pausedSize > limit) {
-            HeldBytes &oldest = pausedBytes.first();
-            const qsizetype drop = std::min(oldest.bytes.size(), pausedSize - limit);
-            pausedSize -= drop;
-            if (drop == oldest.bytes.size()) {
-                pausedBytes.removeFirst();
-            } else {
-                oldest.bytes.remove(0, drop);
-            }
-        }
-        return;
-    }
-    pushByteArray(bytes, true, Received, peer);
+    portSession->ingestRx(bytes, pausable, peer);
 }
 
 void SerialPortWidget::pushByteArray(const QByteArray &bytes, bool count, RXorTx direction,
                                      const QString &peer, const QDateTime &time)
 {
-    if (bytes.isEmpty()) {
-        return;
-    }
-    QByteArray data = bytes;
-    if (direction == Received) {
-        ui->ledRow->flashRx();
-        if (format.receiveMsgFormat == TextFormat) {
-            data = ansiFilter.process(bytes);
-        }
-        if (count) {
-            rxBytes += bytes.size();
-        }
-        if (data.isEmpty()) {
-            return;
-        }
-        emitConsoleTraffic(data, Received);
-    } else if (count) {
-        rxBytes += bytes.size();
-    }
-    displayBacklogBytes += data.size();
-    panelsWithBacklog().insert(this);
-    // Small reads (a serial line delivers a few bytes at a time) join the record before
-    // them while neither time stamps nor idle gaps can tell them apart, so the view lays
-    // out a few records per tick rather than thousands. Sent blocks never join: each is
-    // one send, shown (and logged) on a line of its own.
-    if (direction == Received && !rxDataList.isEmpty() && !format.displayMsgTime &&
-        !format.rxAutoFeedLine) {
-        rxData &last = rxDataList.last();
-        if (last.direction == direction && last.peer == peer && !last.isLocalEcho &&
-            last.data.size() + data.size() <= MergeRecordsBelow) {
-            last.data += data;
-            last.raw += bytes;
-            return;
-        }
-    }
-    rxData record;
-    record.time = time.isValid() ? time : QDateTime::currentDateTime();
-    record.direction = direction;
-    record.data = data;
-    record.raw = bytes;
-    record.peer = peer;
-    rxDataList.append(std::move(record));
+    portSession->pushByteArray(bytes, count, direction, peer, time);
 }
 
 void SerialPortWidget::emitConsoleTraffic(const QByteArray &bytes, RXorTx direction)
@@ -1000,7 +804,7 @@ void SerialPortWidget::emitConsoleTraffic(const QByteArray &bytes, RXorTx direct
 
 void SerialPortWidget::onRefreshDisplay()
 {
-    if (state == Running && !rxDataList.isEmpty()) {
+    if (state == Running && !portSession->displayQueueEmpty()) {
         // Only panels that show what waits share the budget: a paused server or UDP
         // panel keeps its queue without taking a share.
         qsizetype sharing = 0;
@@ -1023,7 +827,7 @@ void SerialPortWidget::onRefreshDisplay()
 
 void SerialPortWidget::displayPortBuffer(qint64 budget)
 {
-    if (rxDataList.isEmpty()) {
+    if (portSession->displayQueueEmpty()) {
         return;
     }
     // What the view cannot keep is not laid out only to be trimmed again: when more
@@ -1031,9 +835,8 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
     // the recording saw them at arrival.
     const qint64 keep = renderer->characterBudget();
     qint64 skipped = 0;
-    while (displayBacklogBytes > keep && rxDataList.size() > 1) {
-        const rxData record = takeDisplayPiece(-1);
-        displayBacklogBytes -= record.data.size();
+    while (portSession->pendingDisplayBytes() > keep && portSession->pendingDisplayRecords() > 1) {
+        const rxData record = portSession->takeDisplayPiece(-1);
         skipped += record.data.size();
         logRecord(record);
     }
@@ -1046,24 +849,23 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
     // One layout pass for the whole tick instead of one per record.
     renderer->beginBatch();
     qint64 total = 0;
-    while (!rxDataList.isEmpty()) {
+    while (!portSession->displayQueueEmpty()) {
         // One read can bring megabytes. A record far over the budget (or over a shared
         // budget) is shown in budget-sized pieces over several ticks, so that no tick
         // blocks the window; the text decoders carry split characters from one piece
         // to the next. Hex is cut finer still: the view lays a line out as a whole, so
         // no record may make one hex line long.
-        const rxData &front = rxDataList.first();
+        const rxData &front = portSession->displayFront();
         const bool hex = (front.direction == Sent ? format.sendMsgFormat
                                                   : format.receiveMsgFormat) != TextFormat;
-        const qint64 left = front.data.size() - frontOffset;
+        const qint64 left = portSession->displayFrontLeft();
         qint64 limit = -1;
         if (hex) {
             limit = HexSliceBytes;
         } else if (budget >= 0 && left > (budget < DisplayBudgetPerTick ? budget : 2 * budget)) {
             limit = budget;
         }
-        const rxData record = takeDisplayPiece(limit);
-        displayBacklogBytes -= record.data.size();
+        const rxData record = portSession->takeDisplayPiece(limit);
         total += record.data.size();
         renderer->render(record);
         logRecord(record);
@@ -1071,7 +873,7 @@ void SerialPortWidget::displayPortBuffer(qint64 budget)
             break;
         }
     }
-    if (rxDataList.isEmpty()) {
+    if (portSession->displayQueueEmpty()) {
         panelsWithBacklog().remove(this);
     }
     renderer->endBatch();
@@ -1095,34 +897,6 @@ void SerialPortWidget::trimViewInTurn()
         trimTurnTaken() = true;
         QTimer::singleShot(DisplayTickMs, [] { trimTurnTaken() = false; });
     }
-}
-
-rxData SerialPortWidget::takeDisplayPiece(qint64 limit)
-{
-    rxData &front = rxDataList.first();
-    const qint64 left = front.data.size() - frontOffset;
-    const bool rawMatches = front.raw.size() == front.data.size();
-    if (limit < 0 || left <= limit) {
-        rxData record = rxDataList.takeFirst();
-        if (frontOffset > 0) {
-            record.data = record.data.mid(frontOffset);
-            record.raw = rawMatches ? record.raw.mid(frontOffset) : QByteArray();
-        }
-        frontOffset = 0;
-        return record;
-    }
-    // Only the piece is copied; the rest of the record stays where it is.
-    rxData piece;
-    piece.time = front.time;
-    piece.direction = front.direction;
-    piece.isLocalEcho = front.isLocalEcho;
-    piece.peer = front.peer;
-    piece.data = front.data.mid(frontOffset, limit);
-    // Filtered text has no byte-for-byte raw: the first piece carries all of it.
-    piece.raw = rawMatches ? front.raw.mid(frontOffset, limit)
-                           : (frontOffset == 0 ? front.raw : QByteArray());
-    frontOffset += limit;
-    return piece;
 }
 
 void SerialPortWidget::logRecord(const rxData &record)
@@ -1320,6 +1094,5 @@ void SerialPortWidget::resetTextDecoders()
     logDecoders = {createDecoder(format.receiveEncoding), createDecoder(format.sendEncoding)};
     consoleDecoders = {createDecoder(format.receiveEncoding), createDecoder(format.sendEncoding)};
     peerDecoders.clear();
-    ansiFilter.reset();
-    ansiFilter.setEightBitControls(WireTextCodecRegistry::isSingleByte(format.receiveEncoding));
+    portSession->resetEscapeFilter(WireTextCodecRegistry::isSingleByte(format.receiveEncoding));
 }

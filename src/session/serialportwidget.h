@@ -1,11 +1,11 @@
 #pragma once
 
-#include "app/quicksettingsgroups.h"
 #include "automation/sequencereportlog.h"
+#include "connection/rxdata.h"
 #include "connection/settings.h"
-#include "session/ansiescapefilter.h"
-#include "session/rxdata.h"
-#include "session/wiretextdecoder.h"
+#include "connection/wiretextdecoder.h"
+#include "session/portsession.h"
+#include "session/quicksettingsgroups.h"
 
 #include <QElapsedTimer>
 #include <QHash>
@@ -35,14 +35,13 @@ class ReceiveRenderer;
 class QTimer;
 class Ui_SerialPortWidget;
 
-// One connection's panel and the hub of a port: it holds the port's records, owns its
-// ConnectionController and per-port workers, and carries received and sent bytes
-// between them.
+// One connection's panel: it owns the port's PortSession (records, transport, runners,
+// the received and sent roads) and shows it.
 //
-// The received road: transport -> ingestRx -> (recorder) -> rxTapped (decode, plot,
-// auto reply, sequence, script, bridges, in that order) -> display queue, drained by
-// a 20 ms tick at most 256 KiB at a time. Consumers run at arrival, ahead of the
-// queue, so a slow view never slows them.
+// The received road: transport -> PortSession::ingestRx -> rxTapped (decode, plot and
+// whatever connects to the panel's signal, then auto reply, sequence and script on the
+// session's) -> display queue, drained by a 20 ms tick at most 256 KiB at a time.
+// Consumers run at arrival, ahead of the queue, so a slow view never slows them.
 class SerialPortWidget : public QMainWindow
 {
     Q_OBJECT
@@ -53,43 +52,23 @@ public:
         Stopped = 2,
     };
 
-    // Where bytes from other subsystems go on a multi-peer transport.
-    enum class UdpTargetMode {
-        Default = 0,    // the selected peer, or the configured target
-        LastSender = 1, // the peer heard last
-        PeerKey = 2,    // the peer named by key
-        AllPeers = 3,   // every known peer
-    };
-
-    // Who sends, for the checks that guard a running file transfer.
-    enum class TxActor {
-        User,
-        AutoReply,
-        Sequence,
-        Script,
-        Console,
-        Bridge,
-        Transfer,
-    };
-
-    // What an action would do to a port a file transfer is using.
-    enum Disturb {
-        DisturbData = 0,
-        DisturbDtr = 1,
-        DisturbRts = 2,
-        DisturbSettings = 3,
-        DisturbHarmless = 4,
-    };
+    using UdpTargetMode = PortSession::UdpTargetMode;
+    using TxActor = PortSession::TxActor;
+    using Disturb = PortSession::Disturb;
+    using enum PortSession::Disturb;
 
     static constexpr int SendHistoryLimit = 100;
     static constexpr qint64 DisplayBudgetPerTick = 262144;
     static constexpr qint64 MinimumSharedBudget = 16384;
     static constexpr qint64 HexSliceBytes = 1024;
-    static constexpr qsizetype MergeRecordsBelow = 4096;
+    static constexpr qsizetype MergeRecordsBelow = PortSession::MergeRecordsBelow;
     static constexpr int DisplayTickMs = 20;
 
     explicit SerialPortWidget(QWidget *parent = nullptr);
     ~SerialPortWidget() override;
+
+    // The port without its window: connection, received and sent roads, runners.
+    PortSession *session() const { return portSession; }
 
     int portNumber() const { return portNumberValue; }
     void setPortNumber(int number);
@@ -171,9 +150,9 @@ public:
 
     qint64 rxByteCount() const { return rxBytes; }
     qint64 txByteCount() const { return txBytes; }
-    qsizetype pendingDisplayRecords() const { return rxDataList.size(); }
-    qint64 pendingDisplayBytes() const { return displayBacklogBytes; }
-    qsizetype pausedByteCount() const { return pausedSize; }
+    qsizetype pendingDisplayRecords() const { return portSession->pendingDisplayRecords(); }
+    qint64 pendingDisplayBytes() const { return portSession->pendingDisplayBytes(); }
+    qsizetype pausedByteCount() const { return portSession->pausedByteCount(); }
     QString lastTransportError() const { return lastError; }
     QString peerTranscript(const QString &peer) const { return peerTranscripts.value(peer); }
     ConnectionController *connectionController() const { return controller; }
@@ -206,17 +185,12 @@ public:
     void stopSequence(int reason);
     bool sequenceRunning() const;
     SequenceRunner *sequences() const { return sequenceRunner; }
-    const SequenceReportLog &sequenceReportLog() const { return sequenceLog; }
+    const SequenceReportLog &sequenceReportLog() const { return portSession->sequenceReportLog(); }
     void noteAutoReply(const QString &text);
     void noteSequence(const QString &text);
     // What a script run is told about the port: its label, transport word, format and
     // whether auto reply rules are on.
     ScriptPortInfo scriptPortInfo() const;
-    // Whether a script runs on this port; a sequence may not start beside one.
-    std::function<bool()> scriptRunningHook;
-    // Stops the port's script for `reason`, a SequenceRunner::StopReason; set by the
-    // script side of the port.
-    std::function<void(int)> scriptStopHook;
     // Stops whatever runs on the port, sequence or script.
     void stopRuns(int reason);
 
@@ -276,14 +250,9 @@ private:
     void markSettingsDirty();
     void updateDisplay();
 
-    bool openPort(const QString &portName);
-    bool startCloudRelay();
     void failStart();
-    QString displayName() const;
 
-    void onReadData();
-    void handleNewMessage(const QString &peer);
-    void readUdpSocket();
+    void noteServerMessage(const QByteArray &bytes, const QString &peer);
     void onControllerError(const QString &text);
     void onSerialPortLost();
     void disconnectTcpClient();
@@ -297,14 +266,10 @@ private:
     void onSendData();
     void onSaveData();
     void logRecord(const rxData &record);
-    // The next piece of the display queue, at most `limit` bytes (the rest of the front
-    // record when `limit` is negative).
-    rxData takeDisplayPiece(qint64 limit);
     void trimViewInTurn();
     void pushLogToWidgets();
     void on_logSaveBox_toggled(bool on);
     void on_logPathButton_clicked();
-    void onReconnectTick();
     void disarmReconnect();
     void releaseBreak();
     void restoreTxCaption();
@@ -350,42 +315,37 @@ private:
     int selectedPeerRow() const;
     bool isRunning() const { return state == Running; }
 
+    // The session and views on its records, which the panel edits and shows.
+    PortSession *portSession;
+    Settings &portSettings;
+    FormatSetting &format;
+    int &state;
+    int &portNumberValue;
+    qint64 &rxBytes;
+    qint64 &txBytes;
+    ConnectionController *controller;
+    AutoReplyRunner *autoReplyRunner;
+    SequenceRunner *sequenceRunner;
+    bool &autoReconnect;
+    bool &portLost;
+    QTimer *reconnectTimer;
+
     Ui_SerialPortWidget *ui = nullptr;
     std::unique_ptr<ReceiveRenderer> renderer;
-    Settings portSettings;
     std::optional<Settings> nextOpenSettings; // edits that wait for a new connection
-    FormatSetting format;
-    ConnectionController *controller = nullptr;
 
     QTimer *sendTimer = nullptr;
     QTimer *saveTimer = nullptr;
     QTimer *displayTimer = nullptr;
     QTimer *portsTimer = nullptr;
-    QTimer *reconnectTimer = nullptr;
     QTimer *breakReleaseTimer = nullptr;
     QTimer *txCaptionTimer = nullptr;
     QTimer *controlLinePollTimer = nullptr;
     QElapsedTimer breakStarted;
     bool breakHeld = false;
 
-    int state = Stopped;
-    int portNumberValue = 0;
-    qint64 rxBytes = 0;
-    qint64 txBytes = 0;
     qint64 shownRxBytes = -1;
     qint64 shownTxBytes = -1;
-    QList<rxData> rxDataList;
-    qint64 displayBacklogBytes = 0; // bytes of data in rxDataList not yet shown
-    qint64 frontOffset = 0;         // bytes of the front record already shown
-    // What arrived while paused, with the time each piece arrived.
-    struct HeldBytes
-    {
-        QDateTime time;
-        QByteArray bytes;
-    };
-    QList<HeldBytes> pausedBytes;
-    qsizetype pausedSize = 0;
-    AnsiEscapeFilter ansiFilter;
     QString lastViewNote;
     bool terminalShown = false;
 
@@ -397,9 +357,6 @@ private:
     QHash<QString, QString> peerTranscripts;
 
     LogWriter *logWriter = nullptr;
-    AutoReplyRunner *autoReplyRunner = nullptr;
-    SequenceRunner *sequenceRunner = nullptr;
-    SequenceReportLog sequenceLog;
     PlotPanel *plot = nullptr;
     QMenu *viewMenuValue = nullptr;
     bool logAtLineStart = true;
@@ -409,8 +366,6 @@ private:
     int linePosition = 0;
     QString lastError;
     QString lastPortList;
-    bool autoReconnect = false;
-    bool portLost = false;
     bool consoleCapture = false;
     bool applyingSettings = false;
     QuickSettingsGroups quickGroups;

@@ -32,11 +32,7 @@ QString ruleTitle(const AutoReplyConfig &config, int rule)
 
 void SerialPortWidget::setupAutomation()
 {
-    autoReplyRunner = new AutoReplyRunner(this);
     autoReplyRunner->setEncodings(format.receiveEncoding, format.sendEncoding);
-    autoReplyRunner->setSender([this](const QByteArray &bytes, const QString &peer) {
-        return sendAutoReply(bytes, peer);
-    });
     connect(
         autoReplyRunner, &AutoReplyRunner::replied, this,
         [this](int rule, const QString &source, int bytes) {
@@ -60,19 +56,6 @@ void SerialPortWidget::setupAutomation()
     connect(autoReplyRunner, &AutoReplyRunner::stateChanged, this,
             &SerialPortWidget::refreshAutoReplyBadge);
 
-    sequenceRunner = new SequenceRunner(this);
-    sequenceRunner->setSender([this](const QByteArray &bytes) { return sendSequenceBytes(bytes); });
-    sequenceRunner->setBacklog(
-        [this] { return controller->pendingWriteBytes(portSettings.connMode); });
-    sequenceRunner->setStartGuard([this] {
-        if (scriptRunningHook && scriptRunningHook()) {
-            return SequenceRunner::scriptRunningMessage();
-        }
-        QString why;
-        return mayDisturbPort(TxActor::Sequence, DisturbData, &why) ? QString() : why;
-    });
-    sequenceRunner->setReportLog(
-        &sequenceLog, [this] { return consolePortKey(); }, [this] { return sessionPortInfo(); });
     connect(sequenceRunner, &SequenceRunner::started, this,
             [this] { noteSequence(sequenceRunner->startedNote()); });
     connect(sequenceRunner, &SequenceRunner::finished, this,
@@ -86,9 +69,8 @@ void SerialPortWidget::setupAutomation()
     connect(ui->autoReplyBadge, &QToolButton::clicked, this,
             &SerialPortWidget::autoReplyEditRequested);
 
-    // Consumers of received bytes, in the order they must see them.
-    connect(this, &SerialPortWidget::rxTapped, autoReplyRunner, &AutoReplyRunner::ingest);
-    connect(this, &SerialPortWidget::rxTapped, sequenceRunner, &SequenceRunner::ingest);
+    // The runners see received bytes after the panel's own consumers (the plot).
+    portSession->connectRunners();
     refreshAutoReplyBadge();
 }
 
@@ -126,28 +108,12 @@ void SerialPortWidget::refreshAutoReplyBadge()
 
 bool SerialPortWidget::sendAutoReply(const QByteArray &bytes, const QString &peer)
 {
-    if (transferRunning() || !portIsOpen()) {
-        return false;
-    }
-    // The answer goes to the peer that asked.
-    const bool ok = writeRaw(
-        bytes, true, peer.isEmpty() ? UdpTargetMode::Default : UdpTargetMode::PeerKey, peer);
-    if (ok && format.displaySendMsg) {
-        pushByteArray(bytes, false, Sent, peer);
-    }
-    return ok;
+    return portSession->sendAutoReply(bytes, peer);
 }
 
 bool SerialPortWidget::sendSequenceBytes(const QByteArray &bytes)
 {
-    if (transferRunning() || !portTakesData()) {
-        return false;
-    }
-    const bool ok = sendMessage(bytes);
-    if (ok && format.displaySendMsg) {
-        pushByteArray(bytes, false, Sent, QString());
-    }
-    return ok;
+    return portSession->sendSequenceBytes(bytes);
 }
 
 bool SerialPortWidget::sendCommand(const Command &command, QString *error)
@@ -191,38 +157,27 @@ bool SerialPortWidget::startSequence(const Sequence &sequence, QString *error)
     if (!ensurePortOpenForSend(error)) {
         return false;
     }
-    return sequenceRunner->start(sequence, format, error);
+    return portSession->startSequence(sequence, error);
 }
 
 void SerialPortWidget::stopSequence(int reason)
 {
-    if (sequenceRunner->isRunning()) {
-        sequenceRunner->stop(
-            SequenceRunner::stopReasonText(static_cast<SequenceRunner::StopReason>(reason)));
-    }
+    portSession->stopSequence(reason);
 }
 
 ScriptPortInfo SerialPortWidget::scriptPortInfo() const
 {
-    ScriptPortInfo info;
-    info.name = sessionPortLabel();
-    info.mode = connectionModeTransportWord(portSettings.connMode);
-    info.format = formatSettings();
-    info.autoReplyOn = autoReplyEngine().enabledRuleCount() > 0 && !autoReplyConfig().playDead;
-    return info;
+    return portSession->scriptPortInfo();
 }
 
 void SerialPortWidget::stopRuns(int reason)
 {
-    stopSequence(reason);
-    if (scriptStopHook) {
-        scriptStopHook(reason);
-    }
+    portSession->stopRuns(reason);
 }
 
 bool SerialPortWidget::sequenceRunning() const
 {
-    return sequenceRunner->isRunning();
+    return portSession->sequenceRunning();
 }
 
 void SerialPortWidget::noteAutoReply(const QString &text)

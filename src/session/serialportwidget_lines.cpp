@@ -8,61 +8,15 @@
 #include <QSerialPort>
 #include <QTimer>
 
-// Reconnecting a lost port, and the control lines and break of a port panel.
+// Reconnecting a lost port (the session does it), and the control lines and break of a
+// port panel.
 
 // ---------------------------------------------------------------------------
 // Reconnect
 
 void SerialPortWidget::disarmReconnect()
 {
-    reconnectTimer->stop();
-    portLost = false;
-}
-
-void SerialPortWidget::onReconnectTick()
-{
-    if (!autoReconnect) {
-        disarmReconnect();
-        return;
-    }
-    const connectionMode mode = portSettings.connMode;
-    if (connectionModeIsTcpClient(mode)) {
-        if (!controller->hasTcpClientSocket()) {
-            showMessage(tr("Reconnecting to %1:%2 ...")
-                            .arg(portSettings.targetHost)
-                            .arg(portSettings.targetPort),
-                        2000);
-            controller->connectTcpClient(portSettings.targetHost.trimmed(),
-                                         quint16(qBound(0, portSettings.targetPort, 65535)));
-            return;
-        }
-        if (!controller->isOpen(mode)) {
-            return;
-        }
-        state = Running;
-        disarmReconnect();
-        showMessage(tr("TCP connection RESTORED"), 3000);
-        noteSession(tr("Reconnected %1").arg(sessionPortLabel()));
-        refreshStatus();
-        return;
-    }
-    if (mode != ModeSerial || !portLost || controller->isOpen(ModeSerial)) {
-        disarmReconnect();
-        return;
-    }
-    if (!serialPortPresent(portSettings.name, listUsableSerialPorts())) {
-        return;
-    }
-    if (!controller->openSerial(portSettings, portSettings.name, portSettings.name, true)) {
-        return;
-    }
-    state = Running;
-    disarmReconnect();
-    refreshSerialControlUi();
-    showMessage(tr("Serial Port %1 RECONNECTED").arg(portSettings.name), 3000);
-    noteSession(tr("Reconnected %1").arg(sessionPortLabel()));
-    noteInView(tr("Reconnected %1").arg(endpointText()));
-    refreshStatus();
+    portSession->disarmReconnect();
 }
 
 // ---------------------------------------------------------------------------

@@ -1,11 +1,11 @@
 #include "session/serialportwidget.h"
 
 #include "connection/connectioncontroller.h"
+#include "connection/messagecodec.h"
+#include "connection/wiretextcodecregistry.h"
 #include "session/controllineledrow.h"
-#include "session/messagecodec.h"
 #include "session/receiverenderer.h"
 #include "session/ui_serialportwidget.h"
-#include "session/wiretextcodecregistry.h"
 
 #include <QComboBox>
 #include <QKeyEvent>
@@ -27,61 +27,10 @@ bool SerialPortWidget::sendMessage(const QByteArray &bytes)
     if (bytes.isEmpty()) {
         return false;
     }
-    emitConsoleTraffic(bytes, Sent);
-    QString peerKey;
-    bool ok = false;
-    switch (portSettings.connMode) {
-    case ModeSerial:
+    if (portSettings.connMode == ModeSerial) {
         updateSettings();
-        ok = controller->sendSerial(bytes, portSettings, portSettings.name);
-        break;
-    case ModeTcpServer: {
-        if (controller->tcpServerClientCount() == 0) {
-            showMessage(tr("No TCP client is connected yet."), 3000);
-            return false;
-        }
-        const int row = selectedPeerRow();
-        peerKey = controller->tcpServerPeerAt(row < 0 ? 0 : row);
-        ok = controller->sendTcpServer(bytes, row);
-        break;
     }
-    case ModeTcpClient:
-    case ModeRemoteSerial:
-        if (!controller->hasTcpClientSocket()) {
-            start(QString());
-        }
-        ok = controller->sendTcpClient(bytes);
-        break;
-    case ModeUdpServer: {
-        const int row = selectedPeerRow();
-        peerKey = controller->udpPeerKeyAt(row < 0 ? 0 : row);
-        ok = controller->sendUdpToPeer(bytes, row);
-        break;
-    }
-    case ModeUdpClient:
-    case ModeUdpGroup: {
-        peerKey = QStringLiteral("%1:%2").arg(portSettings.targetHost).arg(portSettings.targetPort);
-        bool queued = false;
-        ok = controller->sendUdp(bytes, portSettings.targetHost,
-                                 quint16(qBound(0, portSettings.targetPort, 65535)), &queued);
-        if (queued) {
-            return true; // counted when written, once the host's name is resolved
-        }
-        break;
-    }
-    case ModeLiveRelay:
-        if (!controller->hasCloudRelay()) {
-            start(QString());
-        }
-        ok = controller->sendCloudRelay(bytes);
-        break;
-    case ModeReserved:
-        break;
-    }
-    if (ok) {
-        noteTxAccepted(bytes, peerKey, false);
-    }
-    return ok;
+    return portSession->sendMessage(bytes);
 }
 
 bool SerialPortWidget::writeBytes(const QByteArray &bytes, const QString &peer)
@@ -93,74 +42,12 @@ bool SerialPortWidget::writeBytes(const QByteArray &bytes, const QString &peer)
 bool SerialPortWidget::writeRaw(const QByteArray &bytes, bool countAsTx,
                                 UdpTargetMode udpTargetMode, const QString &peer)
 {
-    if (bytes.isEmpty()) {
-        return false;
-    }
-    bool ok = false;
-    bool hasPeer = false;
-    bool queued = false;
-    switch (portSettings.connMode) {
-    case ModeSerial:
-        ok = controller->isOpen(ModeSerial) &&
-             controller->sendSerial(bytes, portSettings, portSettings.name);
-        break;
-    case ModeTcpServer:
-        if (!peer.isEmpty()) {
-            ok = controller->sendTcpServerTo(peer, bytes);
-            hasPeer = true;
-        } else {
-            ok = controller->broadcastTcpServer(bytes) > 0;
-        }
-        break;
-    case ModeTcpClient:
-    case ModeRemoteSerial:
-        ok = controller->sendTcpClient(bytes);
-        break;
-    case ModeUdpServer:
-    case ModeUdpClient:
-    case ModeUdpGroup:
-        switch (udpTargetMode) {
-        case UdpTargetMode::LastSender:
-            ok = controller->sendUdpToLastSender(bytes);
-            break;
-        case UdpTargetMode::PeerKey:
-            ok = controller->sendUdpToPeerKey(peer, bytes);
-            hasPeer = true;
-            break;
-        case UdpTargetMode::AllPeers:
-            ok = controller->broadcastUdp(bytes) > 0;
-            break;
-        case UdpTargetMode::Default:
-            if (portSettings.connMode == ModeUdpServer) {
-                ok = controller->sendUdpToPeer(bytes, selectedPeerRow());
-            } else {
-                ok = controller->sendUdp(bytes, portSettings.targetHost,
-                                         quint16(qBound(0, portSettings.targetPort, 65535)),
-                                         countAsTx ? &queued : nullptr);
-            }
-            break;
-        }
-        break;
-    case ModeLiveRelay:
-        ok = controller->sendCloudRelay(bytes);
-        break;
-    case ModeReserved:
-        break;
-    }
-    if (ok && countAsTx && !queued) {
-        noteTxAccepted(bytes, peer, hasPeer);
-    }
-    return ok;
+    return portSession->writeRaw(bytes, countAsTx, udpTargetMode, peer);
 }
 
 void SerialPortWidget::noteTxAccepted(const QByteArray &bytes, const QString &peer, bool hasPeer)
 {
-    txBytes += bytes.size();
-    updateCommonStatus();
-    if (!bytes.isEmpty() && !breakHeld) {
-        ui->ledRow->flashTx();
-    }
-    Q_EMIT txTapped(bytes, hasPeer ? peer : QString());
+    portSession->noteTxAccepted(bytes, peer, hasPeer);
 }
 
 int SerialPortWidget::selectedPeerRow() const
@@ -471,14 +358,7 @@ void SerialPortWidget::echoTerminalInput(const QByteArray &bytes)
     if (!format.localEcho) {
         return;
     }
-    rxData record;
-    record.time = QDateTime::currentDateTime();
-    record.direction = Sent;
-    record.data = bytes;
-    record.raw = bytes;
-    record.isLocalEcho = true;
-    displayBacklogBytes += record.data.size();
-    rxDataList.append(std::move(record));
+    portSession->queueLocalEcho(bytes);
     displayPortBuffer();
 }
 
@@ -501,40 +381,12 @@ bool SerialPortWidget::ensurePortOpenForSend(QString *error)
 
 bool SerialPortWidget::portTakesData() const
 {
-    if (portIsOpen()) {
-        return true;
-    }
-    // A connection that fails drops what was kept and stops what runs on the port.
-    return connectionModeIsTcpClient(portSettings.connMode) && controller->hasTcpClientSocket() &&
-           controller->tcpClientState() != QAbstractSocket::UnconnectedState;
+    return portSession->portTakesData();
 }
 
 bool SerialPortWidget::mayDisturbPort(TxActor actor, Disturb disturb, QString *why) const
 {
-    if (!transferRunning()) {
-        return true;
-    }
-    QString reason;
-    if (actor == TxActor::Transfer) {
-        if (disturb != DisturbSettings) {
-            return true;
-        }
-        reason = tr("A file transfer is running.");
-    } else if (disturb == DisturbHarmless || actor == TxActor::Console) {
-        return true;
-    } else if (disturb == DisturbData) {
-        reason = tr("A file transfer is using this port. Sending data now would corrupt it.");
-    } else if (disturb == DisturbSettings) {
-        reason = tr("A file transfer is using this port. Changing the port settings would "
-                    "interrupt it.");
-    } else {
-        reason = tr("A file transfer is using this port. Changing the control lines would "
-                    "interrupt it.");
-    }
-    if (why) {
-        *why = reason;
-    }
-    return false;
+    return portSession->mayDisturbPort(actor, disturb, why);
 }
 
 bool SerialPortWidget::transferRunning() const

@@ -1,7 +1,7 @@
 #include "session/serialportwidget.h"
 
-#include "app/connectionsettingswidget.h"
 #include "connection/connectioncontroller.h"
+#include "connection/connectionsettingswidget.h"
 #include "connection/serialportlist.h"
 #include "session/controllineledrow.h"
 #include "session/logwriter.h"

@@ -1,10 +1,10 @@
 #include "session/ui_serialportwidget.h"
 
-#include "app/connectionsettingswidget.h"
 #include "automation/sequencebar.h"
+#include "connection/connectionsettingswidget.h"
+#include "connection/wiretextcodecregistry.h"
 #include "session/controllineledrow.h"
 #include "session/hexinputhighlighter.h"
-#include "session/wiretextcodecregistry.h"
 #include "tools/crccatalog.h"
 
 #include <QButtonGroup>

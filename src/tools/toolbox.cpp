@@ -1,7 +1,5 @@
 #include "tools/toolbox.h"
 
-#include "session/messagecodec.h"
-
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
@@ -21,6 +19,22 @@
 #include <algorithm>
 
 namespace {
+
+// The value of a hexadecimal digit in either case, or -1.
+int hexDigitValue(QChar c)
+{
+    const char16_t u = c.unicode();
+    if (u >= u'0' && u <= u'9') {
+        return u - u'0';
+    }
+    if (u >= u'a' && u <= u'f') {
+        return u - u'a' + 10;
+    }
+    if (u >= u'A' && u <= u'F') {
+        return u - u'A' + 10;
+    }
+    return -1;
+}
 
 // What the hex parameter fields take: one to sixteen hex digits.
 const QString hexFieldPattern = QStringLiteral("[0-9A-Fa-f]{1,16}");
@@ -278,7 +292,7 @@ bool ToolBox::parseHex(const QString &text, QByteArray &bytes, QString &error)
         if (c.isSpace()) {
             continue;
         }
-        const int nibble = MessageCodec::hexDigitValue(c);
+        const int nibble = hexDigitValue(c);
         if (nibble < 0) {
             // Counted in the text as typed, white space included, from 1. Only the first
             // character that is neither is named, so no surrogate pair comes before it.

@@ -1,4 +1,5 @@
 #include "app/appearance.h"
+#include "common/textcontrast.h"
 
 #include <QApplication>
 #include <QtTest>
@@ -61,9 +62,9 @@ void TestAppearance::contrast()
     QFETCH(QColor, b);
     QFETCH(double, luminanceA);
     QFETCH(double, ratio);
-    QVERIFY(qAbs(Appearance::relativeLuminance(a) - luminanceA) < 0.001);
-    QVERIFY(qAbs(Appearance::contrastRatio(a, b) - ratio) < 0.01);
-    QCOMPARE(Appearance::contrastRatio(a, b), Appearance::contrastRatio(b, a));
+    QVERIFY(qAbs(TextContrast::relativeLuminance(a) - luminanceA) < 0.001);
+    QVERIFY(qAbs(TextContrast::contrastRatio(a, b) - ratio) < 0.01);
+    QCOMPARE(TextContrast::contrastRatio(a, b), TextContrast::contrastRatio(b, a));
 }
 
 void TestAppearance::readableTextColor_data()
@@ -100,15 +101,15 @@ void TestAppearance::readableTextColor()
     QFETCH(bool, kept);
     QFETCH(bool, legible);
 
-    const QColor result = Appearance::readableTextColor(color, base, text);
+    const QColor result = TextContrast::readableTextColor(color, base, text);
     QCOMPARE(result == color, kept);
-    const double ratio = Appearance::contrastRatio(result, base);
-    QCOMPARE(ratio >= Appearance::MinimumContrast, legible);
+    const double ratio = TextContrast::contrastRatio(result, base);
+    QCOMPARE(ratio >= TextContrast::MinimumContrast, legible);
     // Never less legible than what was asked for.
-    QVERIFY(ratio >= Appearance::contrastRatio(color, base));
+    QVERIFY(ratio >= TextContrast::contrastRatio(color, base));
     if (!kept && legible) {
         // Moved just far enough: legible, but not all the way to the text colour.
-        QVERIFY2(ratio < Appearance::MinimumContrast + 0.3, qPrintable(result.name()));
+        QVERIFY2(ratio < TextContrast::MinimumContrast + 0.3, qPrintable(result.name()));
         QVERIFY(result != text);
     }
 }
@@ -116,10 +117,10 @@ void TestAppearance::readableTextColor()
 void TestAppearance::palettesAreLegibleAndApplied()
 {
     for (const QPalette &p : {Appearance::lightPalette(), Appearance::darkPalette()}) {
-        QVERIFY(Appearance::contrastRatio(p.color(QPalette::Text), p.color(QPalette::Base)) >= 7);
-        QVERIFY(Appearance::contrastRatio(p.color(QPalette::WindowText),
+        QVERIFY(TextContrast::contrastRatio(p.color(QPalette::Text), p.color(QPalette::Base)) >= 7);
+        QVERIFY(TextContrast::contrastRatio(p.color(QPalette::WindowText),
                                           p.color(QPalette::Window)) >= 7);
-        QVERIFY(Appearance::contrastRatio(p.color(QPalette::HighlightedText),
+        QVERIFY(TextContrast::contrastRatio(p.color(QPalette::HighlightedText),
                                           p.color(QPalette::Highlight)) >= 3);
     }
     Appearance::apply(AppearanceMode::Dark);

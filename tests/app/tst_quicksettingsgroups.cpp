@@ -1,5 +1,5 @@
-#include "app/quicksettingsgroups.h"
 #include "samplerecords.h"
+#include "session/quicksettingsgroups.h"
 
 #include <QStandardPaths>
 #include <QtTest>

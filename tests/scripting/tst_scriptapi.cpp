@@ -3,9 +3,9 @@
 
 #include "automation/autoreplyengine.h"
 #include "automation/commandlibrary.h"
+#include "connection/messagecodec.h"
+#include "connection/wiretextcodecregistry.h"
 #include "scriptharness.h"
-#include "session/messagecodec.h"
-#include "session/wiretextcodecregistry.h"
 #include "tools/crccatalog.h"
 
 #include <QtTest>

@@ -6,8 +6,8 @@
 // hours, so a broken guard shows as a time-out.
 
 #include "scripting/scriptapi.h"
-#include "scripting/scriptportlink.h"
-#include "scripting/scriptwindow.h"
+#include "session/scriptportlink.h"
+#include "app/scriptwindow.h"
 #include "session/serialportwidget.h"
 
 #include <QSignalSpy>
@@ -66,7 +66,7 @@ void TestScriptHostile::initTestCase()
     settings.connMode = ModeTcpServer;
     settings.targetPort = 0;
     panel->applySettings(settings);
-    link = new ScriptPortLink(panel.get());
+    link = new ScriptPortLink(panel->session());
     window = std::make_unique<ScriptWindow>();
     window->setPortLister([this] {
         return QList<ScriptWindow::PortEntry>{{panel.get(), QStringLiteral("Port 1"), link}};

@@ -5,10 +5,10 @@
 
 #include "automation/commandlibrary.h"
 #include "connection/connectioncontroller.h"
+#include "connection/messagecodec.h"
 #include "connection/multiclientserver.h"
 #include "scripting/scriptlibrary.h"
-#include "scripting/scriptportlink.h"
-#include "session/messagecodec.h"
+#include "session/scriptportlink.h"
 #include "session/serialportwidget.h"
 #include "support/testsupport.h"
 
@@ -175,7 +175,7 @@ void TestScriptRunner::atRegressionAgainstModem()
     QVERIFY(modem.listen());
     SerialPortWidget panel;
     panel.applySettings(tcpClient(modem.port()));
-    auto *link = new ScriptPortLink(&panel);
+    auto *link = new ScriptPortLink(panel.session());
     // A TCP client connects in the background; like a sequence, a script needs it open.
     QVERIFY(panel.start(QString()));
     QTRY_VERIFY_WITH_TIMEOUT(panel.portIsOpen(), Timeout);
@@ -218,7 +218,7 @@ void TestScriptRunner::pingPongResponderAnswersClient()
     settings.connMode = ModeTcpServer;
     settings.targetPort = 0;
     panel.applySettings(settings);
-    auto *link = new ScriptPortLink(&panel);
+    auto *link = new ScriptPortLink(panel.session());
     Recorder recorder;
     recorder.attach(link->runner(), this);
     QString error;
@@ -274,7 +274,7 @@ void TestScriptRunner::modbusSlaveAnswersMaster()
     Settings settings;
     settings.name = pty.portA();
     panel.applySettings(settings);
-    auto *link = new ScriptPortLink(&panel);
+    auto *link = new ScriptPortLink(panel.session());
     QString error;
     int line = 0;
     QVERIFY2(link->startScript(sample(ModbusSlave), &error, &line), qPrintable(error));
@@ -341,7 +341,7 @@ void TestScriptRunner::tightSendLoopKeepsBacklogNearLimit()
     Settings settings;
     settings.name = pty.portA();
     panel.applySettings(settings);
-    auto *link = new ScriptPortLink(&panel);
+    auto *link = new ScriptPortLink(panel.session());
 
     // The peer reads at most 256 bytes every 5 ms, far slower than the loop sends.
     QSerialPort peer(pty.portB());
@@ -385,7 +385,7 @@ void TestScriptRunner::sequenceAndScriptExcludeEachOther()
     QVERIFY(silent.listen(QHostAddress::LocalHost, 0));
     SerialPortWidget panel;
     panel.applySettings(tcpClient(silent.serverPort()));
-    auto *link = new ScriptPortLink(&panel);
+    auto *link = new ScriptPortLink(panel.session());
     QVERIFY(panel.start(QString()));
     QTRY_VERIFY_WITH_TIMEOUT(panel.portIsOpen(), Timeout);
 
@@ -426,7 +426,7 @@ void TestScriptRunner::refusalsLeaveThePortAlone()
     Settings settings;
     settings.name = QStringLiteral("/dev/velmora-no-such-port");
     panel.applySettings(settings);
-    auto *link = new ScriptPortLink(&panel);
+    auto *link = new ScriptPortLink(panel.session());
     QSignalSpy started(link->runner(), &ScriptRunner::started);
 
     QString error;

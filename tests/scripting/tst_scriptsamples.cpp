@@ -1,8 +1,8 @@
 // The sample scripts shipped as resources, each against a fake device driven through
 // the engine's send and receive interface.
 
+#include "connection/messagecodec.h"
 #include "scriptharness.h"
-#include "session/messagecodec.h"
 
 #include <QFile>
 #include <QtTest>

@@ -5,8 +5,8 @@
 
 #include "scripting/luahighlighter.h"
 #include "scripting/scripteditor.h"
-#include "scripting/scriptportlink.h"
-#include "scripting/scriptwindow.h"
+#include "session/scriptportlink.h"
+#include "app/scriptwindow.h"
 #include "session/serialportwidget.h"
 
 #include <QAbstractButton>
@@ -31,7 +31,7 @@ struct Port
         settings.connMode = ModeTcpServer;
         settings.targetPort = 0;
         panel.applySettings(settings);
-        link = new ScriptPortLink(&panel);
+        link = new ScriptPortLink(panel.session());
     }
     SerialPortWidget panel;
     ScriptPortLink *link = nullptr;

@@ -1,4 +1,4 @@
-#include "session/messagecodec.h"
+#include "connection/messagecodec.h"
 
 #include <QtTest>
 

@@ -1,6 +1,6 @@
 #include "session/receivefindbar.h"
 #include "session/receiverenderer.h"
-#include "session/rxdata.h"
+#include "connection/rxdata.h"
 
 #include <QCheckBox>
 #include <QLineEdit>

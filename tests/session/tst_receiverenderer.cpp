@@ -1,6 +1,6 @@
-#include "app/appearance.h"
+#include "common/textcontrast.h"
+#include "connection/rxdata.h"
 #include "session/receiverenderer.h"
-#include "session/rxdata.h"
 
 #include <QPlainTextEdit>
 #include <QScrollBar>
@@ -169,7 +169,7 @@ void TestReceiveRenderer::colours()
     format.formatDisplayColor = false;
     renderer->render(record("plain"));
 
-    const QColor yellow = Appearance::readableTextColor(
+    const QColor yellow = TextContrast::readableTextColor(
         QColor(0xffff00), palette.color(QPalette::Base), palette.color(QPalette::Text));
     QVERIFY(yellow != QColor(0xffff00));
     QCOMPARE(colourAt(1).foreground().color(), yellow);

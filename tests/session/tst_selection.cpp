@@ -1,5 +1,5 @@
 #include "session/receiverenderer.h"
-#include "session/rxdata.h"
+#include "connection/rxdata.h"
 #include "session/selectionactions.h"
 #include "session/selectionsavedialog.h"
 

@@ -1,5 +1,5 @@
-#include "session/wiretextcodecregistry.h"
-#include "session/wiretextdecoder.h"
+#include "connection/wiretextcodecregistry.h"
+#include "connection/wiretextdecoder.h"
 
 #include <QtTest>
 

@@ -805,6 +805,101 @@
     </message>
 </context>
 <context>
+    <name>CliCommand</name>
+    <message>
+        <source>Usage: velmora-cli COMMAND [options]
+Runs Velmora&apos;s engines without a window.
+
+Commands:
+</source>
+        <translation>用法：velmora-cli 命令 [选项]
+在无窗口的情况下运行 Velmora 的引擎。
+
+命令：
+</translation>
+    </message>
+    <message>
+        <source>
+Connections: serial:/dev/ttyUSB0?baud=115200&amp;data=8&amp;parity=none&amp;stop=1&amp;flow=none,
+a bare device path, tcp://HOST:PORT, tcp-server://[ADDR]:PORT,
+udp://HOST:PORT[?local=N], udp-server://[ADDR]:PORT, or --project FILE.vlm --port N.
+
+Exit codes: 0 passed or done, 1 failed or stopped, 2 bad arguments or input,
+3 the connection could not be opened, 130 interrupted.
+&quot;velmora-cli COMMAND --help&quot; describes a command.
+</source>
+        <translation>
+连接：serial:/dev/ttyUSB0?baud=115200&amp;data=8&amp;parity=none&amp;stop=1&amp;flow=none，
+设备路径本身，tcp://HOST:PORT，tcp-server://[ADDR]:PORT，
+udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --port N。
+
+退出码：0 通过或完成，1 失败或被停止，2 参数或输入有误，
+3 无法打开连接，130 被中断。
+“velmora-cli 命令 --help”说明各命令。
+</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no command of velmora-cli; &quot;velmora-cli --help&quot; lists them.</source>
+        <translation>“%1”不是 velmora-cli 的命令；“velmora-cli --help”会列出所有命令。</translation>
+    </message>
+    <message>
+        <source>Shows this help.</source>
+        <translation>显示此帮助。</translation>
+    </message>
+    <message>
+        <source>A project file (.vlm): its port&apos;s settings, rules and libraries.</source>
+        <translation>项目文件（.vlm）：提供其端口的设置、规则和库。</translation>
+    </message>
+    <message>
+        <source>The project&apos;s port, numbered from 1 (default 1).</source>
+        <translation>项目中的端口，从 1 开始编号（默认 1）。</translation>
+    </message>
+    <message>
+        <source>This command needs --project FILE.</source>
+        <translation>此命令需要 --project FILE。</translation>
+    </message>
+    <message>
+        <source>--port names a port of a project: give --project FILE too.</source>
+        <translation>--port 指的是项目中的端口：请同时给出 --project FILE。</translation>
+    </message>
+    <message>
+        <source>Cannot read the project %1.</source>
+        <translation>无法读取项目 %1。</translation>
+    </message>
+    <message>
+        <source>%1 is not a Velmora project file.</source>
+        <translation>%1 不是 Velmora 项目文件。</translation>
+    </message>
+    <message>
+        <source>--port %1: the project has ports 1 to %2.</source>
+        <translation>--port %1：该项目的端口为 1 到 %2。</translation>
+    </message>
+    <message>
+        <source>Name the connection: a URL, or --project FILE --port N.</source>
+        <translation>请指定连接：URL，或 --project FILE --port N。</translation>
+    </message>
+    <message>
+        <source>Could not open %1.</source>
+        <translation>无法打开 %1。</translation>
+    </message>
+    <message>
+        <source>Could not open %1: %2</source>
+        <translation>无法打开 %1：%2</translation>
+    </message>
+    <message>
+        <source>no answer within %1 s</source>
+        <translation>%1 秒内无应答</translation>
+    </message>
+    <message>
+        <source>The serial port went away.</source>
+        <translation>串口已消失。</translation>
+    </message>
+    <message>
+        <source>The peer closed the connection.</source>
+        <translation>对端关闭了连接。</translation>
+    </message>
+</context>
+<context>
     <name>CloudSettingsPage</name>
     <message>
         <source>The base address of a velmora-cloud server, such as https://cloud.example.com or http://127.0.0.1:8750. Leave it empty to keep every cloud feature off.</source>
@@ -1467,6 +1562,57 @@
     </message>
 </context>
 <context>
+    <name>ConnectionUrl</name>
+    <message>
+        <source>No connection was given.</source>
+        <translation>未给出连接。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; needs // after the scheme, as in %2://HOST:PORT.</source>
+        <translation>“%1”的协议名后需要 //，例如 %2://HOST:PORT。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; names no port to listen on: use %2://[ADDR]:PORT with a port from 0 to 65535.</source>
+        <translation>“%1”未指定监听端口：请使用 %2://[ADDR]:PORT，端口为 0 到 65535。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; names no host and port: use %2://HOST:PORT with a port from 1 to 65535.</source>
+        <translation>“%1”未指定主机和端口：请使用 %2://HOST:PORT，端口为 1 到 65535。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a parameter of %2 connections.</source>
+        <translation>“%1”不是 %2 连接的参数。</translation>
+    </message>
+    <message>
+        <source>local=%1 is no port: use 0 to 65535.</source>
+        <translation>local=%1 不是端口：请使用 0 到 65535。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no connection: use serial:PATH, tcp://HOST:PORT, tcp-server://[ADDR]:PORT, udp://HOST:PORT or udp-server://[ADDR]:PORT.</source>
+        <translation>“%1”不是连接：请使用 serial:PATH、tcp://HOST:PORT、tcp-server://[ADDR]:PORT、udp://HOST:PORT 或 udp-server://[ADDR]:PORT。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; names no serial port.</source>
+        <translation>“%1”未指定串口。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a parameter of serial connections.</source>
+        <translation>“%1”不是串口连接的参数。</translation>
+    </message>
+    <message>
+        <source>baud=%1 is no baud rate.</source>
+        <translation>baud=%1 不是波特率。</translation>
+    </message>
+    <message>
+        <source>data=%1: data bits are 5 to 8.</source>
+        <translation>data=%1：数据位为 5 到 8。</translation>
+    </message>
+    <message>
+        <source>%1=%2: use one of %3.</source>
+        <translation>%1=%2：请使用以下之一：%3。</translation>
+    </message>
+</context>
+<context>
     <name>ControlLineLedRow</name>
     <message>
         <source>Click to switch RTS</source>
@@ -1505,6 +1651,104 @@
     </message>
 </context>
 <context>
+    <name>CrcCommand</name>
+    <message>
+        <source>Prints the checksum of bytes under one of the 53 script checksum names.</source>
+        <translation>按 53 种脚本校验名称之一计算字节的校验值。</translation>
+    </message>
+    <message>
+        <source>The checksum: %1.</source>
+        <translation>校验算法：%1。</translation>
+    </message>
+    <message>
+        <source>The bytes as hex pairs.</source>
+        <translation>以十六进制字节对给出的字节。</translation>
+    </message>
+    <message>
+        <source>The bytes as UTF-8 text.</source>
+        <translation>以 UTF-8 文本给出的字节。</translation>
+    </message>
+    <message>
+        <source>The bytes of a file.</source>
+        <translation>文件中的字节。</translation>
+    </message>
+    <message>
+        <source>Give exactly one of --hex, --text and --file.</source>
+        <translation>请只给出 --hex、--text 和 --file 中的一个。</translation>
+    </message>
+    <message>
+        <source>Cannot read %1: %2</source>
+        <translation>无法读取 %1：%2</translation>
+    </message>
+    <message>
+        <source>Name one checksum, e.g. &quot;velmora-cli crc crc16modbus --hex 0103&quot;.</source>
+        <translation>请指定一种校验，例如“velmora-cli crc crc16modbus --hex 0103”。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no checksum name; &quot;velmora-cli crc --help&quot; lists them.</source>
+        <translation>“%1”不是校验名称；“velmora-cli crc --help”会列出所有名称。</translation>
+    </message>
+</context>
+<context>
+    <name>DecodeCommand</name>
+    <message>
+        <source>Decodes Modbus or template frames from an events file or a live port.</source>
+        <translation>从事件文件或实时端口解码 Modbus 或模板帧。</translation>
+    </message>
+    <message>
+        <source>A live connection to decode.</source>
+        <translation>要解码的实时连接。</translation>
+    </message>
+    <message>
+        <source>Decodes Modbus: rtu, ascii or tcp.</source>
+        <translation>解码 Modbus：rtu、ascii 或 tcp。</translation>
+    </message>
+    <message>
+        <source>Decodes with a frame template of the --project library.</source>
+        <translation>使用 --project 库中的帧模板解码。</translation>
+    </message>
+    <message>
+        <source>An events file: lines of &quot;&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]&quot;.</source>
+        <translation>事件文件：每行为“&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]”。</translation>
+    </message>
+    <message>
+        <source>Writes the frames CSV to FILE.</source>
+        <translation>将帧 CSV 写入 FILE。</translation>
+    </message>
+    <message>
+        <source>Writes the fields CSV to FILE.</source>
+        <translation>将字段 CSV 写入 FILE。</translation>
+    </message>
+    <message>
+        <source>Give either --modbus rtu|ascii|tcp or --template NAME --project FILE.</source>
+        <translation>请给出 --modbus rtu|ascii|tcp 或 --template NAME --project FILE 之一。</translation>
+    </message>
+    <message>
+        <source>Give either --events FILE or a connection to decode.</source>
+        <translation>请给出 --events FILE 或要解码的连接之一。</translation>
+    </message>
+    <message>
+        <source>--modbus %1: use rtu, ascii or tcp.</source>
+        <translation>--modbus %1：请使用 rtu、ascii 或 tcp。</translation>
+    </message>
+    <message>
+        <source>--template names a template of a project: give --project FILE too.</source>
+        <translation>--template 指的是项目中的模板：请同时给出 --project FILE。</translation>
+    </message>
+    <message>
+        <source>Cannot read %1: %2</source>
+        <translation>无法读取 %1：%2</translation>
+    </message>
+    <message>
+        <source>%1: %2</source>
+        <translation>%1：%2</translation>
+    </message>
+    <message>
+        <source>Cannot write %1: %2</source>
+        <translation>无法写入 %1：%2</translation>
+    </message>
+</context>
+<context>
     <name>DecodeEvents</name>
     <message>
         <source>expected &quot;&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]&quot;</source>
@@ -1529,6 +1773,17 @@
     <message>
         <source>The events cannot be read: %1</source>
         <translation>无法读取事件：%1</translation>
+    </message>
+</context>
+<context>
+    <name>DurationOption</name>
+    <message>
+        <source>Ends after this many seconds (fractions allowed); default: until interrupted.</source>
+        <translation>在这么多秒后结束（可带小数）；默认：直到被中断。</translation>
+    </message>
+    <message>
+        <source>--duration %1: give seconds, 0 or more.</source>
+        <translation>--duration %1：请给出 0 或更大的秒数。</translation>
     </message>
 </context>
 <context>
@@ -3599,6 +3854,41 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>MonitorCommand</name>
+    <message>
+        <source>Prints what arrives; sends each line of standard input.</source>
+        <translation>打印收到的数据；发送标准输入的每一行。</translation>
+    </message>
+    <message>
+        <source>The connection.</source>
+        <translation>连接。</translation>
+    </message>
+    <message>
+        <source>Prints hex pairs instead of text.</source>
+        <translation>以十六进制字节对代替文本打印。</translation>
+    </message>
+    <message>
+        <source>Stamps each read with its time.</source>
+        <translation>为每次读取加上时间戳。</translation>
+    </message>
+    <message>
+        <source>Also appends the output to FILE.</source>
+        <translation>同时将输出追加到 FILE。</translation>
+    </message>
+    <message>
+        <source>One JSON object per event.</source>
+        <translation>每个事件一个 JSON 对象。</translation>
+    </message>
+    <message>
+        <source>Cannot write %1: %2</source>
+        <translation>无法写入 %1：%2</translation>
+    </message>
+    <message>
+        <source>%1 did not take the line.</source>
+        <translation>%1 未接受该行。</translation>
+    </message>
+</context>
+<context>
     <name>MultiClientServer</name>
     <message>
         <source>not on the address allowlist</source>
@@ -3994,6 +4284,84 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>PortSession</name>
+    <message>
+        <source>No TCP client is connected yet.</source>
+        <translation>尚无 TCP 客户端连接。</translation>
+    </message>
+    <message>
+        <source>A file transfer is running.</source>
+        <translation>正在进行文件传输。</translation>
+    </message>
+    <message>
+        <source>A file transfer is using this port. Sending data now would corrupt it.</source>
+        <translation>文件传输正在使用此端口，此时发送数据会破坏传输。</translation>
+    </message>
+    <message>
+        <source>A file transfer is using this port. Changing the port settings would interrupt it.</source>
+        <translation>文件传输正在使用此端口，更改端口设置会中断传输。</translation>
+    </message>
+    <message>
+        <source>A file transfer is using this port. Changing the control lines would interrupt it.</source>
+        <translation>文件传输正在使用此端口，更改控制线会中断传输。</translation>
+    </message>
+    <message>
+        <source>Reconnecting to %1:%2 ...</source>
+        <translation>正在重连 %1:%2 ...</translation>
+    </message>
+    <message>
+        <source>TCP connection RESTORED</source>
+        <translation>TCP 连接已恢复</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 RECONNECTED</source>
+        <translation>串口 %1 已重连</translation>
+    </message>
+    <message>
+        <source>Choose a serial port or type its path.</source>
+        <translation>请选择串口或输入其路径。</translation>
+    </message>
+    <message>
+        <source>Enter the host to connect to.</source>
+        <translation>请输入要连接的主机。</translation>
+    </message>
+    <message>
+        <source>Port %1 cannot be connected to: use 1 to 65535.</source>
+        <translation>无法连接端口 %1：请使用 1 到 65535 之间的端口号。</translation>
+    </message>
+    <message>
+        <source>Live Relay needs the cloud client, which this build does not include yet.</source>
+        <translation>Live Relay 需要云客户端，此版本尚未包含。</translation>
+    </message>
+    <message>
+        <source>Port %1 cannot be listened on: use 0 to 65535.</source>
+        <translation>无法监听端口 %1：请使用 0 到 65535 之间的端口号。</translation>
+    </message>
+    <message>
+        <source>This connection type is not supported. Choose another one.</source>
+        <translation>不支持此连接类型，请选择其他类型。</translation>
+    </message>
+    <message>
+        <source>The port is not open.</source>
+        <translation>端口未打开。</translation>
+    </message>
+</context>
+<context>
+    <name>PortsCommand</name>
+    <message>
+        <source>Lists the serial ports, with description and USB VID:PID where known.</source>
+        <translation>列出串口，并在已知时给出描述和 USB VID:PID。</translation>
+    </message>
+    <message>
+        <source>One JSON object per port.</source>
+        <translation>每个端口一个 JSON 对象。</translation>
+    </message>
+    <message>
+        <source>No serial port was found.</source>
+        <translation>未找到串口。</translation>
+    </message>
+</context>
+<context>
     <name>PrivacyConsentDialog</name>
     <message>
         <source>Privacy and Online Features</source>
@@ -4110,6 +4478,128 @@ Reopen it now?</source>
     <message>
         <source>The remote port is now at %1 baud.</source>
         <translation>远程端口现在的波特率为 %1。</translation>
+    </message>
+</context>
+<context>
+    <name>RunScriptCommand</name>
+    <message>
+        <source>Runs a Lua script on the port; exit 0 when it passes.</source>
+        <translation>在端口上运行 Lua 脚本；通过时退出码为 0。</translation>
+    </message>
+    <message>
+        <source>The connection (leave out with --project and --port).</source>
+        <translation>连接（使用 --project 和 --port 时省略）。</translation>
+    </message>
+    <message>
+        <source>The script file.</source>
+        <translation>脚本文件。</translation>
+    </message>
+    <message>
+        <source>A script of the project&apos;s library, by name.</source>
+        <translation>项目库中的脚本，按名称指定。</translation>
+    </message>
+    <message>
+        <source>Writes a JUnit XML report to FILE.</source>
+        <translation>将 JUnit XML 报告写入 FILE。</translation>
+    </message>
+    <message>
+        <source>Stops the script after SEC seconds.</source>
+        <translation>SEC 秒后停止脚本。</translation>
+    </message>
+    <message>
+        <source>One JSON object per event.</source>
+        <translation>每个事件一个 JSON 对象。</translation>
+    </message>
+    <message>
+        <source>Give the connection and either a script file or --script NAME.</source>
+        <translation>请给出连接，以及脚本文件或 --script NAME 之一。</translation>
+    </message>
+    <message>
+        <source>--timeout %1: give seconds, more than 0.</source>
+        <translation>--timeout %1：请给出大于 0 的秒数。</translation>
+    </message>
+    <message>
+        <source>The project has no script called &quot;%1&quot;.</source>
+        <translation>项目中没有名为“%1”的脚本。</translation>
+    </message>
+    <message>
+        <source>%1, line %2: %3</source>
+        <translation>%1，第 %2 行：%3</translation>
+    </message>
+    <message>
+        <source>%1: %2</source>
+        <translation>%1：%2</translation>
+    </message>
+    <message>
+        <source>there is no command of that name in the command library</source>
+        <translation>命令库中没有这个名称的命令</translation>
+    </message>
+    <message>
+        <source>timed out after %1 s</source>
+        <translation>%1 秒后超时</translation>
+    </message>
+    <message>
+        <source>%1 did not start: %2</source>
+        <translation>%1 未启动：%2</translation>
+    </message>
+    <message>
+        <source>%1 (line %2)</source>
+        <translation>%1（第 %2 行）</translation>
+    </message>
+    <message>
+        <source>Cannot write %1: %2</source>
+        <translation>无法写入 %1：%2</translation>
+    </message>
+</context>
+<context>
+    <name>RunSequenceCommand</name>
+    <message>
+        <source>Runs a sequence of a project&apos;s command library; exit 0 when it passes.</source>
+        <translation>运行项目命令库中的序列；通过时退出码为 0。</translation>
+    </message>
+    <message>
+        <source>The connection (leave out to use the project&apos;s port).</source>
+        <translation>连接（省略则使用项目的端口）。</translation>
+    </message>
+    <message>
+        <source>The sequence, by name.</source>
+        <translation>序列，按名称指定。</translation>
+    </message>
+    <message>
+        <source>Writes a JUnit XML report to FILE.</source>
+        <translation>将 JUnit XML 报告写入 FILE。</translation>
+    </message>
+    <message>
+        <source>Writes the sequence report to FILE (.json or .txt).</source>
+        <translation>将序列报告写入 FILE（.json 或 .txt）。</translation>
+    </message>
+    <message>
+        <source>One JSON object per event.</source>
+        <translation>每个事件一个 JSON 对象。</translation>
+    </message>
+    <message>
+        <source>Give one connection.</source>
+        <translation>请只给出一个连接。</translation>
+    </message>
+    <message>
+        <source>Name the sequence with --sequence NAME.</source>
+        <translation>请用 --sequence NAME 指定序列。</translation>
+    </message>
+    <message>
+        <source>The project has no sequences.</source>
+        <translation>项目中没有序列。</translation>
+    </message>
+    <message>
+        <source>The project has no sequence called &quot;%1&quot;; it has: %2.</source>
+        <translation>项目中没有名为“%1”的序列；现有序列：%2。</translation>
+    </message>
+    <message>
+        <source>%1 did not start: %2</source>
+        <translation>%1 未启动：%2</translation>
+    </message>
+    <message>
+        <source>Cannot write %1: %2</source>
+        <translation>无法写入 %1：%2</translation>
     </message>
 </context>
 <context>
@@ -4965,6 +5455,76 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>SendCommand</name>
+    <message>
+        <source>Sends text, hex or a file through the send path and prints the answer.</source>
+        <translation>通过发送路径发送文本、十六进制或文件，并打印应答。</translation>
+    </message>
+    <message>
+        <source>The connection.</source>
+        <translation>连接。</translation>
+    </message>
+    <message>
+        <source>Text to send.</source>
+        <translation>要发送的文本。</translation>
+    </message>
+    <message>
+        <source>Hex pairs to send.</source>
+        <translation>要发送的十六进制字节对。</translation>
+    </message>
+    <message>
+        <source>A file to send as it is.</source>
+        <translation>按原样发送的文件。</translation>
+    </message>
+    <message>
+        <source>How long to print what comes back (default 500).</source>
+        <translation>打印回传数据的时长（默认 500）。</translation>
+    </message>
+    <message>
+        <source>Give exactly one of --text, --hex and --file.</source>
+        <translation>请只给出 --text、--hex 和 --file 中的一个。</translation>
+    </message>
+    <message>
+        <source>--wait-ms %1: give milliseconds, 0 or more.</source>
+        <translation>--wait-ms %1：请给出 0 或更大的毫秒数。</translation>
+    </message>
+    <message>
+        <source>Cannot read %1: %2</source>
+        <translation>无法读取 %1：%2</translation>
+    </message>
+    <message>
+        <source>There is nothing to send.</source>
+        <translation>没有要发送的内容。</translation>
+    </message>
+    <message>
+        <source>%1 did not take the data%2</source>
+        <translation>%1 未接受数据%2</translation>
+    </message>
+</context>
+<context>
+    <name>SendOptions</name>
+    <message>
+        <source>The line ending appended: none, cr, lf, crlf.</source>
+        <translation>追加的行尾：none、cr、lf、crlf。</translation>
+    </message>
+    <message>
+        <source>Text escapes \r, \n, \t, \\ and \xHH become bytes.</source>
+        <translation>文本转义 \r、\n、\t、\\ 和 \xHH 会变成字节。</translation>
+    </message>
+    <message>
+        <source>A checksum appended: none, sum8, xor8, crc8, crc16modbus, crc32.</source>
+        <translation>追加的校验：none、sum8、xor8、crc8、crc16modbus、crc32。</translation>
+    </message>
+    <message>
+        <source>--eol %1: use none, cr, lf or crlf.</source>
+        <translation>--eol %1：请使用 none、cr、lf 或 crlf。</translation>
+    </message>
+    <message>
+        <source>--checksum %1: use none, sum8, xor8, crc8, crc16modbus or crc32.</source>
+        <translation>--checksum %1：请使用 none、sum8、xor8、crc8、crc16modbus 或 crc32。</translation>
+    </message>
+</context>
+<context>
     <name>SequenceBar</name>
     <message>
         <source>%1 s</source>
@@ -5327,36 +5887,12 @@ Reopen it now?</source>
 <context>
     <name>SerialPortWidget</name>
     <message>
-        <source>Enter the host to connect to.</source>
-        <translation>请输入要连接的主机。</translation>
-    </message>
-    <message>
-        <source>Port %1 cannot be connected to: use 1 to 65535.</source>
-        <translation>无法连接端口 %1：请使用 1 到 65535 之间的端口号。</translation>
-    </message>
-    <message>
-        <source>Port %1 cannot be listened on: use 0 to 65535.</source>
-        <translation>无法监听端口 %1：请使用 0 到 65535 之间的端口号。</translation>
-    </message>
-    <message>
-        <source>This connection type is not supported. Choose another one.</source>
-        <translation>不支持此连接类型，请选择其他类型。</translation>
-    </message>
-    <message>
         <source>Opened %1</source>
         <translation>已打开 %1</translation>
     </message>
     <message>
         <source>Opened %1 (%2)</source>
         <translation>已打开 %1 (%2)</translation>
-    </message>
-    <message>
-        <source>Choose a serial port or type its path.</source>
-        <translation>请选择串口或输入其路径。</translation>
-    </message>
-    <message>
-        <source>Live Relay needs the cloud client, which this build does not include yet.</source>
-        <translation>Live Relay 需要云客户端，此版本尚未包含。</translation>
     </message>
     <message>
         <source>Closed %1</source>
@@ -5395,20 +5931,8 @@ Reopen it now?</source>
         <translation>Live Relay 已结束：%1</translation>
     </message>
     <message>
-        <source>Reconnecting to %1:%2 ...</source>
-        <translation>正在重连 %1:%2 ...</translation>
-    </message>
-    <message>
-        <source>TCP connection RESTORED</source>
-        <translation>TCP 连接已恢复</translation>
-    </message>
-    <message>
         <source>Reconnected %1</source>
         <translation>已重连 %1</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 RECONNECTED</source>
-        <translation>串口 %1 已重连</translation>
     </message>
     <message>
         <source>Break on a remote serial port needs RFC 2217 com-port control, which this build does not include yet.</source>
@@ -5427,28 +5951,8 @@ Reopen it now?</source>
         <translation>控制线属于串口，而此连接没有串口。</translation>
     </message>
     <message>
-        <source>No TCP client is connected yet.</source>
-        <translation>尚无 TCP 客户端连接。</translation>
-    </message>
-    <message>
         <source>The port is not open.</source>
         <translation>端口未打开。</translation>
-    </message>
-    <message>
-        <source>A file transfer is running.</source>
-        <translation>正在进行文件传输。</translation>
-    </message>
-    <message>
-        <source>A file transfer is using this port. Sending data now would corrupt it.</source>
-        <translation>文件传输正在使用此端口，此时发送数据会破坏传输。</translation>
-    </message>
-    <message>
-        <source>A file transfer is using this port. Changing the port settings would interrupt it.</source>
-        <translation>文件传输正在使用此端口，更改端口设置会中断传输。</translation>
-    </message>
-    <message>
-        <source>A file transfer is using this port. Changing the control lines would interrupt it.</source>
-        <translation>文件传输正在使用此端口，更改控制线会中断传输。</translation>
     </message>
     <message>
         <source>Serial Port %1 DISCONNECTED</source>
@@ -6562,6 +7066,57 @@ Reopen it now?</source>
     <message>
         <source>Display Font</source>
         <translation>显示字体</translation>
+    </message>
+</context>
+<context>
+    <name>SimulateCommand</name>
+    <message>
+        <source>Answers like a device with auto reply rules until stopped.</source>
+        <translation>用自动应答规则像设备一样应答，直到停止。</translation>
+    </message>
+    <message>
+        <source>The connection (leave out to use the project&apos;s port).</source>
+        <translation>连接（省略则使用项目的端口）。</translation>
+    </message>
+    <message>
+        <source>A text rule: what arrives = what to answer, with \r, \n and \xHH escapes. May repeat.</source>
+        <translation>文本规则：收到的内容=要应答的内容，可用 \r、\n 和 \xHH 转义。可重复。</translation>
+    </message>
+    <message>
+        <source>One JSON object per event.</source>
+        <translation>每个事件一个 JSON 对象。</translation>
+    </message>
+    <message>
+        <source>Give either --project FILE (with --port N) or --reply rules.</source>
+        <translation>请给出 --project FILE（可带 --port N）或 --reply 规则之一。</translation>
+    </message>
+    <message>
+        <source>--reply %1: write PATTERN=REPLY.</source>
+        <translation>--reply %1：请写成 PATTERN=REPLY。</translation>
+    </message>
+    <message>
+        <source>There is no enabled auto reply rule to simulate with.</source>
+        <translation>没有可用于模拟的已启用自动应答规则。</translation>
+    </message>
+    <message>
+        <source>rule %1</source>
+        <translation>规则 %1</translation>
+    </message>
+    <message numerus="yes">
+        <source>%1: %n byte(s) sent</source>
+        <translation>
+            <numerusform>%1：已发送 %n 字节</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%1: %n byte(s) sent to %2</source>
+        <translation>
+            <numerusform>%1：已发送 %n 字节到 %2</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1: matched, no reply (%2)</source>
+        <translation>%1：已匹配，未应答（%2）</translation>
     </message>
 </context>
 <context>

@@ -1,0 +1,54 @@
+#pragma once
+
+// The connection of a command: a URL, or a port of a project (--project FILE --port N),
+// which also brings that port's format, auto reply rules and the project's command and
+// script libraries. Opens a PortSession on it and waits until a TCP client is connected,
+// so that a command starts on a working connection or ends with exit code 3.
+
+#include "automation/autoreplyengine.h"
+#include "automation/commandlibrary.h"
+#include "scripting/scriptlibrary.h"
+
+#include <QCommandLineOption>
+#include <QObject>
+
+class CliOutput;
+class PortSession;
+class QCommandLineParser;
+
+class PortOpener : public QObject
+{
+    Q_OBJECT
+public:
+    explicit PortOpener(QObject *parent = nullptr);
+    ~PortOpener() override;
+
+    // Adds --project and --port.
+    static void addOptions(QCommandLineParser &parser);
+
+    // Reads the project (when given) and the URL (when given; it overrides the project
+    // port's connection). `projectRequired` refuses a run without --project. Returns a
+    // CliCommand::ExitCode: ExitOk or ExitUsage after a sentence on `out`.
+    int prepare(const QCommandLineParser &parser, const QString &url, bool projectRequired,
+                CliOutput &out);
+    // Opens the session: ExitOk, ExitConnection with the transport's reason, or
+    // ExitInterrupted.
+    int open(CliOutput &out);
+
+    PortSession *session() const { return portSession; }
+    const AutoReplyConfig &autoReply() const { return rules; }
+    const CommandLibrary &commands() const { return library; }
+    const ScriptLibrary &scripts() const { return scriptLibrary; }
+    bool hasProject() const { return !projectPath.isEmpty(); }
+
+signals:
+    // The open connection went away (device lost, peer closed); `reason` says which.
+    void lost(const QString &reason);
+
+private:
+    PortSession *portSession = nullptr;
+    QString projectPath;
+    AutoReplyConfig rules;
+    CommandLibrary library;
+    ScriptLibrary scriptLibrary;
+};

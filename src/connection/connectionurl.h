@@ -1,0 +1,24 @@
+#pragma once
+
+// Connections written as one line, the way the command line names them:
+//   serial:/dev/ttyUSB0?baud=115200&data=8&parity=none&stop=1&flow=none
+//   /dev/ttyUSB0 (a bare path: a serial port with the record's defaults)
+//   tcp://HOST:PORT, tcp-server://[ADDR]:PORT,
+//   udp://HOST:PORT[?local=N], udp-server://[ADDR]:PORT
+// Any parameter may be left out; the record's defaults fill in.
+
+#include "connection/settings.h"
+
+#include <QCoreApplication>
+#include <QString>
+
+class ConnectionUrl
+{
+    Q_DECLARE_TR_FUNCTIONS(ConnectionUrl)
+
+public:
+    // Fills `settings` (starting from `base`) from `text`; false with a sentence in
+    // `error` when the text names no connection or a value is out of range.
+    static bool parse(const QString &text, const Settings &base, Settings *settings,
+                      QString *error);
+};

@@ -1,0 +1,83 @@
+#!/usr/bin/python3
+"""Peers for the velmora-cli tests, run with Debian's /usr/bin/python3.
+
+  tcp-echo              listens on a free port (printed first), echoes every byte
+  tcp-say TEXT          listens on a free port (printed first), sends TEXT to the first
+                        client, then prints what the client sends as hex until it closes
+  serial-talk DEV HEX N writes HEX to the serial device DEV and prints as hex what comes
+                        back, until N bytes came or 10 s passed
+  serial-read DEV N     prints as hex the first N bytes that arrive on DEV (10 s at most)
+"""
+import socket
+import sys
+import time
+
+import serial
+
+
+def listen():
+    server = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+    server.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+    server.bind(("127.0.0.1", 0))
+    server.listen(4)
+    print(server.getsockname()[1], flush=True)
+    return server
+
+
+def tcp_echo():
+    server = listen()
+    while True:
+        client, _ = server.accept()
+        while True:
+            data = client.recv(65536)
+            if not data:
+                break
+            client.sendall(data)
+        client.close()
+
+
+def tcp_say(text):
+    server = listen()
+    client, _ = server.accept()
+    client.sendall(text.encode())
+    received = b""
+    while True:
+        data = client.recv(65536)
+        if not data:
+            break
+        received += data
+    print(received.hex(), flush=True)
+
+
+def read_serial(port, count):
+    received = b""
+    deadline = time.monotonic() + 10
+    while len(received) < count and time.monotonic() < deadline:
+        received += port.read(count - len(received))
+    return received
+
+
+def serial_talk(device, hex_bytes, count):
+    with serial.Serial(device, 115200, timeout=0.1) as port:
+        port.write(bytes.fromhex(hex_bytes))
+        print(read_serial(port, count).hex(), flush=True)
+
+
+def serial_read(device, count):
+    with serial.Serial(device, 115200, timeout=0.1) as port:
+        print("ready", flush=True)
+        print(read_serial(port, count).hex(), flush=True)
+
+
+if __name__ == "__main__":
+    mode = sys.argv[1]
+    if mode == "tcp-echo":
+        tcp_echo()
+    elif mode == "tcp-say":
+        tcp_say(sys.argv[2])
+    elif mode == "serial-talk":
+        serial_talk(sys.argv[2], sys.argv[3], int(sys.argv[4]))
+    elif mode == "serial-read":
+        serial_read(sys.argv[2], int(sys.argv[3]))
+    else:
+        sys.exit("unknown mode " + mode)

@@ -1,0 +1,506 @@
+// velmora-cli as a user runs it: the program itself, against real peers (socat pty
+// pairs, Python peers on loopback with pyserial), checked by exit code, output and the
+// bytes on the wire.
+
+#include "../decode/templates.h"
+#include "app/projectcodec.h"
+#include "automation/autoreplycodec.h"
+#include "automation/commandlibrarycodec.h"
+#include "decode/frametemplatecodec.h"
+#include "support/testsupport.h"
+
+#include <QProcess>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <csignal>
+
+namespace {
+const QString Python = QStringLiteral("/usr/bin/python3");
+
+// The program as the build leaves it, beside the test programs' folder.
+QString cliPath()
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/../src/cli/velmora-cli");
+}
+
+struct Result
+{
+    int code = -1;
+    QString out;
+    QString err;
+};
+} // namespace
+
+class TestCli : public QObject
+{
+    Q_OBJECT
+
+private:
+    QString peerScript() const { return QFINDTESTDATA("cli_peer.py"); }
+    // Runs velmora-cli to its end.
+    Result cli(const QStringList &args, const QByteArray &input = {});
+    // Starts velmora-cli; the caller waits for it.
+    std::unique_ptr<QProcess> startCli(const QStringList &args);
+    // Starts a Python peer; for the listening modes returns its port in `port`.
+    std::unique_ptr<QProcess> startPeer(const QStringList &args, quint16 *port = nullptr);
+    // A project with one port on `url`'s connection, a sequence library and rules.
+    QString writeProject(const QString &name);
+
+    QTemporaryDir dir;
+
+private slots:
+    void initTestCase();
+    void linksNeitherGuiNorWidgets();
+    void refusesWithExitCodeAndReason_data();
+    void refusesWithExitCodeAndReason();
+    void everyCommandHasHelp();
+    void crcPrintsHexAndDecimal_data();
+    void crcPrintsHexAndDecimal();
+    void sendTakesTheSendPath_data();
+    void sendTakesTheSendPath();
+    void monitorPrintsAndSendsStandardInput();
+    void runScriptExitCodesAndJUnit_data();
+    void runScriptExitCodesAndJUnit();
+    void interruptRunsOnStopAndWritesReport();
+    void runSequenceAgainstEchoPeer_data();
+    void runSequenceAgainstEchoPeer();
+    void simulateAnswersPeerOnPty();
+    void decodeEventsFile_data();
+    void decodeEventsFile();
+};
+
+Result TestCli::cli(const QStringList &args, const QByteArray &input)
+{
+    QProcess process;
+    process.start(cliPath(), args);
+    if (!process.waitForStarted()) {
+        return {};
+    }
+    if (!input.isEmpty()) {
+        process.write(input);
+    }
+    process.closeWriteChannel();
+    process.waitForFinished(60000);
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+std::unique_ptr<QProcess> TestCli::startCli(const QStringList &args)
+{
+    auto process = std::make_unique<QProcess>();
+    process->start(cliPath(), args);
+    process->waitForStarted();
+    return process;
+}
+
+std::unique_ptr<QProcess> TestCli::startPeer(const QStringList &args, quint16 *port)
+{
+    auto process = std::make_unique<QProcess>();
+    process->start(Python, QStringList{peerScript()} + args);
+    if (port) {
+        *port = 0;
+        if (process->waitForReadyRead(10000)) {
+            *port = quint16(process->readLine().trimmed().toUInt());
+        }
+    }
+    return process;
+}
+
+QString TestCli::writeProject(const QString &name)
+{
+    const QString path = dir.filePath(name);
+    QSettings file(path, QSettings::IniFormat);
+    ProjectRecord project;
+    project.ports[0].settings.connMode = ModeTcpClient;
+    ProjectCodec::save(file, project);
+
+    // "ping" answered by an echo passes; "pong" never comes and fails after 300 ms.
+    CommandLibrary library;
+    for (const QString &expected : {QStringLiteral("ping"), QStringLiteral("pong")}) {
+        Sequence sequence;
+        sequence.name = expected == QLatin1String("ping") ? QStringLiteral("Echo")
+                                                          : QStringLiteral("Silent");
+        SequenceStep send;
+        send.command.text = QStringLiteral("ping");
+        SequenceStep expect;
+        expect.kind = SequenceStepKind::Expect;
+        expect.pattern = expected;
+        expect.ms = 300;
+        sequence.steps = {send, expect, send, expect};
+        library.sequences.append(sequence);
+    }
+    CommandLibraryCodec::save(file, ProjectCodec::commandLibraryGroup() + QLatin1Char('/'), library);
+    FrameTemplateCodec::save(file, FrameTemplateCodec::projectPrefix(), {templates::sensor()});
+    file.sync();
+    return path;
+}
+
+void TestCli::initTestCase()
+{
+    QVERIFY(dir.isValid());
+    QVERIFY(QFileInfo::exists(cliPath()));
+    QProcess probe;
+    probe.start(Python, {QStringLiteral("-c"), QStringLiteral("import serial")});
+    if (!probe.waitForFinished(20000) || probe.exitCode() != 0) {
+        QSKIP("Debian's python3-serial is needed for the peers");
+    }
+}
+
+void TestCli::linksNeitherGuiNorWidgets()
+{
+    QProcess ldd;
+    ldd.start(QStringLiteral("ldd"), {cliPath()});
+    QVERIFY(ldd.waitForFinished(20000));
+    const QString libraries = QString::fromUtf8(ldd.readAllStandardOutput());
+    QVERIFY(libraries.contains(QLatin1String("libQt6Core")));
+    QVERIFY2(!libraries.contains(QLatin1String("libQt6Gui")), qPrintable(libraries));
+    QVERIFY2(!libraries.contains(QLatin1String("libQt6Widgets")), qPrintable(libraries));
+}
+
+void TestCli::refusesWithExitCodeAndReason_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("reason");
+    const QString closed = QStringLiteral("127.0.0.1:%1").arg(testsupport::closedTcpPort());
+    const QString missing = dir.filePath(QStringLiteral("no-such-tty"));
+    const auto row = [](const char *name, const QStringList &args, int code, const QString &why) {
+        QTest::newRow(name) << args << code << why;
+    };
+    row("no command", {}, 2, QString());
+    row("unknown command", {QStringLiteral("fly")}, 2, QStringLiteral("\"fly\""));
+    row("unknown option", {QStringLiteral("send"), QStringLiteral("--loud")}, 2,
+        QStringLiteral("loud"));
+    row("bad url", {QStringLiteral("send"), QStringLiteral("bogus://x"), QStringLiteral("--text"),
+                    QStringLiteral("a")},
+        2, QStringLiteral("bogus://x"));
+    row("bad baud", {QStringLiteral("send"), QStringLiteral("serial:/dev/null?baud=fast"),
+                     QStringLiteral("--text"), QStringLiteral("a")},
+        2, QStringLiteral("baud=fast"));
+    row("bad hex is refused before opening",
+        {QStringLiteral("send"), QStringLiteral("tcp://") + closed, QStringLiteral("--hex"),
+         QStringLiteral("0G")},
+        2, QStringLiteral("G"));
+    row("closed tcp port", {QStringLiteral("send"), QStringLiteral("tcp://") + closed,
+                            QStringLiteral("--text"), QStringLiteral("a")},
+        3, closed);
+    row("missing serial device", {QStringLiteral("monitor"), QStringLiteral("serial:") + missing},
+        3, missing);
+    row("crc unknown name", {QStringLiteral("crc"), QStringLiteral("crc99"), QStringLiteral("--hex"),
+                             QStringLiteral("00")},
+        2, QStringLiteral("crc99"));
+    row("sequence needs a project", {QStringLiteral("run-sequence"), QStringLiteral("tcp://") + closed,
+                                     QStringLiteral("--sequence"), QStringLiteral("Echo")},
+        2, QStringLiteral("--project"));
+    row("script syntax error names the line",
+        {QStringLiteral("run-script"), QStringLiteral("tcp://") + closed,
+         QFINDTESTDATA("broken.lua")},
+        2, QStringLiteral("line 2"));
+}
+
+void TestCli::refusesWithExitCodeAndReason()
+{
+    QFETCH(QStringList, args);
+    QFETCH(int, code);
+    QFETCH(QString, reason);
+    const Result result = cli(args);
+    QCOMPARE(result.code, code);
+    QVERIFY2(result.err.contains(reason), qPrintable(result.err));
+}
+
+void TestCli::everyCommandHasHelp()
+{
+    for (const char *command : {"ports", "monitor", "send", "run-script", "run-sequence",
+                                "simulate", "decode", "crc"}) {
+        const Result result = cli({QLatin1String(command), QStringLiteral("--help")});
+        QCOMPARE(result.code, 0);
+        QVERIFY2(result.out.startsWith(QStringLiteral("Usage: velmora-cli %1").arg(command)),
+                 qPrintable(result.out));
+    }
+}
+
+void TestCli::crcPrintsHexAndDecimal_data()
+{
+    QTest::addColumn<QStringList>("input");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("printed");
+    // The check values of "123456789", as the algorithms' catalogues publish them.
+    const QStringList check = {QStringLiteral("--text"), QStringLiteral("123456789")};
+    QTest::newRow("crc16modbus") << check << "crc16modbus" << "0x4B37 19255";
+    QTest::newRow("crc32 upper case name") << check << "CRC32" << "0xCBF43926 3421780262";
+    QTest::newRow("crc5usb keeps its width") << check << "crc5usb" << "0x19 25";
+    QTest::newRow("hex input") << QStringList{QStringLiteral("--hex"), QStringLiteral("01 02")}
+                               << "sum8" << "0x03 3";
+}
+
+void TestCli::crcPrintsHexAndDecimal()
+{
+    QFETCH(QStringList, input);
+    QFETCH(QString, name);
+    QFETCH(QString, printed);
+    const Result result = cli(QStringList{QStringLiteral("crc"), name} + input);
+    QCOMPARE(result.code, 0);
+    QCOMPARE(result.out.trimmed(), printed);
+}
+
+void TestCli::sendTakesTheSendPath_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("wireHex");
+    QTest::addColumn<QString>("printed");
+    QTest::newRow("hex with the Modbus CRC")
+        << QStringList{QStringLiteral("--hex"), QStringLiteral("01 03 00 00 00 01"),
+                       QStringLiteral("--checksum"), QStringLiteral("crc16modbus")}
+        << "010300000001840a" << "01 03 00 00 00 01 84 0A\n";
+    QTest::newRow("text with escapes and CR LF")
+        << QStringList{QStringLiteral("--text"), QStringLiteral("A\\x42"), QStringLiteral("--escapes"),
+                       QStringLiteral("--eol"), QStringLiteral("crlf")}
+        << "41420d0a" << "AB\r\n";
+    QTest::newRow("text without escapes keeps the backslash")
+        << QStringList{QStringLiteral("--text"), QStringLiteral("A\\n")} << "415c6e" << "A\\n";
+}
+
+void TestCli::sendTakesTheSendPath()
+{
+    QFETCH(QStringList, args);
+    QFETCH(QString, wireHex);
+    QFETCH(QString, printed);
+    wireHex.remove(QLatin1Char(' '));
+
+    // Over a pty the peer on the other end sees exactly the window's bytes.
+    testsupport::PtyPair pty;
+    QString why;
+    if (!pty.start(&why)) {
+        QSKIP(qPrintable(why));
+    }
+    auto reader = startPeer({QStringLiteral("serial-read"), pty.portB(),
+                             QString::number(wireHex.size() / 2)});
+    QVERIFY(reader->waitForReadyRead(10000)); // "ready"
+    Result result = cli(QStringList{QStringLiteral("send"), QStringLiteral("serial:") + pty.portA(),
+                                    QStringLiteral("--wait-ms"), QStringLiteral("0")} +
+                        args);
+    QCOMPARE(result.code, 0);
+    QVERIFY(reader->waitForFinished(15000));
+    QCOMPARE(QString::fromLatin1(reader->readAll()).split(QLatin1Char('\n')).value(1), wireHex);
+
+    // An echo peer answers; the answer is printed as the input was written.
+    quint16 port = 0;
+    auto echo = startPeer({QStringLiteral("tcp-echo")}, &port);
+    QVERIFY(port != 0);
+    result = cli(QStringList{QStringLiteral("send"), QStringLiteral("tcp://127.0.0.1:%1").arg(port),
+                             QStringLiteral("--wait-ms"), QStringLiteral("1500")} +
+                 args);
+    echo->kill();
+    echo->waitForFinished();
+    QCOMPARE(result.code, 0);
+    QCOMPARE(result.out, printed);
+}
+
+void TestCli::monitorPrintsAndSendsStandardInput()
+{
+    quint16 port = 0;
+    auto peer = startPeer({QStringLiteral("tcp-say"), QStringLiteral("hello device\n")}, &port);
+    QVERIFY(port != 0);
+    const Result result = cli({QStringLiteral("monitor"), QStringLiteral("tcp://127.0.0.1:%1").arg(port),
+                               QStringLiteral("--duration"), QStringLiteral("1.5"),
+                               QStringLiteral("--eol"), QStringLiteral("crlf")},
+                              "AT\nATI\n");
+    QCOMPARE(result.code, 0);
+    QCOMPARE(result.out, QStringLiteral("hello device\n"));
+    QVERIFY(peer->waitForFinished(10000));
+    QCOMPARE(peer->readAll().trimmed(), QByteArray("41540d0a4154490d0a")); // "AT\r\nATI\r\n"
+}
+
+void TestCli::runScriptExitCodesAndJUnit_data()
+{
+    QTest::addColumn<QString>("source");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<int>("failures");
+    QTest::addColumn<QString>("printed");
+    QTest::newRow("passes") << "sendLine('ping')\nexpect('ping', 3000)\nprint('got it')\n" << 0
+                            << 0 << "got it";
+    QTest::newRow("fails with its reason and line")
+        << "sendLine('ping')\nexpect('ping', 3000)\nfail('wrong answer')\n" << 1 << 1
+        << "wrong answer";
+    QTest::newRow("times out waiting") << "expect('never', 300)\n" << 1 << 1 << QString();
+}
+
+void TestCli::runScriptExitCodesAndJUnit()
+{
+    QFETCH(QString, source);
+    QFETCH(int, code);
+    QFETCH(int, failures);
+    QFETCH(QString, printed);
+    const QString script = dir.filePath(QStringLiteral("%1.lua").arg(QTest::currentDataTag()).replace(QLatin1Char(' '), QLatin1Char('_')));
+    {
+        QFile file(script);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(source.toUtf8());
+    }
+    quint16 port = 0;
+    auto echo = startPeer({QStringLiteral("tcp-echo")}, &port);
+    QVERIFY(port != 0);
+    const QString junit = dir.filePath(QStringLiteral("script.xml"));
+    const Result result = cli({QStringLiteral("run-script"), QStringLiteral("tcp://127.0.0.1:%1").arg(port),
+                               script, QStringLiteral("--junit"), junit});
+    echo->kill();
+    echo->waitForFinished();
+    QCOMPARE(result.code, code);
+    QVERIFY2(result.out.contains(printed), qPrintable(result.out));
+
+    // Python's own XML reader sees one suite with one case and the failures counted.
+    QProcess reader;
+    reader.start(Python, {QStringLiteral("-c"),
+                          QStringLiteral("import sys, xml.etree.ElementTree as E\n"
+                                         "s = E.parse(sys.argv[1]).getroot().find('testsuite')\n"
+                                         "print(s.get('tests'), s.get('failures'),"
+                                         " len(s.findall('testcase/failure')))"),
+                          junit});
+    QVERIFY(reader.waitForFinished(20000));
+    QCOMPARE(reader.readAll().trimmed(), QStringLiteral("1 %1 %1").arg(failures).toUtf8());
+}
+
+void TestCli::interruptRunsOnStopAndWritesReport()
+{
+    quint16 port = 0;
+    auto echo = startPeer({QStringLiteral("tcp-echo")}, &port);
+    QVERIFY(port != 0);
+    const QString script = dir.filePath(QStringLiteral("forever.lua"));
+    {
+        QFile file(script);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("onStop(function(how, why) print('cleaned up ' .. how) end)\n"
+                   "print('running')\nwhile true do sleep(50) end\n");
+    }
+    const QString junit = dir.filePath(QStringLiteral("interrupted.xml"));
+    for (int signal : {SIGINT, SIGTERM}) {
+        QFile::remove(junit);
+        auto run = startCli({QStringLiteral("run-script"), QStringLiteral("tcp://127.0.0.1:%1").arg(port),
+                             script, QStringLiteral("--junit"), junit});
+        QByteArray seen;
+        QTRY_VERIFY_WITH_TIMEOUT((seen += run->readAllStandardOutput()).contains("running") ||
+                                     run->state() != QProcess::Running,
+                                 15000);
+        ::kill(pid_t(run->processId()), signal);
+        QVERIFY(run->waitForFinished(15000));
+        QCOMPARE(run->exitCode(), 130);
+        QVERIFY(run->readAllStandardOutput().contains("cleaned up"));
+        QVERIFY(QFileInfo::exists(junit));
+    }
+    echo->kill();
+    echo->waitForFinished();
+}
+
+void TestCli::runSequenceAgainstEchoPeer_data()
+{
+    QTest::addColumn<QString>("sequence");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("junitCounts");
+    QTest::newRow("echo passes") << "Echo" << 0 << "2 0";
+    QTest::newRow("silent fails") << "Silent" << 1 << "1 1";
+}
+
+void TestCli::runSequenceAgainstEchoPeer()
+{
+    QFETCH(QString, sequence);
+    QFETCH(int, code);
+    QFETCH(QString, junitCounts);
+    const QString project = writeProject(QStringLiteral("sequences.vlm"));
+    quint16 port = 0;
+    auto echo = startPeer({QStringLiteral("tcp-echo")}, &port);
+    QVERIFY(port != 0);
+    const QString junit = dir.filePath(QStringLiteral("sequence.xml"));
+    const QString report = dir.filePath(QStringLiteral("sequence.json"));
+    const Result result =
+        cli({QStringLiteral("run-sequence"), QStringLiteral("tcp://127.0.0.1:%1").arg(port),
+             QStringLiteral("--project"), project, QStringLiteral("--sequence"), sequence,
+             QStringLiteral("--junit"), junit, QStringLiteral("--report"), report});
+    echo->kill();
+    echo->waitForFinished();
+    QVERIFY2(result.code == code, qPrintable(result.out + result.err));
+    QFile json(report);
+    QVERIFY(json.open(QIODevice::ReadOnly));
+    QVERIFY(json.readAll().contains(sequence.toUtf8()));
+    // A failing Expect stops the run: the second one never runs and is not a case.
+    QProcess reader;
+    reader.start(Python, {QStringLiteral("-c"),
+                          QStringLiteral("import sys, xml.etree.ElementTree as E\n"
+                                         "s = E.parse(sys.argv[1]).getroot().find('testsuite')\n"
+                                         "print(s.get('tests'), s.get('failures'))"),
+                          junit});
+    QVERIFY(reader.waitForFinished(20000));
+    QCOMPARE(QString::fromUtf8(reader.readAll().trimmed()), junitCounts);
+}
+
+void TestCli::simulateAnswersPeerOnPty()
+{
+    testsupport::PtyPair pty;
+    QString why;
+    if (!pty.start(&why)) {
+        QSKIP(qPrintable(why));
+    }
+    auto simulator = startCli({QStringLiteral("simulate"), QStringLiteral("serial:") + pty.portA(),
+                               QStringLiteral("--reply"), QStringLiteral("PING\\r=PONG\\r\\n"),
+                               QStringLiteral("--json")});
+    auto device = startPeer({QStringLiteral("serial-talk"), pty.portB(),
+                             QStringLiteral("50494e470d"), QStringLiteral("6")});
+    QVERIFY(device->waitForFinished(15000));
+    QCOMPARE(device->readAll().trimmed(), QByteArray("504f4e470d0a"));
+    QTRY_VERIFY_WITH_TIMEOUT(simulator->bytesAvailable() > 0, 10000);
+    ::kill(pid_t(simulator->processId()), SIGTERM);
+    QVERIFY(simulator->waitForFinished(15000));
+    QCOMPARE(simulator->exitCode(), 130);
+    const QJsonObject hit = QJsonDocument::fromJson(simulator->readLine()).object();
+    QCOMPARE(hit.value(QStringLiteral("event")).toString(), QStringLiteral("reply"));
+    QCOMPARE(hit.value(QStringLiteral("bytes")).toInt(), 6);
+}
+
+void TestCli::decodeEventsFile_data()
+{
+    QTest::addColumn<QByteArray>("events");
+    QTest::addColumn<QStringList>("decoder");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QStringList>("lines");
+    const QStringList rtu = {QStringLiteral("--modbus"), QStringLiteral("rtu")};
+    // Read holding register 0 of slave 1, answered with 0x002A after 12 ms.
+    QTest::newRow("modbus request and paired response")
+        << QByteArray("# a capture\n0 tx 010300000001840A\n12 rx 010302002A399B\n")
+        << rtu << 0
+        << QStringList{QStringLiteral("1  TX"), QStringLiteral("2  RX"), QStringLiteral("(#1, 12 ms)")};
+    QTest::newRow("bad line names its number")
+        << QByteArray("0 tx 0103\nsoon rx 01\n") << rtu << 2 << QStringList{QStringLiteral("2")};
+    QTest::newRow("template of a project")
+        << QByteArray("0 rx AA5507010102412000006C\n")
+        << QStringList{QStringLiteral("--template"), QStringLiteral("Sensor"),
+                       QStringLiteral("--project"), QStringLiteral("@project")}
+        << 0 << QStringList{QStringLiteral("1  RX")};
+}
+
+void TestCli::decodeEventsFile()
+{
+    QFETCH(QByteArray, events);
+    QFETCH(QStringList, decoder);
+    QFETCH(int, code);
+    QFETCH(QStringList, lines);
+    decoder.replaceInStrings(QStringLiteral("@project"), writeProject(QStringLiteral("decode.vlm")));
+    const QString path = dir.filePath(QStringLiteral("events.txt"));
+    {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(events);
+    }
+    const Result result = cli(QStringList{QStringLiteral("decode"), QStringLiteral("--events"), path} +
+                              decoder);
+    QCOMPARE(result.code, code);
+    const QString shown = code == 0 ? result.out : result.err;
+    for (const QString &line : lines) {
+        QVERIFY2(shown.contains(line), qPrintable(shown));
+    }
+}
+
+QTEST_GUILESS_MAIN(TestCli)
+#include "tst_cli.moc"
