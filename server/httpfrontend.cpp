@@ -127,6 +127,10 @@ quint16 HttpFrontend::listenOn(const QHostAddress &address, quint16 port, QStrin
 
 bool HttpFrontend::handleRequest(const QHttpServerRequest &httpRequest, QTcpSocket *socket)
 {
+    // Qt's layer offers an upgrade request here first and then hands the socket to its
+    // WebSocket server (onWebSocket): nothing may be written to it.
+    if (httpRequest.value("upgrade").trimmed().toLower() == "websocket")
+        return true;
     QElapsedTimer clock;
     clock.start();
     if (guard)

@@ -149,7 +149,8 @@ std::optional<RelayHub::Opened> RelayHub::open(qint64 userId, const QString &cid
     tickets.insert(secrets::sha256Hex(hostTicket), {relay->id, Host});
     tickets.insert(secrets::sha256Hex(opened.ticket), {relay->id, Client});
     qCInfo(lcServer).noquote() << "relay" << relay->id << "opened to port" << portKey;
-    relays.insert(relay->id, relay.release());
+    const QString id = relay->id;
+    relays.insert(id, relay.release());
     return opened;
 }
 
@@ -185,7 +186,9 @@ void RelayHub::acceptSocket(QWebSocket *socket)
     const auto found = tickets.constFind(secrets::sha256Hex(ticket));
     Relay *relay = found == tickets.constEnd() ? nullptr : relays.value(found->first);
     if (ticket.isEmpty() || !relay) {
-        socket->close(QWebSocketProtocol::CloseCode(1013),
+        // Policy violation rather than 1013: Qt's WebSocket (6.4) takes 1013 for an
+        // invalid code and the client would see a protocol error instead of the reason.
+        socket->close(QWebSocketProtocol::CloseCodePolicyViolated,
                       QStringLiteral("The relay ticket is unknown, used or expired."));
         return;
     }
