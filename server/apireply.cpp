@@ -74,10 +74,11 @@ ApiReply ApiReply::internalError(const QString &type)
                                "Please try again later."));
 }
 
-ApiReply ApiReply::page(const QByteArray &html)
+ApiReply ApiReply::page(const QByteArray &html, const QByteArray &contentType)
 {
     ApiReply reply;
     reply.html = html;
+    reply.contentType = contentType;
     return reply;
 }
 
@@ -88,8 +89,7 @@ QByteArray ApiReply::serialize(bool closeConnection) const
     QByteArray out;
     out.reserve(json.size() + 256);
     out += "HTTP/1.1 " + QByteArray::number(httpStatus) + ' ' + reasonPhrase(httpStatus) + "\r\n";
-    out += html.isEmpty() ? "Content-Type: application/json\r\n"
-                          : "Content-Type: text/html; charset=utf-8\r\n";
+    out += "Content-Type: " + (html.isEmpty() ? QByteArray("application/json") : contentType) + "\r\n";
     out += "Content-Length: " + QByteArray::number(json.size()) + "\r\n";
     // Replies carry tokens and private data: no cache may keep them.
     out += "Cache-Control: no-store\r\n";

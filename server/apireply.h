@@ -15,8 +15,10 @@ struct ApiReply
     int httpStatus = 200;
     QJsonObject body;
     QList<QPair<QByteArray, QByteArray>> headers; // extra response headers
-    // A page for a browser instead of the JSON body (the privacy and terms pages).
+    // A page for a browser instead of the JSON body (the privacy and terms pages, the
+    // console page and its script and style), of `contentType`.
     QByteArray html;
+    QByteArray contentType = "text/html; charset=utf-8";
 
     // A success: "status" true, "code" "ok", plus `fields`.
     static ApiReply ok(const QString &type, const QString &description,
@@ -30,7 +32,8 @@ struct ApiReply
     static ApiReply rateLimited(const QString &type, const QString &description,
                                 qint64 retryAfterSeconds);
     static ApiReply internalError(const QString &type);
-    static ApiReply page(const QByteArray &html);
+    static ApiReply page(const QByteArray &html,
+                         const QByteArray &contentType = "text/html; charset=utf-8");
 
     void addHeader(const QByteArray &name, const QByteArray &value)
     {

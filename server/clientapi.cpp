@@ -13,8 +13,7 @@
 namespace {
 
 constexpr qsizetype kMaxReportBytes = 16 * 1024;
-// Quota values that a client reading them as doubles still gets exactly.
-constexpr qint64 kUnlimited = (qint64(1) << 53) - 1;
+constexpr qint64 kUnlimited = TrafficMeter::kUnlimited;
 
 ApiReply badCid(const QString &type)
 {
@@ -167,6 +166,7 @@ void ClientApi::quota(const ApiRequest &request, const Router::Done &done)
         return done(*refusal);
     const QDateTime now = QDateTime::fromMSecsSinceEpoch(context.now(), Qt::UTC);
     const QString period = now.toString(QStringLiteral("yyyy-MM"));
+    context.traffic.flush();
     const qint64 used = context.users.trafficUsed(principal.userId, period);
     if (used < 0)
         return done(ApiReply::internalError(type));

@@ -2,11 +2,15 @@
 
 #include "accountapi.h"
 #include "clientapi.h"
+#include "consoleapi.h"
+#include "consolehub.h"
 #include "database.h"
 #include "deviceapi.h"
 #include "httpfrontend.h"
 #include "mailer.h"
 #include "passwordhasher.h"
+#include "relayapi.h"
+#include "relayhub.h"
 #include "router.h"
 #include "servercontext.h"
 #include "serverlog.h"
@@ -25,6 +29,36 @@ constexpr int kHousekeepingMs = 10 * 60 * 1000;
 // Queued password jobs past which sign-ins are answered "busy" rather than queued.
 constexpr int kMaxPendingHashes = 512;
 
+// The browser console: a page, its script and its style, built into the server. The
+// page talks to this same server only.
+void addConsolePages(Router &router)
+{
+    struct Page
+    {
+        const char *path;
+        const char *resource;
+        const char *type;
+    };
+    static const Page pages[] = {
+        {"/console", ":/web/console.html", "text/html; charset=utf-8"},
+        {"/console/console.js", ":/web/console.js", "text/javascript; charset=utf-8"},
+        {"/console/console.css", ":/web/console.css", "text/css; charset=utf-8"},
+    };
+    for (const Page &page : pages) {
+        router.add(QStringLiteral("GET"), QString::fromLatin1(page.path),
+                   [page](const ApiRequest &, const Router::Done &done) {
+                       QFile file(QString::fromLatin1(page.resource));
+                       file.open(QIODevice::ReadOnly);
+                       ApiReply reply = ApiReply::page(file.readAll(), page.type);
+                       reply.addHeader("Content-Security-Policy",
+                                       "default-src 'self'; connect-src 'self' ws: wss:; "
+                                       "frame-ancestors 'none'");
+                       reply.addHeader("X-Content-Type-Options", "nosniff");
+                       done(reply);
+                   });
+    }
+}
+
 } // namespace
 
 CloudServer::CloudServer(const ServerOptions &options, QObject *parent)
@@ -35,8 +69,13 @@ CloudServer::CloudServer(const ServerOptions &options, QObject *parent)
 
 CloudServer::~CloudServer()
 {
-    // The hasher first: it waits for running jobs, and drops their replies.
+    // The hasher first: it waits for running jobs, and drops their replies. Then the
+    // live services, whose sockets still report to them while they go.
     hasher.reset();
+    delete relayHub;
+    relayHub = nullptr;
+    delete consoleHub;
+    consoleHub = nullptr;
 }
 
 bool CloudServer::start(QString *error)
@@ -69,8 +108,19 @@ bool CloudServer::start(QString *error)
     syncApi->addRoutes(*router);
     clientApi = std::make_unique<ClientApi>(*context);
     clientApi->addRoutes(*router);
+    consoleHub = new ConsoleHub(*context, this);
+    relayHub = new RelayHub(*context, *consoleHub, this);
+    consoleApi = std::make_unique<ConsoleApi>(*context, *consoleHub);
+    consoleApi->addRoutes(*router);
+    relayApi = std::make_unique<RelayApi>(*context, *consoleHub, *relayHub);
+    relayApi->addRoutes(*router);
+    addConsolePages(*router);
 
     frontend = new HttpFrontend(*router, HttpFrontend::Limits{}, this);
+    frontend->addWebSocketRoute(QStringLiteral("/ws/console/v1"),
+                                [this](QWebSocket *socket) { consoleHub->acceptSocket(socket); });
+    frontend->addWebSocketRoute(QStringLiteral("/ws/relay/v1"),
+                                [this](QWebSocket *socket) { relayHub->acceptSocket(socket); });
     listeningPort = frontend->listenOn(options.listenAddress, options.port, error);
     if (listeningPort == 0) {
         *error = QStringLiteral("cannot listen on %1:%2: %3")

@@ -1,7 +1,8 @@
 #pragma once
 
-// The whole server: opens and migrates the store, wires the endpoints to the router,
-// serves HTTP, and tidies the store now and then.
+// The whole server: opens and migrates the store, wires the endpoints to the router
+// and the WebSocket services to their paths, serves HTTP and the console page, and
+// tidies the store now and then.
 
 #include "serveroptions.h"
 
@@ -11,6 +12,10 @@
 
 class AccountApi;
 class ClientApi;
+class ConsoleApi;
+class ConsoleHub;
+class RelayApi;
+class RelayHub;
 class Database;
 class DeviceApi;
 class HttpFrontend;
@@ -45,6 +50,10 @@ private:
     std::unique_ptr<DeviceApi> deviceApi;
     std::unique_ptr<SyncApi> syncApi;
     std::unique_ptr<ClientApi> clientApi;
+    ConsoleHub *consoleHub = nullptr;
+    RelayHub *relayHub = nullptr;
+    std::unique_ptr<ConsoleApi> consoleApi;
+    std::unique_ptr<RelayApi> relayApi;
     HttpFrontend *frontend = nullptr;
     QTimer *housekeeping = nullptr;
     quint16 listeningPort = 0;

@@ -23,6 +23,8 @@ void ConnectionGuard::incomingConnection(qintptr descriptor)
     ++accepted;
     qCInfo(lcAccess).noquote() << "connection" << accepted << "from"
                                << socket->peerAddress().toString();
+    if (watched.size() >= limits.maxConnections)
+        dropVanished();
     if (watched.size() >= limits.maxConnections) {
         qCWarning(lcServer) << "connection limit reached, refusing" << socket->peerAddress();
         socket->abort();
@@ -35,6 +37,7 @@ void ConnectionGuard::incomingConnection(qintptr descriptor)
     watch.idle->setInterval(limits.idleMs);
     connect(watch.idle, &QTimer::timeout, socket, [socket]() { socket->disconnectFromHost(); });
     watch.idle->start();
+    watch.socket = socket;
     watched.insert(socket, watch);
 
     // Connected before the HTTP layer connects its own slot, so this sees each block
@@ -69,10 +72,19 @@ void ConnectionGuard::requestCompleted(QTcpSocket *socket)
         it->bytes = 0;
 }
 
-void ConnectionGuard::release(QTcpSocket *socket)
+void ConnectionGuard::releasePeer(const QHostAddress &peer, quint16 peerPort)
 {
-    if (const auto it = watched.find(socket); it != watched.end()) {
-        delete it->idle;
-        watched.erase(it);
+    dropVanished();
+    for (auto it = watched.begin(); it != watched.end(); ++it) {
+        if (it->socket->peerPort() == peerPort && it->socket->peerAddress().isEqual(peer)) {
+            delete it->idle;
+            watched.erase(it);
+            return;
+        }
     }
+}
+
+void ConnectionGuard::dropVanished()
+{
+    watched.removeIf([](const auto &entry) { return entry.value().socket.isNull(); });
 }

@@ -6,8 +6,10 @@
 // otherwise buffer any body whole before a handler could refuse it).
 
 #include <QHash>
+#include <QPointer>
 #include <QTcpServer>
 
+class QHostAddress;
 class QTcpSocket;
 class QTimer;
 
@@ -27,8 +29,9 @@ public:
 
     // A whole request was read from `socket`: its byte count starts again.
     void requestCompleted(QTcpSocket *socket);
-    // `socket` leaves HTTP (a WebSocket upgrade): no more idle or size limits.
-    void release(QTcpSocket *socket);
+    // The connection from `peer`:`peerPort` left HTTP (a WebSocket upgrade): no more
+    // idle or size limits, and it no longer counts against the connection limit.
+    void releasePeer(const QHostAddress &peer, quint16 peerPort);
     int openConnections() const { return int(watched.size()); }
     // Connections taken since the start, refused ones included.
     qint64 acceptedConnections() const { return accepted; }
@@ -41,8 +44,12 @@ private:
     {
         qint64 bytes = 0;
         QTimer *idle = nullptr;
+        // The HTTP layer cuts every connection of a socket it hands to its WebSocket
+        // server, our "destroyed" one included, so the entry may outlive its socket.
+        QPointer<QTcpSocket> socket;
     };
     void onReadyRead(QTcpSocket *socket);
+    void dropVanished();
 
     Limits limits;
     QHash<QTcpSocket *, Watch> watched;

@@ -65,6 +65,21 @@ int DeviceStore::count(qint64 userId)
     return n;
 }
 
+Lookup DeviceStore::find(qint64 userId, const QString &cid, DeviceRecord *device)
+{
+    QSqlQuery &query = db.run("SELECT id, cid, name, client_version, bound_at, last_seen_at "
+                              "FROM devices WHERE user_id = ? AND cid = ?",
+                              {userId, cid});
+    if (!db.lastOk())
+        return Lookup::Failed;
+    if (!query.next())
+        return Lookup::Missing;
+    *device = {query.value(0).toLongLong(), query.value(1).toString(), query.value(2).toString(),
+               query.value(3).toString(),  query.value(4).toLongLong(), query.value(5).toLongLong()};
+    query.finish();
+    return Lookup::Found;
+}
+
 bool DeviceStore::touch(qint64 userId, const QString &cid, qint64 nowMs)
 {
     db.run("UPDATE devices SET last_seen_at = ? WHERE user_id = ? AND cid = ?",

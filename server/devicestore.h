@@ -29,6 +29,8 @@ public:
     // Removes the binding `deviceId` of `userId` and tells which device it was.
     Lookup unbind(qint64 userId, qint64 deviceId, DeviceRecord *device);
     int count(qint64 userId);
+    // The binding of `cid` to `userId`.
+    Lookup find(qint64 userId, const QString &cid, DeviceRecord *device);
     // Notes that `cid` of `userId` was seen now (a token refresh).
     bool touch(qint64 userId, const QString &cid, qint64 nowMs);
 

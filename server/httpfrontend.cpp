@@ -9,6 +9,8 @@
 #include <QHttpServerRequest>
 #include <QPointer>
 #include <QTcpSocket>
+#include <QTimer>
+#include <QWebSocket>
 
 namespace {
 
@@ -35,6 +37,32 @@ QString loggedPath(const QString &pattern, const QStringList &segments)
     return u'/' + segments.mid(0, 3).join(u'/').left(64) + QStringLiteral(" (no route)");
 }
 
+// A WebSocket that has been silent (no frame, no pong) this long is taken for dead:
+// a peer gone without a FIN would otherwise hold its relay or device slot for ever.
+constexpr int kPingMs = 30000;
+constexpr int kSilentMs = 3 * kPingMs;
+
+// Pings `socket` now and then and aborts it once it stays silent.
+void keepAlive(QWebSocket *socket)
+{
+    auto *timer = new QTimer(socket);
+    timer->setInterval(kPingMs);
+    auto *heard = new QElapsedTimer;
+    heard->start();
+    QObject::connect(socket, &QObject::destroyed, [heard]() { delete heard; });
+    const auto noteHeard = [heard]() { heard->start(); };
+    QObject::connect(socket, &QWebSocket::pong, socket, noteHeard);
+    QObject::connect(socket, &QWebSocket::textMessageReceived, socket, noteHeard);
+    QObject::connect(socket, &QWebSocket::binaryFrameReceived, socket, noteHeard);
+    QObject::connect(timer, &QTimer::timeout, socket, [socket, heard]() {
+        if (heard->elapsed() > kSilentMs)
+            socket->abort();
+        else
+            socket->ping();
+    });
+    timer->start();
+}
+
 } // namespace
 
 HttpFrontend::HttpFrontend(const Router &router, const Limits &limits, QObject *parent)
@@ -42,6 +70,39 @@ HttpFrontend::HttpFrontend(const Router &router, const Limits &limits, QObject *
     , router(router)
     , limits(limits)
 {
+    connect(this, &QAbstractHttpServer::newWebSocketConnection, this, &HttpFrontend::onWebSocket);
+}
+
+void HttpFrontend::addWebSocketRoute(const QString &path, WebSocketHandler handler)
+{
+    webSocketRoutes.insert(path, std::move(handler));
+}
+
+void HttpFrontend::onWebSocket()
+{
+    while (hasPendingWebSocketConnections()) {
+        QWebSocket *socket = nextPendingWebSocketConnection().release();
+        if (!socket)
+            continue;
+        if (guard)
+            guard->releasePeer(socket->peerAddress(), socket->peerPort());
+        connect(socket, &QWebSocket::disconnected, socket, &QObject::deleteLater);
+        // The path only: relay tickets travel in the query and never reach a log.
+        const QString path = socket->requestUrl().path();
+        const auto route = webSocketRoutes.constFind(path);
+        qCInfo(lcAccess).noquote() << socket->peerAddress().toString() << "WEBSOCKET"
+                                   << (route == webSocketRoutes.constEnd()
+                                           ? path.left(64) + QStringLiteral(" (no route)")
+                                           : path);
+        if (route == webSocketRoutes.constEnd()) {
+            socket->setParent(this);
+            socket->close(QWebSocketProtocol::CloseCodePolicyViolated,
+                          QStringLiteral("No WebSocket service at this address."));
+            continue;
+        }
+        keepAlive(socket);
+        route.value()(socket);
+    }
 }
 
 HttpFrontend::~HttpFrontend() = default;
@@ -66,6 +127,10 @@ quint16 HttpFrontend::listenOn(const QHostAddress &address, quint16 port, QStrin
 
 bool HttpFrontend::handleRequest(const QHttpServerRequest &httpRequest, QTcpSocket *socket)
 {
+    // Qt's layer offers an upgrade request here first and then hands the socket to its
+    // WebSocket server (onWebSocket): nothing may be written to it.
+    if (httpRequest.value("upgrade").trimmed().toLower() == "websocket")
+        return true;
     QElapsedTimer clock;
     clock.start();
     if (guard)

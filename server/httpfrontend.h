@@ -3,7 +3,8 @@
 // The HTTP side of the server: takes each request from Qt's HTTP layer, turns it into
 // an ApiRequest, refuses oversized bodies, hands it to the router and writes the reply.
 // Replies may come later than the request (password hashing runs on a thread pool);
-// replies on one connection still leave in the order their requests came.
+// replies on one connection still leave in the order their requests came. WebSocket
+// upgrades are handed, by path, to the service registered for it.
 
 #include <QAbstractHttpServer>
 #include <QElapsedTimer>
@@ -11,9 +12,11 @@
 #include <QHostAddress>
 #include <QList>
 
+#include <functional>
 #include <memory>
 
 class ConnectionGuard;
+class QWebSocket;
 class Router;
 struct ApiReply;
 
@@ -36,6 +39,11 @@ public:
     // with `error` set.
     quint16 listenOn(const QHostAddress &address, quint16 port, QString *error);
 
+    // Takes a new WebSocket whose request path is `path`; the handler owns it (by
+    // parenting it). Sockets for any other path are closed with code 1008.
+    using WebSocketHandler = std::function<void(QWebSocket *)>;
+    void addWebSocketRoute(const QString &path, WebSocketHandler handler);
+
 protected:
     bool handleRequest(const QHttpServerRequest &request, QTcpSocket *socket) override;
     void missingHandler(const QHttpServerRequest &request, QTcpSocket *socket) override;
@@ -49,9 +57,11 @@ private:
     };
     using SlotPtr = std::shared_ptr<Slot>;
     void flush(QTcpSocket *socket);
+    void onWebSocket();
 
     const Router &router;
     Limits limits;
     ConnectionGuard *guard = nullptr;
     QHash<QTcpSocket *, QList<SlotPtr>> queues;
+    QHash<QString, WebSocketHandler> webSocketRoutes;
 };

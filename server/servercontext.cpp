@@ -21,6 +21,7 @@ ServerContext::ServerContext(Database &db, const ServerOptions &options, Mailer 
     , devices(db)
     , sync(db, 1000)
     , clients(db)
+    , traffic(users, options.monthlyQuotaBytes)
     , codesPerEmail(1, kMinute)
     , codesPerAddress(20, 60 * kMinute)
     , failedLoginsPerEmail(10, 15 * kMinute)
@@ -52,6 +53,7 @@ QString ServerContext::isoTime(qint64 ms)
 void ServerContext::housekeeping()
 {
     const qint64 t = now();
+    traffic.flush();
     sessions.purge(t);
     users.purge(t);
     for (RateLimiter *limiter : {&codesPerEmail, &codesPerAddress, &failedLoginsPerEmail,

@@ -10,6 +10,7 @@
 #include "serveroptions.h"
 #include "sessionstore.h"
 #include "syncstore.h"
+#include "trafficmeter.h"
 #include "userstore.h"
 
 #include <optional>
@@ -34,6 +35,7 @@ public:
     DeviceStore devices;
     SyncStore sync;
     ClientStore clients;
+    TrafficMeter traffic;
 
     RateLimiter codesPerEmail;
     RateLimiter codesPerAddress;

@@ -32,8 +32,8 @@ ServerOptions::Parsed ServerOptions::parse(const QStringList &arguments, ServerO
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("The Velmora cloud server: accounts, devices and settings sync for the "
-                       "Velmora app, on SQLite or PostgreSQL."));
+        QStringLiteral("The Velmora cloud server: accounts, devices, settings sync, Live Console "
+                       "and Live Relay for the Velmora app, on SQLite or PostgreSQL."));
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
     const QCommandLineOption listen(
@@ -62,7 +62,16 @@ ServerOptions::Parsed ServerOptions::parse(const QStringList &arguments, ServerO
                                    QStringLiteral("Live traffic allowed per account and month, in "
                                                   "bytes (default 0: no limit)."),
                                    QStringLiteral("BYTES"));
-    parser.addOptions({listen, data, database, mail, tokenLife, quota});
+    const QCommandLineOption relayAllowance(
+        QStringLiteral("relay-allowance"),
+        QStringLiteral("Bytes one Live Relay may carry before it ends (default 0: only the "
+                       "monthly quota limits it)."),
+        QStringLiteral("BYTES"));
+    const QCommandLineOption relayRate(QStringLiteral("relay-rate-limit"),
+                                       QStringLiteral("Bytes per second one Live Relay may carry "
+                                                      "(default 0: no limit)."),
+                                       QStringLiteral("BYTES"));
+    parser.addOptions({listen, data, database, mail, tokenLife, quota, relayAllowance, relayRate});
 
     if (!parser.parse(arguments)) {
         *error = parser.errorText();
@@ -105,6 +114,16 @@ ServerOptions::Parsed ServerOptions::parse(const QStringList &arguments, ServerO
         options->monthlyQuotaBytes = parser.value(quota).toLongLong(&ok);
         if (!ok || options->monthlyQuotaBytes < 0) {
             *error = QStringLiteral("--monthly-quota wants a number of bytes");
+            return Parsed::Error;
+        }
+    }
+    for (const auto &[option, target] : {std::pair{&relayAllowance, &options->relayAllowanceBytes},
+                                         std::pair{&relayRate, &options->relayRateBytes}}) {
+        if (!parser.isSet(*option))
+            continue;
+        *target = parser.value(*option).toLongLong(&ok);
+        if (!ok || *target < 0) {
+            *error = QStringLiteral("--%1 wants a number of bytes").arg(option->names().constFirst());
             return Parsed::Error;
         }
     }

@@ -16,6 +16,8 @@ struct ServerOptions
     qint64 accessTokenSeconds = 900;
     qint64 refreshTokenDays = 30;
     qint64 monthlyQuotaBytes = 0; // 0: no limit
+    qint64 relayAllowanceBytes = 0; // bytes one relay may carry; 0: only the monthly quota
+    qint64 relayRateBytes = 0;      // bytes per second one relay may carry; 0: no limit
 
     enum class Parsed { Run, Exit, Error };
     // Reads `arguments` (argv). --help and --version print and give Exit; a bad

@@ -100,6 +100,14 @@ qint64 UserStore::trafficUsed(qint64 userId, const QString &period)
     return bytes;
 }
 
+bool UserStore::addTraffic(qint64 userId, const QString &period, qint64 bytes)
+{
+    db.run("INSERT INTO traffic_usage (user_id, period, bytes) VALUES (?, ?, ?) "
+           "ON CONFLICT (user_id, period) DO UPDATE SET bytes = traffic_usage.bytes + excluded.bytes",
+           {userId, period, bytes});
+    return db.lastOk();
+}
+
 bool UserStore::purge(qint64 nowMs)
 {
     db.run("DELETE FROM register_codes WHERE expires_at < ?", {nowMs});

@@ -44,6 +44,8 @@ public:
 
     // Bytes used in `period` ("2026-11"); -1 when the store failed.
     qint64 trafficUsed(qint64 userId, const QString &period);
+    // Adds `bytes` to the traffic of `userId` in `period`.
+    bool addTraffic(qint64 userId, const QString &period, qint64 bytes);
 
     // Drops codes that expired before `nowMs`.
     bool purge(qint64 nowMs);
