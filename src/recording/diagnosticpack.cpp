@@ -97,6 +97,38 @@ SessionExport::Source trafficSource(const DiagnosticPack::PortSnapshot &p, const
     return source;
 }
 
+DiagnosticPack::Entry entry(const QString &path, const QString &about,
+                            std::function<QByteArray()> bytes)
+{
+    DiagnosticPack::Entry e;
+    e.path = path;
+    e.about = about;
+    e.bytes = std::move(bytes);
+    return e;
+}
+
+DiagnosticPack::Entry entry(const QString &path, const QString &about,
+                            std::function<QByteArray(DiagnosticPack::Scrubber &)> produce)
+{
+    DiagnosticPack::Entry e;
+    e.path = path;
+    e.about = about;
+    e.produce = std::move(produce);
+    return e;
+}
+
+// The events with their bytes, notes and peers scrubbed: once written as hex, a name in
+// the data could no longer be seen.
+SessionExport::Source scrubbed(SessionExport::Source source, DiagnosticPack::Scrubber &scrubber)
+{
+    for (SessionEvent &event : source.events) {
+        event.bytes = scrubber.apply(event.bytes);
+        event.text = scrubber.applyToName(event.text);
+        event.peer = scrubber.applyToName(event.peer);
+    }
+    return source;
+}
+
 QByteArray readTail(const QString &path, qint64 limit)
 {
     QFile file(path);
@@ -249,8 +281,8 @@ DiagnosticPack::Plan DiagnosticPack::plan(const Input &input)
     for (const QString &key : environmentKeys()) {
         environment.insert(key, QJsonValue::fromVariant(input.environment.value(key)));
     }
-    e.append({QStringLiteral("app/environment.json"), tr("Program, system and screens"),
-              [doc = json(environment)] { return doc; }});
+    e.append(entry(QStringLiteral("app/environment.json"), tr("Program, system and screens"),
+              [doc = json(environment)] { return doc; }));
 
     QJsonObject preferences;
     for (const QString &key : preferenceKeys()) {
@@ -258,8 +290,8 @@ DiagnosticPack::Plan DiagnosticPack::plan(const Input &input)
             preferences.insert(key, QJsonValue::fromVariant(input.preferences.value(key)));
         }
     }
-    e.append({QStringLiteral("app/preferences.json"), tr("Application settings (allow-list)"),
-              [doc = json(preferences)] { return doc; }});
+    e.append(entry(QStringLiteral("app/preferences.json"), tr("Application settings (allow-list)"),
+              [doc = json(preferences)] { return doc; }));
 
     QJsonArray serial;
     for (const SerialPortEntry &s : input.serialPorts) {
@@ -270,8 +302,8 @@ DiagnosticPack::Plan DiagnosticPack::plan(const Input &input)
                                   {QStringLiteral("vid"), hex4(s.vid)},
                                   {QStringLiteral("pid"), hex4(s.pid)}});
     }
-    e.append({QStringLiteral("app/serial-ports.json"), tr("Serial ports of this computer"),
-              [doc = json(serial)] { return doc; }});
+    e.append(entry(QStringLiteral("app/serial-ports.json"), tr("Serial ports of this computer"),
+              [doc = json(serial)] { return doc; }));
 
     QJsonArray live;
     for (const LiveSyncEntry &l : input.liveSync) {
@@ -290,34 +322,38 @@ DiagnosticPack::Plan DiagnosticPack::plan(const Input &input)
         }
         live.append(item);
     }
-    e.append({QStringLiteral("app/live-sync.json"), tr("What is shared through the cloud"),
-              [doc = json(live)] { return doc; }});
+    e.append(entry(QStringLiteral("app/live-sync.json"), tr("What is shared through the cloud"),
+              [doc = json(live)] { return doc; }));
 
     if (o.project) {
-        e.append({QStringLiteral("project/project.vlm"), tr("The project, filtered"),
-                  [map = filterProject(input.project, input.homes, o)] { return renderIni(map); }});
+        e.append(entry(QStringLiteral("project/project.vlm"), tr("The project, filtered"),
+                  [map = filterProject(input.project, input.homes, o)] { return renderIni(map); }));
     }
 
     QStringList limits;
     for (const PortSnapshot &p : input.ports) {
         const QString dir = QStringLiteral("ports/") + entryDirName(p.index, p.label, names);
-        e.append({dir + QStringLiteral("/port.json"), tr("Port settings and counters"),
-                  [doc = portJson(p)] { return doc; }});
+        e.append(entry(dir + QStringLiteral("/port.json"), tr("Port settings and counters"),
+                  [doc = portJson(p)] { return doc; }));
         if (o.traffic) {
             SessionExport::Options exportOptions;
             exportOptions.exportedAtUs = input.when.toMSecsSinceEpoch() * 1000;
             exportOptions.appVersion = input.appVersion;
-            const QList<SessionExport::Source> sources = {trafficSource(p, p.id)};
-            e.append({dir + QStringLiteral("/session.jsonl"), tr("Data sent and received, JSON Lines"),
-                      [sources, exportOptions] { return SessionExport::toJsonl(sources, exportOptions); }});
-            e.append({dir + QStringLiteral("/session.txt"), tr("Data sent and received, text"),
-                      [sources, exportOptions] { return SessionExport::toText(sources, exportOptions); }});
+            const SessionExport::Source source = trafficSource(p, p.id);
+            e.append(entry(dir + QStringLiteral("/session.jsonl"), tr("Data sent and received, JSON Lines"),
+                      [source, exportOptions](Scrubber &scrubber) {
+                          return SessionExport::toJsonl({scrubbed(source, scrubber)}, exportOptions);
+                      }));
+            e.append(entry(dir + QStringLiteral("/session.txt"), tr("Data sent and received, text"),
+                      [source, exportOptions](Scrubber &scrubber) {
+                          return SessionExport::toText({scrubbed(source, scrubber)}, exportOptions);
+                      }));
         }
         if (o.sequences && !p.sequencesJson.isEmpty()) {
-            e.append({dir + QStringLiteral("/sequences.txt"), tr("Sequence reports, text"),
-                      [text = p.sequencesText] { return text.toUtf8(); }});
-            e.append({dir + QStringLiteral("/sequences.json"), tr("Sequence reports, JSON"),
-                      [doc = p.sequencesJson] { return doc; }});
+            e.append(entry(dir + QStringLiteral("/sequences.txt"), tr("Sequence reports, text"),
+                      [text = p.sequencesText] { return text.toUtf8(); }));
+            e.append(entry(dir + QStringLiteral("/sequences.json"), tr("Sequence reports, JSON"),
+                      [doc = p.sequencesJson] { return doc; }));
         }
     }
 
@@ -328,17 +364,17 @@ DiagnosticPack::Plan DiagnosticPack::plan(const Input &input)
         item.remove(QStringLiteral("LogFilePath"));
         bridges.append(item);
     }
-    e.append({QStringLiteral("bridges/bridges.json"), tr("Bridge settings and counters"),
-              [doc = json(bridges)] { return doc; }});
+    e.append(entry(QStringLiteral("bridges/bridges.json"), tr("Bridge settings and counters"),
+              [doc = json(bridges)] { return doc; }));
     if (o.bridgeCaptures) {
         for (int i = 0; i < input.bridges.size(); ++i) {
             const BridgeSnapshot &b = input.bridges.at(i);
             if (b.capturePath.isEmpty()) {
                 continue;
             }
-            e.append({QStringLiteral("bridges/%1.log").arg(entryDirName(i, b.name, names)),
+            e.append(entry(QStringLiteral("bridges/%1.log").arg(entryDirName(i, b.name, names)),
                       tr("Bridge capture, last 1 MB"),
-                      [path = b.capturePath] { return readTail(path, CaptureTailBytes); }});
+                      [path = b.capturePath] { return readTail(path, CaptureTailBytes); }));
         }
     }
 
@@ -353,8 +389,10 @@ DiagnosticPack::Plan DiagnosticPack::plan(const Input &input)
                 leftOut << name;
                 continue;
             }
-            e.append({QStringLiteral("recordings/") + name, tr("Session recording"),
-                      [path] { return readTail(path, MaxRecordingBytes); }});
+            e.append(entry(QStringLiteral("recordings/") + name, tr("Session recording"),
+                      [path](Scrubber &scrubber) {
+                          return scrubHexFields(readTail(path, MaxRecordingBytes), scrubber);
+                      }));
         }
     }
 
@@ -363,9 +401,33 @@ DiagnosticPack::Plan DiagnosticPack::plan(const Input &input)
         paths << entry.path;
     }
     paths << QStringLiteral("manifest.json");
-    e.prepend({QStringLiteral("README.txt"), tr("What this pack holds, English and Chinese"),
-               [readme = readme(input, paths, plan.omissions, leftOut)] { return readme; }});
+    e.prepend(entry(QStringLiteral("README.txt"), tr("What this pack holds, English and Chinese"),
+               [readme = readme(input, paths, plan.omissions, leftOut)] { return readme; }));
     return plan;
+}
+
+QByteArray DiagnosticPack::scrubHexFields(const QByteArray &lines, Scrubber &scrubber)
+{
+    static const QByteArray field = QByteArrayLiteral("\"hex\":\"");
+    QByteArray out;
+    out.reserve(lines.size());
+    qsizetype from = 0;
+    for (qsizetype at = lines.indexOf(field); at >= 0; at = lines.indexOf(field, from)) {
+        const qsizetype start = at + field.size();
+        const qsizetype end = lines.indexOf('"', start);
+        if (end < 0) {
+            break;
+        }
+        out.append(lines.constData() + from, start - from);
+        const QByteArray hex = lines.mid(start, end - start);
+        const QByteArray data = QByteArray::fromHex(hex);
+        const QByteArray clean = scrubber.apply(data);
+        // Only a field that changed is rewritten, so the rest stays byte for byte.
+        out.append(clean == data ? hex : clean.toHex().toUpper());
+        from = end;
+    }
+    out.append(lines.constData() + from, lines.size() - from);
+    return out;
 }
 
 bool DiagnosticPack::write(const Plan &plan, ZipWriter &zip, const QDateTime &when,
@@ -381,7 +443,9 @@ bool DiagnosticPack::write(const Plan &plan, ZipWriter &zip, const QDateTime &wh
             break;
         }
         const Entry &entry = plan.entries.at(i);
-        QByteArray bytes = entry.bytes ? entry.bytes() : QByteArray();
+        QByteArray bytes = entry.produce ? entry.produce(scrubber)
+                           : entry.bytes ? entry.bytes()
+                                         : QByteArray();
         if (entry.scrub) {
             bytes = scrubber.apply(bytes);
         }

@@ -118,12 +118,17 @@ public:
         QDateTime when;
     };
 
+    class Scrubber;
+
     struct Entry
     {
         QString path;
         QString about;
         std::function<QByteArray()> bytes;
         bool scrub = true;
+        // Used instead of `bytes` by content that encodes data (as hex) where a scan of
+        // the finished text cannot see it: the data is scrubbed before it is encoded.
+        std::function<QByteArray(Scrubber &)> produce;
     };
 
     struct Plan
@@ -191,6 +196,9 @@ public:
     static QMap<QString, QVariant> filterProject(const QMap<QString, QVariant> &map,
                                                  const QStringList &homes, const Options &flags);
     static QByteArray renderIni(const QMap<QString, QVariant> &map);
+    // JSON Lines with "hex" fields (session data, recordings): each field's bytes are
+    // scrubbed and written back as upper-case hex.
+    static QByteArray scrubHexFields(const QByteArray &lines, Scrubber &scrubber);
     static QString redactHome(const QString &text, const QString &home);
     static QString redactHome(const QString &text, const QStringList &homes);
 

@@ -193,7 +193,7 @@ bool DiagnosticPackDialog::startPack(const QString &path)
     QSettings().setValue(OptionsKey, DiagnosticPack::saveOptions(options()));
     DiagnosticPack::Input planned = input;
     planned.options = options();
-    const QDateTime when = planned.when.isValid() ? planned.when : QDateTime::currentDateTime();
+    const QDateTime when = QDateTime::currentDateTime();
     planned.when = when;
     const DiagnosticPack::Plan plan = DiagnosticPack::plan(planned);
 

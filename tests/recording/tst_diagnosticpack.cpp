@@ -282,7 +282,8 @@ void TestDiagnosticPack::packHoldsNoPlantedSecret()
                           QString(), 1000);
         recorder.recordRx(QByteArray(200, 'x'), QString(), 2000000); // evicts the oldest
         recorder.recordNote(QStringLiteral("opened by ") + UserName, 3000000);
-        recorder.recordRx("id " + MachineId.toUpper().toUtf8(), QString(), 4000000);
+        recorder.recordRx("id " + MachineId.toUpper().toUtf8() + " on " + HostName.toUtf8(),
+                          QString(), 4000000);
         DiagnosticPack::fillTraffic(port, recorder);
         port.sequencesJson = "[{\"port\":\"" + HostName.toUtf8() + "\"}]";
         port.sequencesText = QStringLiteral("run on ") + HostName;
@@ -297,7 +298,9 @@ void TestDiagnosticPack::packHoldsNoPlantedSecret()
                       capture.fileName()}};
     QFile recording(dir.filePath(UserName + QStringLiteral("-session.vlmlog")));
     QVERIFY(recording.open(QIODevice::WriteOnly));
-    recording.write("{\"type\":\"header\",\"host\":\"" + HostName.toUtf8() + "\"}\n");
+    recording.write("{\"type\":\"header\",\"host\":\"" + HostName.toUtf8() + "\"}\n"
+                    "{\"t\":1,\"port\":\"ser-0\",\"dir\":\"rx\",\"hex\":\"" +
+                    ("hello " + UserName.toUtf8()).toHex() + "\"}\n");
     recording.close();
     input.recordings = {recording.fileName()};
 
@@ -322,7 +325,9 @@ void TestDiagnosticPack::packHoldsNoPlantedSecret()
     const QList<QByteArray> secrets = {
         MachineId.toUtf8(),   MachineId.toUpper().toUtf8(), bare.toUtf8(),
         bare.toUpper().toUtf8(), UserName.toUtf8(),         HostName.toUtf8(),
-        RefreshToken.toUtf8(), RelayCid.toUtf8(),           QByteArray("hunter2")};
+        RefreshToken.toUtf8(), RelayCid.toUtf8(),           QByteArray("hunter2"),
+        UserName.toUtf8().toHex(), HostName.toUtf8().toHex(), // data written as hex
+        MachineId.toUpper().toUtf8().toHex()};
     for (auto it = entries.cbegin(); it != entries.cend(); ++it) {
         const QByteArray lowered = (it.key().toUtf8() + '\n' + it.value()).toLower();
         for (const QByteArray &secret : secrets) {
