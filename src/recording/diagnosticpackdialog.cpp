@@ -166,6 +166,18 @@ void DiagnosticPackDialog::updateContents()
         lines << QStringLiteral("%1\t%2").arg(entry.path, entry.about);
     }
     lines << QStringLiteral("manifest.json\t%1").arg(tr("This list, with sizes"));
+    showLines(lines);
+}
+
+void DiagnosticPackDialog::showLines(const QStringList &lines)
+{
+    // Columns by tab: the tab stop sits behind the widest first column.
+    int widest = 0;
+    for (const QString &line : lines) {
+        widest = std::max(widest, contentsView->fontMetrics().horizontalAdvance(
+                                      line.section(u'\t', 0, 0)));
+    }
+    contentsView->setTabStopDistance(widest + contentsView->fontMetrics().averageCharWidth() * 3);
     contentsView->setPlainText(lines.join(u'\n'));
 }
 
@@ -290,15 +302,16 @@ void DiagnosticPackDialog::finish(bool ok, const QString &error,
         const QJsonArray entries = manifest.value(QStringLiteral("entries")).toArray();
         for (const QJsonValue &value : entries) {
             const QJsonObject entry = value.toObject();
-            lines << QStringLiteral("%1\t%2\t%3")
+            lines << QStringLiteral("%1\t%2 (%3)")
                          .arg(entry.value(QStringLiteral("path")).toString(),
+                              entry.value(QStringLiteral("about")).toString(),
                               QLocale().formattedDataSize(
-                                  entry.value(QStringLiteral("bytes")).toInteger()),
-                              entry.value(QStringLiteral("about")).toString());
+                                  entry.value(QStringLiteral("bytes")).toInteger()));
         }
-        lines << QString() << tr("%n item(s) replaced by \"[redacted]\".", nullptr,
-                                 int(result.scrubbed));
-        contentsView->setPlainText(lines.join(u'\n'));
+        showLines(lines);
+        contentsView->appendPlainText(QStringLiteral("\n") +
+                                      tr("%n item(s) replaced by \"[redacted]\".", nullptr,
+                                         int(result.scrubbed)));
         message = result.cancelled
                       ? tr("Cancelled: %1 holds the %n entry(ies) written so far.", nullptr,
                            int(entries.size()))

@@ -48,6 +48,7 @@ signals:
 
 private:
     void updateContents();
+    void showLines(const QStringList &lines);
     void save();
     void showProgress(int done, int total);
     void finish(bool ok, const QString &error, const DiagnosticPack::Result &result,
