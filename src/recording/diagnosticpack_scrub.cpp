@@ -114,8 +114,17 @@ QByteArray scan(const QByteArray &in, const QList<QByteArray> &needles, Mode mod
     }
     const bool foldCase = mode != Mode::Exact;
     std::array<QList<const QByteArray *>, 256> byFirst;
+    // Bytes worth a look: a needle's first byte (in both cases when case folds) and the
+    // start of a mark. All others are skipped in a tight loop.
+    std::array<bool, 256> interesting{};
+    interesting[uchar('[')] = true;
     for (const QByteArray &needle : needles) {
-        byFirst[uchar(needle.at(0))].append(&needle);
+        const auto first = uchar(needle.at(0));
+        byFirst[first].append(&needle);
+        interesting[first] = true;
+        if (foldCase && first >= 'a' && first <= 'z') {
+            interesting[first - 32] = true;
+        }
     }
     const auto *data = reinterpret_cast<const uchar *>(in.constData());
     const qsizetype n = in.size();
@@ -124,12 +133,18 @@ QByteArray scan(const QByteArray &in, const QList<QByteArray> &needles, Mode mod
     qsizetype copied = 0; // bytes of `in` before this are already in `out`
     qsizetype i = 0;
     while (i < n) {
-        const uchar c = foldCase ? fold(data[i]) : data[i];
+        while (i < n && !interesting[data[i]]) {
+            ++i;
+        }
+        if (i >= n) {
+            break;
+        }
         if (data[i] == '[' && n - i >= Redacted.size() &&
             memcmp(data + i, Redacted.constData(), size_t(Redacted.size())) == 0) {
             i += Redacted.size();
             continue;
         }
+        const uchar c = foldCase ? fold(data[i]) : data[i];
         const QList<const QByteArray *> &candidates = byFirst[c];
         if (candidates.isEmpty() || (mode != Mode::Exact && i > 0 && isWordByte(data[i - 1]))) {
             ++i;
