@@ -269,8 +269,10 @@ DiagnosticPack::Plan DiagnosticPack::plan(const Input &input)
     plan.userNames = input.userNames;
     plan.hostNames = input.hostNames;
     const Options &o = input.options;
+    // The library and the send history come only within the project file.
+    const QStringList inProject = {QStringLiteral("library"), QStringLiteral("sendHistory")};
     for (const QString &id : optionIds()) {
-        if (!option(o, id)) {
+        if (!option(o, id) || (!o.project && inProject.contains(id))) {
             plan.omissions << id;
         }
     }
