@@ -20,6 +20,7 @@
 
 class QAction;
 class AccountDialog;
+class DiagnosticPackDialog;
 class QLabel;
 class QMenu;
 class QSplitter;
@@ -179,6 +180,8 @@ public:
     static QString aboutText();
     QList<QPair<QString, QString>> keyboardShortcuts() const;
     void showKeyboardShortcuts();
+    // Help > Export Diagnostic Pack, filled with the state of the window.
+    DiagnosticPackDialog *openDiagnosticPackDialog();
 
     // The cloud: account, settings sync and the consent (mainwindow_cloud.cpp).
     // The preferences that follow the user between computers, and taking them over.

@@ -43,6 +43,9 @@ void MainWindow::createHelpActions()
         dialog->setAttribute(Qt::WA_DeleteOnClose);
         dialog->show();
     });
+    QAction *pack = help->addAction(tr("Export Diagnostic Pack..."));
+    pack->setObjectName(QStringLiteral("acHelpDiagnosticPack"));
+    connect(pack, &QAction::triggered, this, &MainWindow::openDiagnosticPackDialog);
     help->addSeparator();
     QAction *about = help->addAction(tr("About Velmora"));
     about->setObjectName(QStringLiteral("acHelpAbout"));

@@ -8,6 +8,7 @@
 #include "automation/autoreplydialog.h"
 #include "automation/autoreplyengine.h"
 #include "automation/commandlibrarydialog.h"
+#include "recording/diagnosticpackdialog.h"
 #include "scripting/scriptapireferencedialog.h"
 #include "plot/plotpanel.h"
 #include "app/scriptwindow.h"
@@ -103,7 +104,8 @@ QStringList MainWindow::screenshotDialogNames()
             QStringLiteral("newconnection"), QStringLiteral("autoreply"),
             QStringLiteral("commands"),      QStringLiteral("scripts"),
             QStringLiteral("apireference"),  QStringLiteral("shortcuts"),
-            QStringLiteral("templates"),     QStringLiteral("modbusbuilder")};
+            QStringLiteral("templates"),     QStringLiteral("modbusbuilder"),
+            QStringLiteral("diagnosticpack")};
 }
 
 bool MainWindow::runScreenshotScene(const QString &name)
@@ -170,6 +172,9 @@ QWidget *MainWindow::openScreenshotDialog(const QString &name)
 {
     if (QWidget *dialog = openDecodeScreenshot(name)) {
         return dialog;
+    }
+    if (name == QLatin1String("diagnosticpack")) {
+        return openDiagnosticPackDialog();
     }
     if (name == QLatin1String("toolbox")) {
         return openToolBox();

@@ -1776,6 +1776,156 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     </message>
 </context>
 <context>
+    <name>DiagnosticPack</name>
+    <message>
+        <source>Data sent and received this session (includes everything you sent)</source>
+        <translation>本次会话收发的数据（包括您发送的全部内容）</translation>
+    </message>
+    <message>
+        <source>Project settings (ports, layout and bridges; names and paths left out)</source>
+        <translation>工程设置（端口、布局和桥接；不含名称和路径）</translation>
+    </message>
+    <message>
+        <source>Command library, sequences, auto reply rules and frame templates</source>
+        <translation>命令库、序列、自动应答规则和帧模板</translation>
+    </message>
+    <message>
+        <source>Send history (may contain passwords you typed)</source>
+        <translation>发送历史（可能包含您输入的密码）</translation>
+    </message>
+    <message>
+        <source>Bridge captures (last 1 MB each)</source>
+        <translation>桥接抓包（每个最后 1 MB）</translation>
+    </message>
+    <message>
+        <source>Sequence reports</source>
+        <translation>序列报告</translation>
+    </message>
+    <message>
+        <source>Program, system and screens</source>
+        <translation>程序、系统和屏幕</translation>
+    </message>
+    <message>
+        <source>Application settings (allow-list)</source>
+        <translation>应用程序设置（允许列表）</translation>
+    </message>
+    <message>
+        <source>Serial ports of this computer</source>
+        <translation>本计算机的串口</translation>
+    </message>
+    <message>
+        <source>What is shared through the cloud</source>
+        <translation>通过云端共享的内容</translation>
+    </message>
+    <message>
+        <source>The project, filtered</source>
+        <translation>工程（已过滤）</translation>
+    </message>
+    <message>
+        <source>Port settings and counters</source>
+        <translation>端口设置和计数</translation>
+    </message>
+    <message>
+        <source>Data sent and received, JSON Lines</source>
+        <translation>收发的数据，JSON Lines</translation>
+    </message>
+    <message>
+        <source>Data sent and received, text</source>
+        <translation>收发的数据，文本</translation>
+    </message>
+    <message>
+        <source>Sequence reports, text</source>
+        <translation>序列报告，文本</translation>
+    </message>
+    <message>
+        <source>Sequence reports, JSON</source>
+        <translation>序列报告，JSON</translation>
+    </message>
+    <message>
+        <source>Bridge settings and counters</source>
+        <translation>桥接设置和计数</translation>
+    </message>
+    <message>
+        <source>Bridge capture, last 1 MB</source>
+        <translation>桥接抓包，最后 1 MB</translation>
+    </message>
+    <message>
+        <source>Session recording</source>
+        <translation>会话录制</translation>
+    </message>
+    <message>
+        <source>What this pack holds, English and Chinese</source>
+        <translation>本诊断包的内容说明，英文和中文</translation>
+    </message>
+</context>
+<context>
+    <name>DiagnosticPackDialog</name>
+    <message>
+        <source>Export Diagnostic Pack</source>
+        <translation>导出诊断包</translation>
+    </message>
+    <message>
+        <source>A pack for support. Always included: program and system versions, screens, application settings on an allow-list, the serial ports of this computer, each port&apos;s settings and counters, and the bridge settings. Machine IDs, user and computer names are replaced by &quot;[redacted]&quot; everywhere, and home folders are shown as &quot;~&quot;.</source>
+        <translation>供技术支持使用的诊断包。始终包含：程序和系统版本、屏幕、允许列表中的应用程序设置、本计算机的串口、每个端口的设置和计数，以及桥接设置。机器 ID、用户名和计算机名在任何位置都会被替换为“[redacted]”，主文件夹显示为“~”。</translation>
+    </message>
+    <message>
+        <source>The ports hold %1 of session data now.</source>
+        <translation>各端口当前保存了 %1 的会话数据。</translation>
+    </message>
+    <message>
+        <source>Contents:</source>
+        <translation>内容：</translation>
+    </message>
+    <message>
+        <source>Save...</source>
+        <translation>保存...</translation>
+    </message>
+    <message>
+        <source>This list, with sizes</source>
+        <translation>本列表，附大小</translation>
+    </message>
+    <message>
+        <source>Save Diagnostic Pack</source>
+        <translation>保存诊断包</translation>
+    </message>
+    <message>
+        <source>ZIP archives (*.zip)</source>
+        <translation>ZIP 压缩包 (*.zip)</translation>
+    </message>
+    <message>
+        <source>Writing %1...</source>
+        <translation>正在写入 %1...</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>The pack could not be written: %1</source>
+        <translation>无法写入诊断包：%1</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n item(s) replaced by &quot;[redacted]&quot;.</source>
+        <translation>
+            <numerusform>%n 项已替换为“[redacted]”。</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>Cancelled: %1 holds the %n entry(ies) written so far.</source>
+        <translation>
+            <numerusform>已取消：%1 包含目前已写入的 %n 个条目。</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Saved %1.</source>
+        <translation>已保存 %1。</translation>
+    </message>
+</context>
+<context>
     <name>DurationOption</name>
     <message>
         <source>Ends after this many seconds (fractions allowed); default: until interrupted.</source>
@@ -3382,6 +3532,10 @@ Reopen it now?</source>
     <message>
         <source>Signed in as %1</source>
         <translation>已登录为 %1</translation>
+    </message>
+    <message>
+        <source>Export Diagnostic Pack...</source>
+        <translation>导出诊断包...</translation>
     </message>
 </context>
 <context>
