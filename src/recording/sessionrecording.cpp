@@ -247,7 +247,9 @@ void SessionRecording::pollNow(bool final, const QStringList &removedKeys, bool 
         for (Tracked &entry : tracked) {
             const bool leaving = !entry.present || removedKeys.contains(entry.key);
             if (leaving && !entry.removalNoted && !busy) {
-                writer->note(entry.id, tr("Port removed from the window"), std::max(t, lastT));
+                // Timed at the last written event, so that the file stays in time order
+                // when the window's clock runs ahead of the histories.
+                writer->note(entry.id, tr("Port removed from the window"), lastT > 0 ? lastT : t);
                 entry.removalNoted = true;
             } else if (entry.present && !removedKeys.contains(entry.key)) {
                 entry.removalNoted = false;
