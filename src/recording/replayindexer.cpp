@@ -150,9 +150,17 @@ void ReplayIndexer::take(const Vlmlog::LineReader::Line &line)
 
 int ReplayIndexer::portFor(QByteArrayView id)
 {
-    const int at = index->portIndex(id);
-    if (at >= 0) {
-        return at;
+    // Ids as bytes, compared without conversion: this runs for every event line.
+    if (portIds.size() != index->ports.size()) {
+        portIds.clear();
+        for (const SessionExport::PortInfo &info : std::as_const(index->ports)) {
+            portIds.append(info.id.toUtf8());
+        }
+    }
+    for (qsizetype i = 0; i < portIds.size(); ++i) {
+        if (portIds[i] == id) {
+            return int(i);
+        }
     }
     // An id no header named: a port labelled by its id.
     SessionExport::PortInfo info;
@@ -160,6 +168,7 @@ int ReplayIndexer::portFor(QByteArrayView id)
     info.label = info.id;
     index->ports.append(info);
     index->portEvents.append(0);
+    portIds.append(id.toByteArray());
     return int(index->ports.size()) - 1;
 }
 

@@ -7,6 +7,7 @@
 
 #include "recording/vlmloglinereader.h"
 
+#include <QList>
 #include <QString>
 
 class QIODevice;
@@ -43,6 +44,7 @@ private:
     ReplayIndex *index;
     ReplayIndexerOptions options;
     Vlmlog::LineReader reader;
+    QList<QByteArray> portIds; // the index's port ids, UTF-8
     bool needSeek = true;
     QString error;
 };

@@ -60,12 +60,19 @@ bool ReplayReader::load(bool decode)
         }
         Vlmlog::ParsedLine parsed;
         Vlmlog::EventView view;
-        if (!decode && Vlmlog::scanEvent(line.bytes, &view)) {
-            // Skipping: only the time and port matter.
+        if (Vlmlog::scanEvent(line.bytes, &view)) {
+            // The writer's own form, read in place; skipping needs no bytes at all.
             current.event = SessionEvent();
             current.event.t = view.t;
             current.event.kind = view.kind;
             current.portIndex = index->portIndex(view.port);
+            if (decode) {
+                Vlmlog::decodeValidHex(view.hex, &current.event.bytes);
+                if (QLatin1StringView(view.peer) != lastPeer) {
+                    lastPeer = QString::fromLatin1(view.peer);
+                }
+                current.event.peer = lastPeer;
+            }
         } else {
             parsed = Vlmlog::parseLine(line.bytes, decode);
             if (parsed.kind == Vlmlog::ParsedLine::Malformed && line.length > 0) {

@@ -37,4 +37,5 @@ private:
     bool heldDecoded = false;
     ReplayEvent current;
     qint64 malformed = 0;
+    QString lastPeer; // shared by the events of one peer
 };

@@ -6,6 +6,7 @@
 #include <QRegularExpression>
 
 #include <cctype>
+#include <cstring>
 
 namespace {
 
@@ -148,33 +149,57 @@ void ReplaySearch::take(const ReplayEvent &replay)
         return;
     }
     const QByteArray bytes = query.matchCase ? event.bytes : asciiLower(event.bytes);
-    const QString key = QString::number(replay.portIndex) + u'/' + QString::number(event.kind) +
-                        u'/' + event.peer;
-    Tail &tail = tails[key];
-    if (n > 1 && !tail.bytes.isEmpty()) {
+    if (n == 1) {
+        for (qsizetype at = bytes.indexOf(foldedNeedle[0]); at >= 0;
+             at = bytes.indexOf(foldedNeedle[0], at + 1)) {
+            record({replay.ordinal, replay.playUs, replay.portIndex, n, at, false});
+        }
+        return;
+    }
+    Tail &tail = tails[StreamKey{replay.portIndex, event.kind, event.peer}];
+    if (!tail.bytes.isEmpty()) {
         // Matches that begin in the tail and end in this event.
-        const QByteArray joint = tail.bytes + bytes.left(n - 1);
+        const qsizetype head = std::min<qsizetype>(bytes.size(), n - 1);
+        joint.resize(tail.bytes.size() + head);
+        std::memcpy(joint.data(), tail.bytes.constData(), size_t(tail.bytes.size()));
+        std::memcpy(joint.data() + tail.bytes.size(), bytes.constData(), size_t(head));
         for (qsizetype at = joint.indexOf(foldedNeedle); at >= 0 && at < tail.bytes.size();
              at = joint.indexOf(foldedNeedle, at + 1)) {
-            record({tail.ordinals[at], replay.playUs, replay.portIndex, n, tail.offsets[at], true});
+            record({tail.ordinals[size_t(at)], replay.playUs, replay.portIndex, n,
+                    tail.offsets[size_t(at)], true});
         }
     }
-    for (qsizetype at = bytes.indexOf(foldedNeedle); at >= 0; at = bytes.indexOf(foldedNeedle, at + 1)) {
+    for (qsizetype at = bytes.indexOf(foldedNeedle); at >= 0;
+         at = bytes.indexOf(foldedNeedle, at + 1)) {
         record({replay.ordinal, replay.playUs, replay.portIndex, n, at, false});
     }
-    if (n > 1) {
-        // Keep the last n - 1 bytes of the stream, with where each came from.
-        const qsizetype keepOld = std::max<qsizetype>(0, (n - 1) - bytes.size());
-        const qsizetype dropOld = tail.bytes.size() - std::min(tail.bytes.size(), keepOld);
-        tail.bytes.remove(0, dropOld);
-        tail.ordinals.remove(0, dropOld);
-        tail.offsets.remove(0, dropOld);
-        const qsizetype takeNew = std::min<qsizetype>(bytes.size(), n - 1);
-        tail.bytes += bytes.right(takeNew);
-        for (qsizetype i = bytes.size() - takeNew; i < bytes.size(); ++i) {
-            tail.ordinals.append(replay.ordinal);
-            tail.offsets.append(i);
+    keepTail(tail, bytes, replay.ordinal);
+}
+
+void ReplaySearch::keepTail(Tail &tail, const QByteArray &bytes, qint64 ordinal)
+{
+    const qsizetype keep = foldedNeedle.size() - 1;
+    if (bytes.size() >= keep) {
+        // The event alone fills the tail: overwrite in place, no allocation once sized.
+        tail.bytes.resize(keep);
+        std::memcpy(tail.bytes.data(), bytes.constData() + bytes.size() - keep, size_t(keep));
+        tail.ordinals.assign(size_t(keep), ordinal);
+        tail.offsets.resize(size_t(keep));
+        for (qsizetype i = 0; i < keep; ++i) {
+            tail.offsets[size_t(i)] = bytes.size() - keep + i;
         }
+        return;
+    }
+    tail.bytes.append(bytes);
+    for (qsizetype i = 0; i < bytes.size(); ++i) {
+        tail.ordinals.push_back(ordinal);
+        tail.offsets.push_back(i);
+    }
+    const qsizetype drop = tail.bytes.size() - keep;
+    if (drop > 0) {
+        tail.bytes.remove(0, drop);
+        tail.ordinals.erase(tail.ordinals.begin(), tail.ordinals.begin() + drop);
+        tail.offsets.erase(tail.offsets.begin(), tail.offsets.begin() + drop);
     }
 }
 

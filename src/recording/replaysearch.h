@@ -14,6 +14,7 @@
 #include <QString>
 
 #include <memory>
+#include <vector>
 
 class QIODevice;
 class ReplayIndex;
@@ -73,19 +74,33 @@ public:
                                                 const ReplayQuery &query);
 
 private:
+    // The last needle-size minus one bytes of a stream, with where each came from.
     struct Tail
     {
         QByteArray bytes;
-        QList<qint64> ordinals; // of the event each byte came from
-        QList<qint64> offsets;  // within that event
+        std::vector<qint64> ordinals; // of the event each byte came from
+        std::vector<qint64> offsets;  // within that event
     };
+    struct StreamKey
+    {
+        int port = -1;
+        quint8 kind = 0;
+        QString peer;
+        bool operator==(const StreamKey &) const = default;
+    };
+    friend size_t qHash(const StreamKey &key, size_t seed)
+    {
+        return qHashMulti(seed, key.port, key.kind, key.peer);
+    }
     void take(const ReplayEvent &event);
+    void keepTail(Tail &tail, const QByteArray &bytes, qint64 ordinal);
 
     const ReplayIndex *index;
     ReplayQuery query;
     QByteArray foldedNeedle;
     std::unique_ptr<ReplayReader> reader;
-    QHash<QString, Tail> tails;
+    QHash<StreamKey, Tail> tails;
+    QByteArray joint; // reused: a tail and the start of the next event
     qint64 from = 0;
     qint64 to = 0;
     bool firstOnly = false;

@@ -111,5 +111,7 @@ ParsedLine parseLineSlowForTest(QByteArrayView bytes, bool decode = true);
 // Hex digits of even number to bytes; false on anything else.
 bool decodeHex(QByteArrayView hex, QByteArray *out);
 bool isHex(QByteArrayView hex);
+// The same for hex already checked with isHex.
+void decodeValidHex(QByteArrayView hex, QByteArray *out);
 
 } // namespace Vlmlog
