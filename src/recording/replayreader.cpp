@@ -101,7 +101,11 @@ bool ReplayReader::peek(ReplayEvent *event)
             seekOrdinal(pos);
         }
         if (!load(true)) {
-            return false;
+            // The index may have grown past where the lines ran out (a file still being
+            // written): read again from the nearest checkpoint.
+            if (pos >= index->eventCount || !seekOrdinal(pos) || !load(true)) {
+                return false;
+            }
         }
     }
     *event = current;
