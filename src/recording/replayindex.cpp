@@ -93,11 +93,11 @@ QList<qint64> ReplayIndex::activity(int buckets) const
         const qint64 bytes = (last ? byteCount : checkpoints[i + 1].bytes) - c.bytes;
         const int a = bucketOf(c.playUs);
         const int b = bucketOf(toUs);
-        const qint64 share = bytes / (b - a + 1);
-        for (int k = a; k <= b; ++k) {
-            out[k] += share;
+        // Even shares by cumulative rounding: the buckets add up to the span's bytes.
+        const qint64 n = b - a + 1;
+        for (qint64 k = 0; k < n; ++k) {
+            out[a + int(k)] += bytes * (k + 1) / n - bytes * k / n;
         }
-        out[b] += bytes - share * (b - a + 1);
     }
     return out;
 }

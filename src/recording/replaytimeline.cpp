@@ -101,6 +101,12 @@ void ReplayTimeline::paintEvent(QPaintEvent *)
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 
+void ReplayTimeline::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    emit bucketsChanged();
+}
+
 void ReplayTimeline::mousePressEvent(QMouseEvent *event)
 {
     if (event->button() == Qt::LeftButton && to > from) {

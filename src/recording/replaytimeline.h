@@ -28,9 +28,12 @@ public:
 
 signals:
     void seekRequested(qint64 us);
+    // The width changed: the activity is to be worked out again for buckets().
+    void bucketsChanged();
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     bool event(QEvent *event) override;

@@ -87,6 +87,7 @@ ReplayWindow::ReplayWindow(QWidget *parent)
     }
     connect(continueBanner, &QLabel::linkActivated, this, &ReplayWindow::openRequested);
     connect(timeline, &ReplayTimeline::seekRequested, this, &ReplayWindow::seekToPlayUs);
+    connect(timeline, &ReplayTimeline::bucketsChanged, this, &ReplayWindow::refreshTimeline);
 
     portSplitter = new QSplitter(Qt::Horizontal, this);
     portSplitter->setChildrenCollapsible(false);
