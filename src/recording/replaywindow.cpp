@@ -399,6 +399,7 @@ void ReplayWindow::reload()
     setIdleCap(idleAction->isChecked(), idleSpin->value());
     qDeleteAll(views);
     views.clear();
+    portsMenu->clear();
     indexedOnce = false;
     while (indexer->step(ReplayIndexer::SliceBytes)) {
     }
