@@ -2974,6 +2974,17 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     </message>
 </context>
 <context>
+    <name>GoToTimeDialog</name>
+    <message>
+        <source>Go to Time</source>
+        <translation>转到时间</translation>
+    </message>
+    <message>
+        <source>Time:</source>
+        <translation>时间：</translation>
+    </message>
+</context>
+<context>
     <name>LiveSyncStatus</name>
     <message>
         <source>Not listening</source>
@@ -4605,6 +4616,51 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>RecordSessionDialog</name>
+    <message>
+        <source>Start with what VLM already holds from this session (%1)</source>
+        <translation>从 VLM 已保存的本次会话数据开始（%1）</translation>
+    </message>
+    <message>
+        <source>Record Session</source>
+        <translation>录制会话</translation>
+    </message>
+    <message>
+        <source>never</source>
+        <translation>从不</translation>
+    </message>
+    <message>
+        <source>Browse...</source>
+        <translation>浏览...</translation>
+    </message>
+    <message>
+        <source>Start a new file every %1 MB</source>
+        <translation>每 %1 MB 开始一个新文件</translation>
+    </message>
+    <message>
+        <source>Start Recording</source>
+        <translation>开始录制</translation>
+    </message>
+    <message>
+        <source>File:</source>
+        <translation>文件：</translation>
+    </message>
+    <message>
+        <source>VLM recordings (*.vlmlog)</source>
+        <translation>VLM 录制文件 (*.vlmlog)</translation>
+    </message>
+    <message>
+        <source>This replaces an earlier recording:
+%1
+
+Replace it?</source>
+        <translation>这将替换先前的录制：
+%1
+
+要替换吗？</translation>
+    </message>
+</context>
+<context>
     <name>RelaySocket</name>
     <message>
         <source>Missing relay address or ticket.</source>
@@ -4613,6 +4669,437 @@ Reopen it now?</source>
     <message>
         <source>Live Relay is not available in this build.</source>
         <translation>此版本不支持 Live Relay。</translation>
+    </message>
+</context>
+<context>
+    <name>ReplayDocument</name>
+    <message>
+        <source>Could not open %1: %2</source>
+        <translation>无法打开 %1：%2</translation>
+    </message>
+    <message>
+        <source>Untitled</source>
+        <translation>未命名</translation>
+    </message>
+    <message>
+        <source>This replay is not saved to a file yet; save a copy to keep your bookmarks.</source>
+        <translation>此回放尚未保存到文件；请保存副本以保留书签。</translation>
+    </message>
+    <message>
+        <source>This file is still being recorded; save a copy to keep your bookmarks.</source>
+        <translation>此文件仍在录制中；请保存副本以保留书签。</translation>
+    </message>
+    <message>
+        <source>%1 is read-only; save a copy to keep your bookmarks.</source>
+        <translation>%1 是只读的；请保存副本以保留书签。</translation>
+    </message>
+    <message>
+        <source>Could not save the bookmarks to %1: %2</source>
+        <translation>无法将书签保存到 %1：%2</translation>
+    </message>
+    <message>
+        <source>Could not save %1: %2</source>
+        <translation>无法保存 %1：%2</translation>
+    </message>
+    <message>
+        <source>the recording cannot be read</source>
+        <translation>无法读取录制文件</translation>
+    </message>
+</context>
+<context>
+    <name>ReplayPortView</name>
+    <message>
+        <source>View</source>
+        <translation>视图</translation>
+    </message>
+    <message>
+        <source>Received</source>
+        <translation>接收</translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation>十六进制</translation>
+    </message>
+    <message>
+        <source>Text</source>
+        <translation>文本</translation>
+    </message>
+    <message>
+        <source>Timestamps</source>
+        <translation>时间戳</translation>
+    </message>
+    <message>
+        <source>Show Sent Data</source>
+        <translation>显示发送数据</translation>
+    </message>
+    <message>
+        <source>Plot</source>
+        <translation>绘图</translation>
+    </message>
+    <message>
+        <source>Protocol Decode</source>
+        <translation>协议解析</translation>
+    </message>
+    <message>
+        <source>Zoom In</source>
+        <translation>放大</translation>
+    </message>
+    <message>
+        <source>Zoom Out</source>
+        <translation>缩小</translation>
+    </message>
+    <message>
+        <source>Reset Zoom</source>
+        <translation>重置缩放</translation>
+    </message>
+</context>
+<context>
+    <name>ReplayQuery</name>
+    <message>
+        <source>Type what to find.</source>
+        <translation>请输入要查找的内容。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not hex: use byte pairs such as 48 65.</source>
+        <translation>“%1”不是十六进制：请使用字节对，例如 48 65。</translation>
+    </message>
+</context>
+<context>
+    <name>ReplayTimeline</name>
+    <message>
+        <source>%1 — %2</source>
+        <translation>%1 — %2</translation>
+    </message>
+</context>
+<context>
+    <name>ReplayWindow</name>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Reading %1 was cancelled.</source>
+        <translation>已取消读取 %1。</translation>
+    </message>
+    <message>
+        <source>Play</source>
+        <translation>播放</translation>
+    </message>
+    <message>
+        <source>Step Forward</source>
+        <translation>单步前进</translation>
+    </message>
+    <message>
+        <source>Step Back</source>
+        <translation>单步后退</translation>
+    </message>
+    <message>
+        <source>Go to Start</source>
+        <translation>转到开头</translation>
+    </message>
+    <message>
+        <source>Go to Time...</source>
+        <translation>转到时间...</translation>
+    </message>
+    <message>
+        <source>Skip Idle Gaps</source>
+        <translation>跳过空闲间隔</translation>
+    </message>
+    <message>
+        <source>Loop Between Bookmarks</source>
+        <translation>在书签之间循环</translation>
+    </message>
+    <message>
+        <source>Find in Recording</source>
+        <translation>在录制中查找</translation>
+    </message>
+    <message>
+        <source>Save Bookmarks</source>
+        <translation>保存书签</translation>
+    </message>
+    <message>
+        <source>Save a Copy...</source>
+        <translation>保存副本...</translation>
+    </message>
+    <message>
+        <source>Reload</source>
+        <translation>重新加载</translation>
+    </message>
+    <message>
+        <source>Add Bookmark</source>
+        <translation>添加书签</translation>
+    </message>
+    <message>
+        <source>Next Bookmark</source>
+        <translation>下一个书签</translation>
+    </message>
+    <message>
+        <source>Previous Bookmark</source>
+        <translation>上一个书签</translation>
+    </message>
+    <message>
+        <source>Arrange Vertically</source>
+        <translation>垂直排列</translation>
+    </message>
+    <message>
+        <source>&amp;File</source>
+        <translation>文件(&amp;F)</translation>
+    </message>
+    <message>
+        <source>Open Recording...</source>
+        <translation>打开录制...</translation>
+    </message>
+    <message>
+        <source>Open Recording</source>
+        <translation>打开录制</translation>
+    </message>
+    <message>
+        <source>Recordings and session exports (*.vlmlog *.jsonl)</source>
+        <translation>录制文件和会话导出 (*.vlmlog *.jsonl)</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>&amp;View</source>
+        <translation>视图(&amp;V)</translation>
+    </message>
+    <message>
+        <source>Ports</source>
+        <translation>端口</translation>
+    </message>
+    <message>
+        <source>Full Screen</source>
+        <translation>全屏</translation>
+    </message>
+    <message>
+        <source>&amp;Playback</source>
+        <translation>回放(&amp;P)</translation>
+    </message>
+    <message>
+        <source>Speed</source>
+        <translation>速度</translation>
+    </message>
+    <message>
+        <source>%1x</source>
+        <translation>%1x</translation>
+    </message>
+    <message>
+        <source>Fastest</source>
+        <translation>最快</translation>
+    </message>
+    <message>
+        <source>&amp;Bookmarks</source>
+        <translation>书签(&amp;B)</translation>
+    </message>
+    <message>
+        <source>Playback</source>
+        <translation>回放</translation>
+    </message>
+    <message>
+        <source>Skip gaps longer than %1 s</source>
+        <translation>跳过长于 %1 秒的间隔</translation>
+    </message>
+    <message>
+        <source>Find in recording</source>
+        <translation>在录制中查找</translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation>十六进制</translation>
+    </message>
+    <message>
+        <source>Aa</source>
+        <translation>Aa</translation>
+    </message>
+    <message>
+        <source>Match case</source>
+        <translation>区分大小写</translation>
+    </message>
+    <message>
+        <source>Previous match</source>
+        <translation>上一个匹配</translation>
+    </message>
+    <message>
+        <source>Next match</source>
+        <translation>下一个匹配</translation>
+    </message>
+    <message>
+        <source>Bookmarks</source>
+        <translation>书签</translation>
+    </message>
+    <message>
+        <source>Time</source>
+        <translation>时间</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>Note</source>
+        <translation>备注</translation>
+    </message>
+    <message>
+        <source>Show Bookmark List</source>
+        <translation>显示书签列表</translation>
+    </message>
+    <message>
+        <source>This window already shows a recording.</source>
+        <translation>此窗口已在显示一个录制。</translation>
+    </message>
+    <message numerus="yes">
+        <source>Reloaded: %n event(s).</source>
+        <translation>
+            <numerusform>已重新加载：%n 个事件。</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Reading %1...</source>
+        <translation>正在读取 %1...</translation>
+    </message>
+    <message>
+        <source>%1 can no longer be read.</source>
+        <translation>%1 已无法读取。</translation>
+    </message>
+    <message>
+        <source>The recording ends mid-line (VLM may have been closed abruptly); everything before it is here.</source>
+        <translation>录制在一行中间结束（VLM 可能被意外关闭）；此前的内容都在这里。</translation>
+    </message>
+    <message>
+        <source>No header: port names and encodings are unknown, so data is shown in Hex.</source>
+        <translation>没有文件头：端口名称和编码未知，因此数据以十六进制显示。</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n line(s) could not be read and were skipped.</source>
+        <translation>
+            <numerusform>%n 行无法读取，已跳过。</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Recorded in %1 (UTC%2)</source>
+        <translation>录制于 %1（UTC%2）</translation>
+    </message>
+    <message>
+        <source>%1%2:%3</source>
+        <translation>%1%2:%3</translation>
+    </message>
+    <message>
+        <source>Showing the first %1 of %2 ports; choose the others under View &gt; Ports.</source>
+        <translation>显示 %2 个端口中的前 %1 个；可在“视图 &gt; 端口”中选择其他端口。</translation>
+    </message>
+    <message>
+        <source>This recording continues in %1.</source>
+        <translation>此录制在 %1 中继续。</translation>
+    </message>
+    <message>
+        <source>%1[*] - Replay</source>
+        <translation>%1[*] - 回放</translation>
+    </message>
+    <message>
+        <source>Replay</source>
+        <translation>回放</translation>
+    </message>
+    <message>
+        <source>%1:%2:%3.%4</source>
+        <translation>%1:%2:%3.%4</translation>
+    </message>
+    <message>
+        <source>+%1 / %2</source>
+        <translation>+%1 / %2</translation>
+    </message>
+    <message>
+        <source>event %1 of %2</source>
+        <translation>第 %1 个事件，共 %2 个</translation>
+    </message>
+    <message>
+        <source>Bookmark %1</source>
+        <translation>书签 %1</translation>
+    </message>
+    <message>
+        <source>Bookmark %1 added at %2.</source>
+        <translation>已在 %2 添加书签 %1。</translation>
+    </message>
+    <message>
+        <source>No more bookmarks.</source>
+        <translation>没有更多书签。</translation>
+    </message>
+    <message>
+        <source>No earlier bookmark.</source>
+        <translation>没有更早的书签。</translation>
+    </message>
+    <message>
+        <source>Select one bookmark, or two, in the list to loop between.</source>
+        <translation>请在列表中选择一个或两个书签以在其间循环。</translation>
+    </message>
+    <message>
+        <source>Searching the recording...</source>
+        <translation>正在搜索录制...</translation>
+    </message>
+    <message>
+        <source>Searching the recording... %1%</source>
+        <translation>正在搜索录制... %1%</translation>
+    </message>
+    <message>
+        <source>Found in bookmark &quot;%1&quot;.</source>
+        <translation>在书签“%1”中找到。</translation>
+    </message>
+    <message>
+        <source>No more matches in the recording.</source>
+        <translation>录制中没有更多匹配。</translation>
+    </message>
+    <message>
+        <source>Match at %1 (split across lines on screen).</source>
+        <translation>匹配位于 %1（在屏幕上跨行显示）。</translation>
+    </message>
+    <message>
+        <source>Match at %1.</source>
+        <translation>匹配位于 %1。</translation>
+    </message>
+    <message>
+        <source>Bookmarks saved.</source>
+        <translation>书签已保存。</translation>
+    </message>
+    <message>
+        <source>VLM recordings (*.vlmlog);;JSON Lines (*.jsonl)</source>
+        <translation>VLM 录制文件 (*.vlmlog);;JSON Lines (*.jsonl)</translation>
+    </message>
+    <message>
+        <source>That is the file this window has open; choose another name.</source>
+        <translation>这是此窗口已打开的文件；请选择其他名称。</translation>
+    </message>
+    <message>
+        <source>Saved a copy to %1.</source>
+        <translation>已将副本保存到 %1。</translation>
+    </message>
+    <message>
+        <source>The bookmarks of this replay have changed.</source>
+        <translation>此回放的书签已更改。</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>暂停</translation>
+    </message>
+    <message>
+        <source>Replay cannot keep up at %1; showing as fast as it can.</source>
+        <translation>回放无法以 %1 跟上；正在尽可能快地显示。</translation>
+    </message>
+    <message>
+        <source>End of the recording.</source>
+        <translation>录制结束。</translation>
+    </message>
+    <message>
+        <source>-- Showing from %1 --</source>
+        <translation>-- 从 %1 开始显示 --</translation>
+    </message>
+    <message>
+        <source>End of the loop; Play goes round it again.</source>
+        <translation>循环结束；播放将再次循环。</translation>
+    </message>
+    <message>
+        <source>At the start of the recording.</source>
+        <translation>已在录制开头。</translation>
     </message>
 </context>
 <context>
@@ -6638,6 +7125,37 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>SessionRecording</name>
+    <message>
+        <source>A recording is already running.</source>
+        <translation>已有录制正在进行。</translation>
+    </message>
+    <message>
+        <source>Could not create the folder %1.</source>
+        <translation>无法创建文件夹 %1。</translation>
+    </message>
+    <message>
+        <source>Could not start the next part: %1 already exists.</source>
+        <translation>无法开始下一部分：%1 已存在。</translation>
+    </message>
+    <message>
+        <source>Could not write %1: %2</source>
+        <translation>无法写入 %1：%2</translation>
+    </message>
+    <message>
+        <source>%1 is gone: it was deleted or moved while it was being recorded.</source>
+        <translation>%1 已不存在：它在录制期间被删除或移动。</translation>
+    </message>
+    <message>
+        <source>Port removed from the window</source>
+        <translation>端口已从窗口中移除</translation>
+    </message>
+    <message>
+        <source>write failed</source>
+        <translation>写入失败</translation>
+    </message>
+</context>
+<context>
     <name>SetConfigFilePathDialog</name>
     <message>
         <source>Choose the file in which Velmora keeps the settings of your last session. You can keep the suggested place.</source>
@@ -7495,6 +8013,13 @@ Dialogs: %3
     <message>
         <source>Final XOR</source>
         <translation>结果异或值</translation>
+    </message>
+</context>
+<context>
+    <name>VlmlogWriter</name>
+    <message>
+        <source>Recording missed %1 event(s): the port moved faster than the file.</source>
+        <translation>录制遗漏了 %1 个事件：端口数据快于文件写入。</translation>
     </message>
 </context>
 <context>
