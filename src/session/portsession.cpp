@@ -3,6 +3,7 @@
 #include "automation/autoreplyengine.h"
 #include "automation/autoreplyrunner.h"
 #include "automation/sequencerunner.h"
+#include "bridge/rfc2217clientsession.h"
 #include "connection/connectioncontroller.h"
 #include "scripting/scriptengine.h"
 
@@ -22,6 +23,7 @@ PortSession::PortSession(QObject *parent)
     , reconnectTicker(new QTimer(this))
 {
     connectController();
+    connectRemoteSerial();
     reconnectTicker->setInterval(2000);
     connect(reconnectTicker, &QTimer::timeout, this, &PortSession::onReconnectTick);
     autoReplyRunner->setSender([this](const QByteArray &bytes, const QString &peer) {
@@ -157,6 +159,7 @@ void PortSession::close()
     dropHeld();
     autoReplyRunner->reset();
     stopRuns(int(SequenceRunner::StopReason::ConnectionClosed));
+    endRfc2217Session();
     controller->closeAll(portSettings.connMode,
                          portSettings.connMode == ModeSerial ? portSettings.name : label());
 }
@@ -281,7 +284,11 @@ QStringList PortSession::connectedPeers() const
 
 void PortSession::onReadData()
 {
-    ingestRx(controller->readAvailable(portSettings.connMode), true, QString());
+    QByteArray bytes = controller->readAvailable(portSettings.connMode);
+    if (connectionModeIsRemoteSerial(portSettings.connMode)) {
+        bytes = ingestRfc2217(bytes);
+    }
+    ingestRx(bytes, true, QString());
 }
 
 void PortSession::handleNewMessage(const QString &peer)

@@ -11,19 +11,24 @@
 // feeds its decoders and plot) connects those first.
 
 #include "automation/sequencereportlog.h"
+#include "bridge/rfc2217codec.h"
 #include "connection/rxdata.h"
 #include "connection/settings.h"
 #include "session/ansiescapefilter.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QList>
 #include <QObject>
 
 #include <functional>
+#include <memory>
+#include <optional>
 
 class AutoReplyRunner;
 class QTimer;
 class ConnectionController;
+class Rfc2217ClientSession;
 class SequenceRunner;
 struct Sequence;
 struct ScriptPortInfo;
@@ -183,6 +188,34 @@ public:
     // Whether a file transfer holds the port.
     std::function<bool()> transferRunningHook;
 
+    // Remote serial (the RFC 2217 client and Live Relay modes): the com-port control
+    // stream that runs beside the payload. The session begins when the peer arrives and
+    // ends when the connection goes; see portsession_rfc2217.cpp.
+    void beginRfc2217Session();
+    void endRfc2217Session();
+    // Takes the control bytes out of a received block and returns the payload.
+    QByteArray ingestRfc2217(const QByteArray &bytes);
+    // Payload on its way to the far end: 255 doubled unless the peer is raw TCP. Other
+    // modes get the bytes as they are.
+    QByteArray encodePayload(const QByteArray &bytes) const;
+    // Pushes the record's line parameters, DTR and RTS (or reads the remote's own, when
+    // it keeps them) once the remote has accepted com-port control.
+    void pushRemoteSerialSettings();
+    // Break on the remote line; false, with the reason on the status line, when it
+    // could not be sent.
+    bool sendRemoteBreak(bool on);
+    const Rfc2217ClientSession &rfc2217Session() const { return *remoteSerial; }
+    // "115200 8N1, ser2net": what the remote port reports; empty while nothing is known.
+    QString remoteSummary() const;
+    // The remote modem lines (0x10 CTS, 0x20 DSR, 0x40 RI, 0x80 DCD), once reported.
+    std::optional<quint8> remoteModemState() const;
+    // A bridge passes a client's request to this port's remote server. Returns the
+    // ticket its answer will carry in rfc2217Answered, or 0 with the reason in `error`.
+    // The request has been written when a ticket comes back.
+    quint64 bridgeForwardRfc2217(const Rfc2217Codec::Event &event, QString *error);
+    // The bridge no longer waits for the answer to `ticket`.
+    void bridgeWithdrawRfc2217(quint64 ticket);
+
     // A line about the port for whoever shows it: rule hits, sequence steps, script logs.
     void note(const QString &text) { Q_EMIT noted(text); }
 
@@ -205,6 +238,13 @@ signals:
     // A lost connection is back.
     void reconnected();
     void scriptStateChanged();
+    // The remote server answered a forwarded request.
+    void rfc2217Answered(quint64 id, const Rfc2217Codec::Event &event);
+    // The remote serial state, summary or modem lines changed.
+    void remoteSerialChanged();
+    // A forwarded change was taken into the record, so that it shows what the remote
+    // now holds.
+    void remoteSettingsPatched();
 
 private:
     void connectController();
@@ -213,6 +253,11 @@ private:
     void readUdpSocket();
     void refuse(const QString &text);
     void onReconnectTick();
+    void connectRemoteSerial();
+    void handleRfc2217Outcome(const QByteArray &reply, const QString &message, bool stateChanged,
+                              const QList<std::pair<quint64, Rfc2217Codec::Event>> &answers);
+    void armRfc2217Timer();
+    void noteRemoteSerialChange();
     bool transferRunning() const { return transferRunningHook && transferRunningHook(); }
 
     Settings portSettings;
@@ -242,4 +287,11 @@ private:
     QList<HeldBytes> pausedBytes;
     qsizetype pausedSize = 0;
     AnsiEscapeFilter ansiFilter;
+
+    std::unique_ptr<Rfc2217ClientSession> remoteSerial;
+    QTimer *remoteSerialTimer = nullptr;
+    QElapsedTimer remoteSerialClock;
+    QString shownRemoteSummary;
+    std::optional<quint8> shownModemState;
+    int shownRemoteState = 0;
 };

@@ -40,7 +40,9 @@ bool PortSession::sendMessage(const QByteArray &bytes)
                 open();
             }
         }
-        ok = relay ? controller->sendCloudRelay(bytes) : controller->sendTcpClient(bytes);
+        // The counters and taps below see the bytes as given, not as escaped.
+        const QByteArray wire = encodePayload(bytes);
+        ok = relay ? controller->sendCloudRelay(wire) : controller->sendTcpClient(wire);
         break;
     }
     case ModeUdpServer:
@@ -91,7 +93,7 @@ bool PortSession::writeRaw(const QByteArray &bytes, bool countAsTx, UdpTargetMod
         break;
     case ModeTcpClient:
     case ModeRemoteSerial:
-        ok = controller->sendTcpClient(bytes);
+        ok = controller->sendTcpClient(encodePayload(bytes));
         break;
     case ModeUdpServer:
     case ModeUdpClient:
@@ -120,7 +122,7 @@ bool PortSession::writeRaw(const QByteArray &bytes, bool countAsTx, UdpTargetMod
         }
         break;
     case ModeLiveRelay:
-        ok = controller->sendCloudRelay(bytes);
+        ok = controller->sendCloudRelay(encodePayload(bytes));
         break;
     case ModeReserved:
         break;

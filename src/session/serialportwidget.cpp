@@ -235,6 +235,7 @@ void SerialPortWidget::connectController()
     session->selectedPeerRowHook = [this] { return selectedPeerRow(); };
     session->reopenHook = [this] { start(QString()); };
     session->transferRunningHook = [this] { return transferRunning(); };
+    connectRemoteSerial();
 }
 
 void SerialPortWidget::connectDirtyTrackers()
@@ -557,6 +558,10 @@ void SerialPortWidget::onSerialParamsEdited()
 {
     if (state == Stopped) {
         return; // taken with the other fields at the next open
+    }
+    if (connectionModeIsRemoteSerial(portSettings.connMode)) {
+        applyRemoteSerialParams();
+        return;
     }
     Settings wanted = portSettings;
     copySerialLineParams(ui->connectionSettings->portSettings(portSettings), wanted);

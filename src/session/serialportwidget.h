@@ -275,6 +275,9 @@ private:
     void restoreTxCaption();
     bool applyBreakLine(bool on);
     void onControlLinePollTick();
+    void showRemoteControlLines();
+    void connectRemoteSerial();
+    void applyRemoteSerialParams();
     void refreshSerialControlUi();
     void on_openButton_clicked();
     void on_pauseButton_clicked();

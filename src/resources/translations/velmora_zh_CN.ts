@@ -1560,6 +1560,14 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <source>Enter a rate from 0 to 100000000 bits per second</source>
         <translation>请输入 0 到 100000000 之间的速率（单位 bit/s）</translation>
     </message>
+    <message>
+        <source>Keep the remote port&apos;s own config</source>
+        <translation>保留远程端口自身配置</translation>
+    </message>
+    <message>
+        <source>Leave baud rate, framing and the control lines as the remote port has them; clear it to set them from here</source>
+        <translation>波特率、帧格式和控制线保持远程端口自身的设置；取消勾选则由此处设置</translation>
+    </message>
 </context>
 <context>
     <name>ConnectionUrl</name>
@@ -1588,10 +1596,6 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <translation>local=%1 不是端口：请使用 0 到 65535。</translation>
     </message>
     <message>
-        <source>&quot;%1&quot; is no connection: use serial:PATH, tcp://HOST:PORT, tcp-server://[ADDR]:PORT, udp://HOST:PORT or udp-server://[ADDR]:PORT.</source>
-        <translation>“%1”不是连接：请使用 serial:PATH、tcp://HOST:PORT、tcp-server://[ADDR]:PORT、udp://HOST:PORT 或 udp-server://[ADDR]:PORT。</translation>
-    </message>
-    <message>
         <source>&quot;%1&quot; names no serial port.</source>
         <translation>“%1”未指定串口。</translation>
     </message>
@@ -1610,6 +1614,10 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     <message>
         <source>%1=%2: use one of %3.</source>
         <translation>%1=%2：请使用以下之一：%3。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no connection: use serial:PATH, tcp://HOST:PORT, tcp-server://[ADDR]:PORT, udp://HOST:PORT, udp-server://[ADDR]:PORT or rfc2217://HOST:PORT.</source>
+        <translation>“%1”不是连接：请使用 serial:PATH、tcp://HOST:PORT、tcp-server://[ADDR]:PORT、udp://HOST:PORT、udp-server://[ADDR]:PORT 或 rfc2217://HOST:PORT。</translation>
     </message>
 </context>
 <context>
@@ -4510,6 +4518,38 @@ Reopen it now?</source>
         <source>The port is not open.</source>
         <translation>端口未打开。</translation>
     </message>
+    <message>
+        <source>The remote peer did not accept RFC 2217 com-port control, so Break cannot be sent.</source>
+        <translation>远程对端未接受 RFC 2217 串口控制，因此无法发送 Break。</translation>
+    </message>
+    <message>
+        <source>Could not send Break: the connection is not open.</source>
+        <translation>无法发送 Break：连接未打开。</translation>
+    </message>
+    <message>
+        <source>Sent Break to the remote port; it is released when you let go.</source>
+        <translation>已向远程端口发送 Break；松开时释放。</translation>
+    </message>
+    <message>
+        <source>this port is not a remote serial port</source>
+        <translation>此端口不是远程串口</translation>
+    </message>
+    <message>
+        <source>a file transfer is using the port</source>
+        <translation>文件传输正在使用该端口</translation>
+    </message>
+    <message>
+        <source>the remote serial port is not connected</source>
+        <translation>远程串口未连接</translation>
+    </message>
+    <message>
+        <source>the remote peer has not accepted RFC 2217 com-port control</source>
+        <translation>远程对端尚未接受 RFC 2217 串口控制</translation>
+    </message>
+    <message>
+        <source>the connection to the remote serial port is not open</source>
+        <translation>到远程串口的连接未打开</translation>
+    </message>
 </context>
 <context>
     <name>PortsCommand</name>
@@ -6576,10 +6616,6 @@ Replace it?</source>
         <translation>已重连 %1</translation>
     </message>
     <message>
-        <source>Break on a remote serial port needs RFC 2217 com-port control, which this build does not include yet.</source>
-        <translation>在远程串口上发送 Break 信号需要 RFC 2217 串口控制功能，此版本尚未包含。</translation>
-    </message>
-    <message>
         <source>RTS is driven by RTS/CTS flow control and cannot be set by hand.</source>
         <translation>RTS 由 RTS/CTS 流控驱动，无法手动设置。</translation>
     </message>
@@ -7022,6 +7058,10 @@ Replace it?</source>
     <message>
         <source>Draw the numbers in the received data as live curves</source>
         <translation>将接收数据中的数字绘制为实时曲线</translation>
+    </message>
+    <message>
+        <source>&lt;font color = green&gt; TCP %1 CONNECTED, remote port %2 &lt;/font&gt;</source>
+        <translation>&lt;font color = green&gt; TCP %1 已连接，远程端口 %2 &lt;/font&gt;</translation>
     </message>
 </context>
 <context>
