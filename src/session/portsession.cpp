@@ -5,6 +5,7 @@
 #include "automation/sequencerunner.h"
 #include "connection/connectioncontroller.h"
 #include "scripting/scriptengine.h"
+#include "transfer/filetransfersession.h"
 
 #include <QHostAddress>
 #include <QTimer>
@@ -22,6 +23,7 @@ PortSession::PortSession(QObject *parent)
     , reconnectTicker(new QTimer(this))
 {
     connectController();
+    connectTransferEvents();
     reconnectTicker->setInterval(2000);
     connect(reconnectTicker, &QTimer::timeout, this, &PortSession::onReconnectTick);
     autoReplyRunner->setSender([this](const QByteArray &bytes, const QString &peer) {
@@ -152,6 +154,7 @@ bool PortSession::openTransport(const QString &portName)
 
 void PortSession::close()
 {
+    abortTransfer(true);
     stateValue = Stopped;
     disarmReconnect();
     dropHeld();
@@ -300,6 +303,10 @@ void PortSession::readUdpSocket()
 void PortSession::ingestRx(const QByteArray &bytes, bool pausable, const QString &peer)
 {
     if (bytes.isEmpty()) {
+        return;
+    }
+    if (activeTransfer && transferRunning() && activeTransfer->ownsPeer(peer)) {
+        takeTransferBytes(bytes); // a transfer's bytes are its own: no tap, no view
         return;
     }
     Q_EMIT rxTapped(bytes, peer);

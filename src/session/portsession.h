@@ -14,6 +14,7 @@
 #include "connection/rxdata.h"
 #include "connection/settings.h"
 #include "session/ansiescapefilter.h"
+#include "transfer/xferconfig.h"
 
 #include <QDateTime>
 #include <QList>
@@ -22,11 +23,13 @@
 #include <functional>
 
 class AutoReplyRunner;
+class FileTransferSession;
 class QTimer;
 class ConnectionController;
 class SequenceRunner;
 struct Sequence;
 struct ScriptPortInfo;
+struct XferPortFacts;
 
 class PortSession : public QObject
 {
@@ -180,8 +183,20 @@ public:
     std::function<int()> selectedPeerRowHook;
     // Reopens a TCP client or relay that a send finds closed; open() when unset.
     std::function<void()> reopenHook;
-    // Whether a file transfer holds the port.
+    // Whether something besides this session's own transfer holds the port.
     std::function<bool()> transferRunningHook;
+    // Whether the port is an end of a bridge link (a transfer may not start then).
+    std::function<bool()> bridgedHook;
+
+    // File transfer. The session takes `transfer` over (as its child), stops the
+    // sequence and script, wires it to the port and starts it; false with the sentence
+    // in `error` (and `transfer` deleted) when the port cannot carry it now. While it
+    // runs, received bytes go to it alone and the other senders are refused.
+    bool startTransfer(FileTransferSession *transfer, QString *error);
+    FileTransferSession *transfer() const { return activeTransfer; }
+    bool transferRunning() const;
+    // What the start checks need to know about the port now.
+    XferPortFacts transferFacts() const;
 
     // A line about the port for whoever shows it: rule hits, sequence steps, script logs.
     void note(const QString &text) { Q_EMIT noted(text); }
@@ -190,7 +205,7 @@ signals:
     void rxTapped(const QByteArray &bytes, const QString &peer);
     void txTapped(const QByteArray &bytes, const QString &peer);
     // Received bytes went to the display queue (`shown` after escape filtering; may be
-    // empty) or were held while paused.
+    // empty) or were held while paused, or taken by a file transfer (rxHeld).
     void rxQueued(const QByteArray &shown);
     void rxHeld();
     // The display queue went from empty to holding data.
@@ -205,6 +220,10 @@ signals:
     // A lost connection is back.
     void reconnected();
     void scriptStateChanged();
+    void transferStarted(FileTransferSession *transfer);
+    // The transfer has ended; transfer() gives it while the signal is handled, and it is
+    // deleted once control returns to the event loop.
+    void transferFinished(const XferEnd &end);
 
 private:
     void connectController();
@@ -213,7 +232,13 @@ private:
     void readUdpSocket();
     void refuse(const QString &text);
     void onReconnectTick();
-    bool transferRunning() const { return transferRunningHook && transferRunningHook(); }
+    void connectTransferEvents();
+    bool writeTransferBytes(const QByteArray &bytes, const QString &peer);
+    void takeTransferBytes(const QByteArray &bytes);
+    void onTransferEnded(const XferEnd &end);
+    // Stops a running transfer for a closed (1) or lost (0) port, giving its cancel
+    // bytes the time the cause allows before the transport goes.
+    void abortTransfer(bool closing);
 
     Settings portSettings;
     FormatSetting formatValue;
@@ -242,4 +267,5 @@ private:
     QList<HeldBytes> pausedBytes;
     qsizetype pausedSize = 0;
     AnsiEscapeFilter ansiFilter;
+    FileTransferSession *activeTransfer = nullptr;
 };

@@ -24,6 +24,12 @@ void SerialPortWidget::disarmReconnect()
 
 void SerialPortWidget::pressBreak()
 {
+    QString why;
+    if (!mayDisturbPort(TxActor::User, DisturbDtr, &why)) {
+        ui->ledRow->releaseBreakHold();
+        showMessage(why, 5000);
+        return;
+    }
     breakReleaseTimer->stop();
     txCaptionTimer->stop();
     breakHeld = applyBreakLine(true);
@@ -88,6 +94,12 @@ bool SerialPortWidget::applyBreakLine(bool on)
 void SerialPortWidget::toggleControlLine(int line)
 {
     const auto which = static_cast<ConnectionController::SerialLine>(line);
+    QString why;
+    if (!mayDisturbPort(TxActor::User,
+                        which == ConnectionController::LineRts ? DisturbRts : DisturbDtr, &why)) {
+        showMessage(why, 5000);
+        return;
+    }
     if (portSettings.connMode != ModeSerial ||
         (which == ConnectionController::LineRts && portSettings.flowControl == 1)) {
         showMessage(explainInertControlLine(), 5000);
