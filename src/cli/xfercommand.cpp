@@ -234,7 +234,7 @@ int XferCommand::execute(const QCommandLineParser &parser, CliOutput &out)
         }
         out.error(session->transfer()->startedText());
         progress.start();
-        loop.exec();
+        static_cast<void>(loop.exec());
         progress.stop();
         if (terminal) {
             std::fprintf(stderr, "\r\033[K");

@@ -111,7 +111,6 @@ void SerialPortWidget::launchFileTransfer(FileTransferDialog *dialog)
     } else {
         last.recvDir = dialog->folder();
     }
-    Q_EMIT settingsChanged();
     if (!chosen.keepOpen) {
         transferDialog = nullptr;
         dialog->deleteLater();
