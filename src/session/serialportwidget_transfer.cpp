@@ -15,6 +15,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QPlainTextEdit>
+#include <QStatusBar>
 #include <QTimer>
 
 namespace {
