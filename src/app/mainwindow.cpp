@@ -241,6 +241,7 @@ void MainWindow::createActions()
     QAction *ascii = tools->addAction(tr("ASCII Code Chart..."));
     ascii->setObjectName(QStringLiteral("acToolsAscii"));
     connect(ascii, &QAction::triggered, this, [this] { openAsciiChart(); });
+    createTransferActions(tools);
     createAutomationActions(tools);
     createScriptActions(tools);
     createDecodeActions(tools);

@@ -255,6 +255,7 @@ private:
     void loadScripts(QSettings &file);
     void closeScriptWindowForExit();
     void createDecodeActions(QMenu *tools);
+    void createTransferActions(QMenu *tools);
     void connectPortDecode(SerialPortWidget *port);
     void saveDecode(QSettings &file) const;
     void loadDecode(QSettings &file);

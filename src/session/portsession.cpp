@@ -6,6 +6,7 @@
 #include "bridge/rfc2217clientsession.h"
 #include "connection/connectioncontroller.h"
 #include "scripting/scriptengine.h"
+#include "transfer/filetransfersession.h"
 
 #include <QHostAddress>
 #include <QTimer>
@@ -24,6 +25,7 @@ PortSession::PortSession(QObject *parent)
 {
     connectController();
     connectRemoteSerial();
+    connectTransferEvents();
     reconnectTicker->setInterval(2000);
     connect(reconnectTicker, &QTimer::timeout, this, &PortSession::onReconnectTick);
     autoReplyRunner->setSender([this](const QByteArray &bytes, const QString &peer) {
@@ -154,6 +156,7 @@ bool PortSession::openTransport(const QString &portName)
 
 void PortSession::close()
 {
+    abortTransfer(true);
     stateValue = Stopped;
     disarmReconnect();
     dropHeld();
@@ -307,6 +310,10 @@ void PortSession::readUdpSocket()
 void PortSession::ingestRx(const QByteArray &bytes, bool pausable, const QString &peer)
 {
     if (bytes.isEmpty()) {
+        return;
+    }
+    if (activeTransfer && transferRunning() && activeTransfer->ownsPeer(peer)) {
+        takeTransferBytes(bytes); // a transfer's bytes are its own: no tap, no view
         return;
     }
     Q_EMIT rxTapped(bytes, peer);

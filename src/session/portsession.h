@@ -15,6 +15,7 @@
 #include "connection/rxdata.h"
 #include "connection/settings.h"
 #include "session/ansiescapefilter.h"
+#include "transfer/xferconfig.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
@@ -26,12 +27,14 @@
 #include <optional>
 
 class AutoReplyRunner;
+class FileTransferSession;
 class QTimer;
 class ConnectionController;
 class Rfc2217ClientSession;
 class SequenceRunner;
 struct Sequence;
 struct ScriptPortInfo;
+struct XferPortFacts;
 
 class PortSession : public QObject
 {
@@ -185,8 +188,20 @@ public:
     std::function<int()> selectedPeerRowHook;
     // Reopens a TCP client or relay that a send finds closed; open() when unset.
     std::function<void()> reopenHook;
-    // Whether a file transfer holds the port.
+    // Whether something besides this session's own transfer holds the port.
     std::function<bool()> transferRunningHook;
+    // Whether the port is an end of a bridge link (a transfer may not start then).
+    std::function<bool()> bridgedHook;
+
+    // File transfer. The session takes `transfer` over (as its child), stops the
+    // sequence and script, wires it to the port and starts it; false with the sentence
+    // in `error` (and `transfer` deleted) when the port cannot carry it now. While it
+    // runs, received bytes go to it alone and the other senders are refused.
+    bool startTransfer(FileTransferSession *transfer, QString *error);
+    FileTransferSession *transfer() const { return activeTransfer; }
+    bool transferRunning() const;
+    // What the start checks need to know about the port now.
+    XferPortFacts transferFacts() const;
 
     // Remote serial (the RFC 2217 client and Live Relay modes): the com-port control
     // stream that runs beside the payload. The session begins when the peer arrives and
@@ -223,7 +238,7 @@ signals:
     void rxTapped(const QByteArray &bytes, const QString &peer);
     void txTapped(const QByteArray &bytes, const QString &peer);
     // Received bytes went to the display queue (`shown` after escape filtering; may be
-    // empty) or were held while paused.
+    // empty) or were held while paused, or taken by a file transfer (rxHeld).
     void rxQueued(const QByteArray &shown);
     void rxHeld();
     // The display queue went from empty to holding data.
@@ -245,6 +260,10 @@ signals:
     // A forwarded change was taken into the record, so that it shows what the remote
     // now holds.
     void remoteSettingsPatched();
+    void transferStarted(FileTransferSession *transfer);
+    // The transfer has ended; transfer() gives it while the signal is handled, and it is
+    // deleted once control returns to the event loop.
+    void transferFinished(const XferEnd &end);
 
 private:
     void connectController();
@@ -258,7 +277,13 @@ private:
                               const QList<std::pair<quint64, Rfc2217Codec::Event>> &answers);
     void armRfc2217Timer();
     void noteRemoteSerialChange();
-    bool transferRunning() const { return transferRunningHook && transferRunningHook(); }
+    void connectTransferEvents();
+    bool writeTransferBytes(const QByteArray &bytes, const QString &peer);
+    void takeTransferBytes(const QByteArray &bytes);
+    void onTransferEnded(const XferEnd &end);
+    // Stops a running transfer for a closed (1) or lost (0) port, giving its cancel
+    // bytes the time the cause allows before the transport goes.
+    void abortTransfer(bool closing);
 
     Settings portSettings;
     FormatSetting formatValue;
@@ -294,4 +319,5 @@ private:
     QString shownRemoteSummary;
     std::optional<quint8> shownModemState;
     int shownRemoteState = 0;
+    FileTransferSession *activeTransfer = nullptr;
 };

@@ -137,7 +137,10 @@ void PortSession::noteTxAccepted(const QByteArray &bytes, const QString &peer, b
 {
     txBytes += bytes.size();
     Q_EMIT txAccepted(bytes);
-    Q_EMIT txTapped(bytes, hasPeer ? peer : QString());
+    // A transfer's blocks are for the device alone, not for decoders or bridges.
+    if (!transferRunning()) {
+        Q_EMIT txTapped(bytes, hasPeer ? peer : QString());
+    }
 }
 
 bool PortSession::sendAutoReply(const QByteArray &bytes, const QString &peer)

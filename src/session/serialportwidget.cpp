@@ -234,8 +234,8 @@ void SerialPortWidget::connectController()
     connect(session, &PortSession::scriptStateChanged, this, &SerialPortWidget::scriptStateChanged);
     session->selectedPeerRowHook = [this] { return selectedPeerRow(); };
     session->reopenHook = [this] { start(QString()); };
-    session->transferRunningHook = [this] { return transferRunning(); };
     connectRemoteSerial();
+    setupTransfer();
 }
 
 void SerialPortWidget::connectDirtyTrackers()
@@ -703,6 +703,10 @@ void SerialPortWidget::stop()
 void SerialPortWidget::pause()
 {
     if (state != Running) {
+        return;
+    }
+    if (transferRunning()) {
+        showMessage(tr("A file transfer is running; the view cannot be paused."), 5000);
         return;
     }
     sendTimer->stop();

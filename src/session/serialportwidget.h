@@ -34,6 +34,11 @@ class QKeyEvent;
 class ReceiveRenderer;
 class QTimer;
 class Ui_SerialPortWidget;
+class FileTransferBar;
+class FileTransferDialog;
+struct XferChoices;
+struct XferEnd;
+enum class XferDirection : int;
 
 // One connection's panel: it owns the port's PortSession (records, transport, runners,
 // the received and sent roads) and shows it.
@@ -206,6 +211,13 @@ public:
     bool flushLog(QString *error);
     QString logPortName() const;
 
+    // File transfer: refuses in the status bar when the port cannot carry one now,
+    // otherwise opens the dialog (window-modal) and starts the transfer it accepts.
+    FileTransferDialog *openFileTransfer(XferDirection direction);
+    FileTransferBar *fileTransferBar() const { return transferBar; }
+    // The dialog's last choices, shared by every port and kept in the settings.
+    static XferChoices &lastTransferChoices();
+
     // Control lines and break.
     void pressBreak();
     void requestBreakRelease();
@@ -234,6 +246,7 @@ signals:
     void scriptStateChanged();
     void transferProgressed();
     void transferEnded(bool ok, const QString &text);
+    void transferFinished(const XferEnd &end);
     void transferStateChanged();
     void sendHistoryArchiveChanged();
     void sendHistoryArchiveExportRequested();
@@ -291,6 +304,9 @@ private:
     QByteArray encodeTerminalText(const QString &text);
     void echoTerminalInput(const QByteArray &bytes);
     bool transferRunning() const;
+    void setupTransfer();
+    void launchFileTransfer(FileTransferDialog *dialog);
+    void onTransferFinished(const XferEnd &end);
     void pullFormatFromWidgets();
     void pushFormatToWidgets();
     void connectFormatWidgets();
@@ -372,4 +388,7 @@ private:
     bool consoleCapture = false;
     bool applyingSettings = false;
     QuickSettingsGroups quickGroups;
+    FileTransferBar *transferBar = nullptr;
+    FileTransferDialog *transferDialog = nullptr; // kept while "keep open" was chosen
+    QTimer *transferBarTimer = nullptr;
 };

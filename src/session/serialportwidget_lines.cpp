@@ -26,6 +26,12 @@ void SerialPortWidget::disarmReconnect()
 
 void SerialPortWidget::pressBreak()
 {
+    QString why;
+    if (!mayDisturbPort(TxActor::User, DisturbDtr, &why)) {
+        ui->ledRow->releaseBreakHold();
+        showMessage(why, 5000);
+        return;
+    }
     breakReleaseTimer->stop();
     txCaptionTimer->stop();
     breakHeld = applyBreakLine(true);
@@ -91,18 +97,17 @@ bool SerialPortWidget::applyBreakLine(bool on)
 void SerialPortWidget::toggleControlLine(int line)
 {
     const auto which = static_cast<ConnectionController::SerialLine>(line);
+    QString why;
+    if (!mayDisturbPort(TxActor::User,
+                        which == ConnectionController::LineRts ? DisturbRts : DisturbDtr, &why)) {
+        showMessage(why, 5000);
+        return;
+    }
     if (connectionModeIsRemoteSerial(portSettings.connMode) &&
         !portSettings.useRemoteSerialConfig &&
         !(which == ConnectionController::LineRts && portSettings.flowControl == 1)) {
         // The wished level goes into the record; the remote gets it with the next push,
         // which is now when com-port control is up.
-        QString why;
-        if (!mayDisturbPort(TxActor::User, which == ConnectionController::LineDtr ? DisturbDtr
-                                                                                  : DisturbRts,
-                            &why)) {
-            showMessage(why, 5000);
-            return;
-        }
         bool &wished = which == ConnectionController::LineDtr ? portSettings.dtrOn
                                                               : portSettings.rtsOn;
         wished = !wished;

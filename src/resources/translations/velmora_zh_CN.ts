@@ -1960,30 +1960,6 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
             <numerusform>重试 %n 次</numerusform>
         </translation>
     </message>
-    <message>
-        <source>%1 bytes</source>
-        <translation>%1 字节</translation>
-    </message>
-    <message>
-        <source>%1 of %2 bytes</source>
-        <translation>%1 / %2 字节</translation>
-    </message>
-    <message>
-        <source>%1 KB/s</source>
-        <translation>%1 KB/s</translation>
-    </message>
-    <message>
-        <source>%1 s left</source>
-        <translation>剩余 %1 秒</translation>
-    </message>
-    <message>
-        <source>%1 min %2 s left</source>
-        <translation>剩余 %1 分 %2 秒</translation>
-    </message>
-    <message>
-        <source>%1 h %2 min left</source>
-        <translation>剩余 %1 小时 %2 分</translation>
-    </message>
 </context>
 <context>
     <name>FileTransferDialog</name>
@@ -3555,6 +3531,14 @@ Reopen it now?</source>
     <message>
         <source>Export Diagnostic Pack...</source>
         <translation>导出诊断包...</translation>
+    </message>
+    <message>
+        <source>Send File...</source>
+        <translation>发送文件...</translation>
+    </message>
+    <message>
+        <source>Receive File...</source>
+        <translation>接收文件...</translation>
     </message>
 </context>
 <context>
@@ -7063,6 +7047,10 @@ Replace it?</source>
         <source>&lt;font color = green&gt; TCP %1 CONNECTED, remote port %2 &lt;/font&gt;</source>
         <translation>&lt;font color = green&gt; TCP %1 已连接，远程端口 %2 &lt;/font&gt;</translation>
     </message>
+    <message>
+        <source>A file transfer is running; the view cannot be paused.</source>
+        <translation>文件传输正在进行，无法暂停显示。</translation>
+    </message>
 </context>
 <context>
     <name>SessionExportDialog</name>
@@ -8074,6 +8062,69 @@ Dialogs: %3
     </message>
 </context>
 <context>
+    <name>XferCommand</name>
+    <message>
+        <source>Sends or receives files with XMODEM or YMODEM.</source>
+        <translation>使用 XMODEM 或 YMODEM 发送或接收文件。</translation>
+    </message>
+    <message>
+        <source>send or receive.</source>
+        <translation>send（发送）或 receive（接收）。</translation>
+    </message>
+    <message>
+        <source>The connection.</source>
+        <translation>连接。</translation>
+    </message>
+    <message>
+        <source>Sending: the files. Receiving: the folder to save into, or the file to save as.</source>
+        <translation>发送：要发送的文件。接收：保存到的文件夹，或另存为的文件。</translation>
+    </message>
+    <message>
+        <source>xmodem, xmodem-crc, xmodem-1k, ymodem (default) or ymodem-g.</source>
+        <translation>xmodem、xmodem-crc、xmodem-1k、ymodem（默认）或 ymodem-g。</translation>
+    </message>
+    <message>
+        <source>The largest block to send: 128 or 1024 (default).</source>
+        <translation>发送的最大块：128 或 1024（默认）。</translation>
+    </message>
+    <message>
+        <source>Receiving: stop after this many MiB (default 0, no limit).</source>
+        <translation>接收：达到此 MiB 数后停止（默认 0，不限制）。</translation>
+    </message>
+    <message>
+        <source>Say send or receive, then the connection.</source>
+        <translation>请先写 send 或 receive，再写连接。</translation>
+    </message>
+    <message>
+        <source>--protocol %1: use xmodem, xmodem-crc, xmodem-1k, ymodem or ymodem-g.</source>
+        <translation>--protocol %1：请使用 xmodem、xmodem-crc、xmodem-1k、ymodem 或 ymodem-g。</translation>
+    </message>
+    <message>
+        <source>--block-size %1: use 128 or 1024.</source>
+        <translation>--block-size %1：请使用 128 或 1024。</translation>
+    </message>
+    <message>
+        <source>--limit-mb %1: give MiB, 0 or more.</source>
+        <translation>--limit-mb %1：请给出 0 或更大的 MiB 数。</translation>
+    </message>
+    <message>
+        <source>Name the files to send.</source>
+        <translation>请指定要发送的文件。</translation>
+    </message>
+    <message>
+        <source>Name one folder to save into, or one file to save as.</source>
+        <translation>请指定一个保存到的文件夹，或一个另存为的文件。</translation>
+    </message>
+    <message>
+        <source>XMODEM carries no file name: name the file to save as.</source>
+        <translation>XMODEM 不携带文件名：请指定另存为的文件。</translation>
+    </message>
+    <message>
+        <source>The folder %1 does not exist.</source>
+        <translation>文件夹 %1 不存在。</translation>
+    </message>
+</context>
+<context>
     <name>XferFileSink</name>
     <message>
         <source>The folder %1 does not exist.</source>
@@ -8125,6 +8176,33 @@ Dialogs: %3
     <message>
         <source>Could not open %1: %2</source>
         <translation>无法打开 %1：%2</translation>
+    </message>
+</context>
+<context>
+    <name>XferProgressText</name>
+    <message>
+        <source>%1 bytes</source>
+        <translation>%1 字节</translation>
+    </message>
+    <message>
+        <source>%1 of %2 bytes</source>
+        <translation>%1 / %2 字节</translation>
+    </message>
+    <message>
+        <source>%1 KB/s</source>
+        <translation>%1 KB/s</translation>
+    </message>
+    <message>
+        <source>%1 s left</source>
+        <translation>剩余 %1 秒</translation>
+    </message>
+    <message>
+        <source>%1 min %2 s left</source>
+        <translation>剩余 %1 分 %2 秒</translation>
+    </message>
+    <message>
+        <source>%1 h %2 min left</source>
+        <translation>剩余 %1 小时 %2 分</translation>
     </message>
 </context>
 <context>
