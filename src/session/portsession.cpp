@@ -4,10 +4,13 @@
 #include "automation/autoreplyrunner.h"
 #include "automation/sequencerunner.h"
 #include "connection/connectioncontroller.h"
+#include "recording/sessionrecorder.h"
 #include "scripting/scriptengine.h"
 
 #include <QHostAddress>
 #include <QTimer>
+
+#include <chrono>
 
 namespace {
 // Held bytes go back to the queue in pieces of this size, so that no record is huge.
@@ -20,6 +23,7 @@ PortSession::PortSession(QObject *parent)
     , autoReplyRunner(new AutoReplyRunner(this))
     , sequenceRunner(new SequenceRunner(this))
     , reconnectTicker(new QTimer(this))
+    , history(std::make_unique<SessionRecorder>())
 {
     connectController();
     reconnectTicker->setInterval(2000);
@@ -44,6 +48,17 @@ PortSession::PortSession(QObject *parent)
 PortSession::~PortSession()
 {
     controller->disconnect(this);
+}
+
+qint64 PortSession::wallClockUs()
+{
+    using namespace std::chrono;
+    return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+void PortSession::recordNote(const QString &text)
+{
+    history->recordNote(text, wallClockUs());
 }
 
 void PortSession::connectController()
@@ -302,6 +317,7 @@ void PortSession::ingestRx(const QByteArray &bytes, bool pausable, const QString
     if (bytes.isEmpty()) {
         return;
     }
+    history->recordRx(bytes, peer, wallClockUs());
     Q_EMIT rxTapped(bytes, peer);
 
     if (pausable && stateValue == Paused) {
