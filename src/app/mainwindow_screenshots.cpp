@@ -20,6 +20,7 @@
 #include <QDateTime>
 #include <QDockWidget>
 #include <QRandomGenerator>
+#include <QTimer>
 
 #include <cmath>
 #include <memory>
@@ -96,10 +97,12 @@ void showFramesSample(SerialPortWidget *port)
     port->clear();
     FormatSetting format = port->formatSettings();
     format.receiveMsgFormat = HexFormat;
+    format.sendMsgFormat = HexFormat;
     format.displaySendMsg = true;
     format.displayMsgTime = true;
     port->applyFormatSetting(format);
     port->setDecoderChoice({DecoderChoice::ModbusRtu, QString(), true});
+    port->setQuickSettingsCollapsed(true);
     const char *const exchange[][2] = {
         {"010300000002", "01030400E6018A"},       {"010400020003", "01040603EA03EB03EC"},
         {"0106000A00C8", "0106000A00C8"},         {"010300640004", "018302"},
@@ -117,7 +120,8 @@ void showFramesSample(SerialPortWidget *port)
         port->ingestRx(rtu(pair[1]), false, QString());
     }
     port->displayPortBuffer();
-    port->framesPanel()->selectRow(3);
+    // The first answer's fields, once the window has laid the panel out.
+    QTimer::singleShot(200, port, [port] { port->framesPanel()->selectRow(3); });
 }
 
 } // namespace
