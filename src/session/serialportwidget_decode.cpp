@@ -44,10 +44,10 @@ void SerialPortWidget::setupDecode()
 // Called once the View menu and the find bar exist.
 void SerialPortWidget::setupFramesPanel()
 {
-    frames = new FramesPanel(decoder, ui->dataSplitter);
+    frames = new FramesPanel(decoder);
     frames->setObjectName(QStringLiteral("framesPanel"));
-    // Under the receive view and the plot, above the send area.
-    ui->dataSplitter->insertWidget(ui->dataSplitter->count() - 1, frames);
+    // At the bottom, below the send box, which stays next to the receive view.
+    ui->dataSplitter->addWidget(frames);
     ui->dataSplitter->setStretchFactor(ui->dataSplitter->indexOf(frames), 3);
     frames->setPortNameProbe([this] { return sessionPortLabel(); });
     frames->setReceiveHexProbe([this] { return format.receiveMsgFormat == HexFormat; });
