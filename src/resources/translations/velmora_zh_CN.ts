@@ -3383,6 +3383,22 @@ Reopen it now?</source>
         <source>Signed in as %1</source>
         <translation>已登录为 %1</translation>
     </message>
+    <message>
+        <source>Receive view: find text, live as data arrives</source>
+        <translation>接收区：查找文本，随数据到达实时更新</translation>
+    </message>
+    <message>
+        <source>Find bar: next and previous match</source>
+        <translation>查找栏：下一个和上一个匹配</translation>
+    </message>
+    <message>
+        <source>Export Session...</source>
+        <translation>导出会话...</translation>
+    </message>
+    <message>
+        <source>Write what the ports received and sent to a file</source>
+        <translation>将各端口收发的数据写入文件</translation>
+    </message>
 </context>
 <context>
     <name>MessageCodec</name>
@@ -6381,6 +6397,30 @@ Reopen it now?</source>
     <message>
         <source>Draw the numbers in the received data as live curves</source>
         <translation>将接收数据中的数字绘制为实时曲线</translation>
+    </message>
+    <message>
+        <source>Frames</source>
+        <translation>帧</translation>
+    </message>
+    <message>
+        <source>Decode the traffic into Modbus or template frames</source>
+        <translation>将通信数据解码为 Modbus 帧或模板帧</translation>
+    </message>
+    <message>
+        <source>These bytes are no longer in the receive view.</source>
+        <translation>接收区中已不再包含这些字节。</translation>
+    </message>
+    <message>
+        <source>Find...</source>
+        <translation>查找...</translation>
+    </message>
+    <message>
+        <source>Export Session...</source>
+        <translation>导出会话...</translation>
+    </message>
+    <message>
+        <source>Write what this port received and sent to a file</source>
+        <translation>将此端口收发的数据写入文件</translation>
     </message>
 </context>
 <context>
