@@ -5,11 +5,14 @@
 #include "automation/sequencerunner.h"
 #include "bridge/rfc2217clientsession.h"
 #include "connection/connectioncontroller.h"
+#include "recording/sessionrecorder.h"
 #include "scripting/scriptengine.h"
 #include "transfer/filetransfersession.h"
 
 #include <QHostAddress>
 #include <QTimer>
+
+#include <chrono>
 
 namespace {
 // Held bytes go back to the queue in pieces of this size, so that no record is huge.
@@ -21,6 +24,7 @@ PortSession::PortSession(QObject *parent)
     , controller(new ConnectionController(this))
     , autoReplyRunner(new AutoReplyRunner(this))
     , sequenceRunner(new SequenceRunner(this))
+    , history(std::make_unique<SessionRecorder>())
     , reconnectTicker(new QTimer(this))
 {
     connectController();
@@ -48,6 +52,17 @@ PortSession::PortSession(QObject *parent)
 PortSession::~PortSession()
 {
     controller->disconnect(this);
+}
+
+qint64 PortSession::wallClockUs()
+{
+    using namespace std::chrono;
+    return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+void PortSession::recordNote(const QString &text)
+{
+    history->recordNote(text, wallClockUs());
 }
 
 void PortSession::connectController()
@@ -316,6 +331,7 @@ void PortSession::ingestRx(const QByteArray &bytes, bool pausable, const QString
         takeTransferBytes(bytes); // a transfer's bytes are its own: no tap, no view
         return;
     }
+    history->recordRx(bytes, peer, wallClockUs());
     Q_EMIT rxTapped(bytes, peer);
 
     if (pausable && stateValue == Paused) {

@@ -5,7 +5,7 @@
 // counters, and the auto reply and sequence runners. The port panel owns one and shows
 // it; velmora-cli drives one directly.
 //
-// The received road: transport -> ingestRx -> rxTapped -> display queue. Consumers of
+// The received road: transport -> ingestRx -> history -> rxTapped -> display queue. Consumers of
 // rxTapped run at arrival, in the order they connected; the runners connect when the
 // owner calls connectRunners(), so an owner that shows the data (the panel, which also
 // feeds its decoders and plot) connects those first.
@@ -32,6 +32,7 @@ class QTimer;
 class ConnectionController;
 class Rfc2217ClientSession;
 class SequenceRunner;
+class SessionRecorder;
 struct Sequence;
 struct ScriptPortInfo;
 struct XferPortFacts;
@@ -94,6 +95,13 @@ public:
     AutoReplyRunner *autoReplies() const { return autoReplyRunner; }
     SequenceRunner *sequences() const { return sequenceRunner; }
     SequenceReportLog &sequenceReportLog() { return sequenceLog; }
+    // The port's bounded history of everything received, sent and noted; exports read
+    // it. Received bytes go in ahead of the taps, accepted sends in noteTxAccepted.
+    SessionRecorder *recorder() const { return history.get(); }
+    // A line in the history about the port: opens, closes, losses, errors, runs.
+    void recordNote(const QString &text);
+    // Wall time in microseconds since the epoch, as the history stamps its events.
+    static qint64 wallClockUs();
 
     // Opens the transport the record names (`portName` overrides a serial device) and
     // marks the session running; false with the reason in lastError() otherwise.
@@ -293,6 +301,7 @@ private:
     AutoReplyRunner *autoReplyRunner = nullptr;
     SequenceRunner *sequenceRunner = nullptr;
     SequenceReportLog sequenceLog;
+    std::unique_ptr<SessionRecorder> history;
     QString lastErrorText;
     QTimer *reconnectTicker = nullptr;
     bool autoReconnectOn = false;

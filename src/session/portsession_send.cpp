@@ -6,6 +6,7 @@
 #include "automation/autoreplyrunner.h"
 #include "automation/sequencerunner.h"
 #include "connection/connectioncontroller.h"
+#include "recording/sessionrecorder.h"
 #include "scripting/scriptengine.h"
 
 bool PortSession::sendMessage(const QByteArray &bytes)
@@ -135,6 +136,9 @@ bool PortSession::writeRaw(const QByteArray &bytes, bool countAsTx, UdpTargetMod
 
 void PortSession::noteTxAccepted(const QByteArray &bytes, const QString &peer, bool hasPeer)
 {
+    if (!transferRunning() && !bytes.isEmpty()) {
+        history->recordTx(bytes, hasPeer ? peer : QString(), wallClockUs());
+    }
     txBytes += bytes.size();
     Q_EMIT txAccepted(bytes);
     // A transfer's blocks are for the device alone, not for decoders or bridges.

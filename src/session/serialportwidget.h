@@ -4,6 +4,8 @@
 #include "connection/rxdata.h"
 #include "connection/settings.h"
 #include "connection/wiretextdecoder.h"
+#include "decode/decoderchoice.h"
+#include "recording/sessionexport.h"
 #include "session/portsession.h"
 #include "session/quicksettingsgroups.h"
 
@@ -16,12 +18,19 @@
 #include <array>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 
 class AutoReplyEngine;
 class AutoReplyRunner;
 struct Command;
 class ConnectionController;
+class DecodeRunner;
+struct FrameTemplate;
+class FramesPanel;
+class ReceiveFindBar;
+class SelectionActions;
+class SessionRecorder;
 class SequenceRunner;
 struct ScriptPortInfo;
 struct AutoReplyConfig;
@@ -205,6 +214,23 @@ public:
     PlotPanel *plotPanel() const { return plot; }
     QMenu *viewMenu() const { return viewMenuValue; }
 
+    // Decoded frames, the port's history and the receive view's find and selection.
+    DecodeRunner *decodeRunner() const { return decoder; }
+    FramesPanel *framesPanel() const { return frames; }
+    ReceiveFindBar *findBar() const { return receiveFind; }
+    SelectionActions *selectionActions() const { return selection; }
+    SessionRecorder *sessionRecorder() const;
+    void setSessionRecordCapacity(qint64 bytes);
+    DecoderChoice decoderChoice() const;
+    void setDecoderChoice(const DecoderChoice &choice);
+    void setFramesVisible(bool visible);
+    // The window's template library; `renames` maps old names to new ones, empty for a
+    // template that is gone, so that the port's choice follows an edit.
+    void setFrameTemplates(const QList<FrameTemplate> &templates,
+                           const QHash<QString, QString> &renames = {});
+    // How the port names itself in a session export (`id` as the exporter numbers it).
+    SessionExport::PortInfo sessionExportInfo(const QString &id) const;
+
     // The log file.
     bool enableLogging();
     void disableLogging();
@@ -257,6 +283,11 @@ private:
     void initialPara();
     void setupAutomation();
     void setupPlot();
+    void setupDecode();
+    void setupHistoryViews();
+    void setupFramesPanel();
+    void clearHistoryViews();
+    void showReceiveContextMenu(const QPoint &position);
     void refreshAutoReplyBadge();
     void connectController();
     void connectDirtyTrackers();
@@ -377,6 +408,15 @@ private:
 
     LogWriter *logWriter = nullptr;
     PlotPanel *plot = nullptr;
+    DecodeRunner *decoder = nullptr;
+    FramesPanel *frames = nullptr;
+    ReceiveFindBar *receiveFind = nullptr;
+    SelectionActions *selection = nullptr;
+    // The template library, and for each name a stamp that changes when its template
+    // does, so that a reload of an unchanged library keeps the running decoder.
+    std::shared_ptr<const QList<FrameTemplate>> templateLibrary;
+    QHash<QString, quint64> templateStamps;
+    quint64 lastTemplateStamp = 0;
     QMenu *viewMenuValue = nullptr;
     bool logAtLineStart = true;
     bool logPendingFlag = false;

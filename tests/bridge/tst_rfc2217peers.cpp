@@ -129,8 +129,7 @@ runpy.run_path('/usr/share/doc/python3-serial/examples/rfc2217_server.py', run_n
 const char *TelnetServer = R"(
 import socket, sys
 srv = socket.create_server(('127.0.0.1', int(sys.argv[1])))
-while True:
-    conn, state = srv.accept()[0], 0
+def serve(conn, state=0):
     conn.sendall(b'\xff\xfb\x01')
     while chunk := conn.recv(4096):
         out = bytearray()
@@ -144,6 +143,12 @@ while True:
             elif b == 255: state = 255
             else: out.append(b)
         conn.sendall(out)
+# The readiness probe connects and drops at once; a reset from it must not end the server.
+while True:
+    conn = srv.accept()[0]
+    try: serve(conn)
+    except OSError: pass
+    conn.close()
 )";
 
 } // namespace

@@ -3540,6 +3540,22 @@ Reopen it now?</source>
         <source>Receive File...</source>
         <translation>接收文件...</translation>
     </message>
+    <message>
+        <source>Export Session...</source>
+        <translation>导出会话...</translation>
+    </message>
+    <message>
+        <source>Write what the ports received and sent to a file</source>
+        <translation>将各端口收发的数据写入文件</translation>
+    </message>
+    <message>
+        <source>Receive view: find text, live as data arrives</source>
+        <translation>接收区：查找文本，随数据到达实时更新</translation>
+    </message>
+    <message>
+        <source>Find bar: next and previous match</source>
+        <translation>查找栏：下一个和上一个匹配</translation>
+    </message>
 </context>
 <context>
     <name>MessageCodec</name>
@@ -7050,6 +7066,30 @@ Replace it?</source>
     <message>
         <source>A file transfer is running; the view cannot be paused.</source>
         <translation>文件传输正在进行，无法暂停显示。</translation>
+    </message>
+    <message>
+        <source>Frames</source>
+        <translation>帧</translation>
+    </message>
+    <message>
+        <source>Decode the traffic into Modbus or template frames</source>
+        <translation>将通信数据解码为 Modbus 帧或模板帧</translation>
+    </message>
+    <message>
+        <source>These bytes are no longer in the receive view.</source>
+        <translation>接收区中已不再包含这些字节。</translation>
+    </message>
+    <message>
+        <source>Find...</source>
+        <translation>查找...</translation>
+    </message>
+    <message>
+        <source>Export Session...</source>
+        <translation>导出会话...</translation>
+    </message>
+    <message>
+        <source>Write what this port received and sent to a file</source>
+        <translation>将此端口收发的数据写入文件</translation>
     </message>
 </context>
 <context>
