@@ -97,6 +97,7 @@ private slots:
     void editorTabAndGutter();
     void highlighter_data();
     void highlighter();
+    void screenshotSample();
 };
 
 void TestScriptWindow::initTestCase()
@@ -339,6 +340,16 @@ void TestScriptWindow::highlighter()
     const QTextCharFormat expected = lua->formatFor(LuaHighlighter::Token(token));
     QCOMPARE(found.foreground(), expected.foreground());
     QCOMPARE(found.fontItalic(), expected.fontItalic());
+}
+
+// The screenshot scene's failure points at the script's fail() line.
+void TestScriptWindow::screenshotSample()
+{
+    std::unique_ptr<ScriptWindow> window(ScriptWindow::createScreenshotSample());
+    const int failLine = window->editor()->errorLine();
+    QVERIFY(window->editor()->document()->findBlockByNumber(failLine - 1).text().contains("fail("));
+    QCOMPARE(outputLines(*window).last(),
+             QStringLiteral("✗ failed at line %1 after 1.21 s").arg(failLine));
 }
 
 QTEST_MAIN(TestScriptWindow)
