@@ -163,24 +163,12 @@ void TestDecodeDialogs::formErrors_data()
     QTest::newRow("delimiter") << "delimiterEdit"
                                << "0D 0"
                                << "Delimiter: Hex bytes need two digits each.";
-    QTest::newRow("poly") << "polyEdit"
-                          << "10x21"
-                          << "Poly: not a hex number";
-    QTest::newRow("offset") << "field:1"
-                            << "three"
-                            << "Field 1: the offset is not a number";
-    QTest::newRow("length") << "field:3"
-                            << "-"
-                            << "Field 1: the length is not a number";
-    QTest::newRow("bits") << "field:4"
-                          << "5-7"
-                          << "Field 1: bits are written \"5..7\"";
-    QTest::newRow("scale") << "field:6"
-                           << "1,5"
-                           << "Field 1: scale and add are numbers";
-    QTest::newRow("decimals") << "field:8"
-                              << "two"
-                              << "Field 1: decimals is a number";
+    QTest::newRow("poly") << "polyEdit" << "10x21" << "Poly: not a hex number";
+    QTest::newRow("offset") << "field:1" << "three" << "Field 1: the offset is not a number";
+    QTest::newRow("length") << "field:3" << "-" << "Field 1: the length is not a number";
+    QTest::newRow("bits") << "field:4" << "5-7" << "Field 1: bits are written \"5..7\"";
+    QTest::newRow("scale") << "field:6" << "1,5" << "Field 1: scale and add are numbers";
+    QTest::newRow("decimals") << "field:8" << "two" << "Field 1: decimals is a number";
     QTest::newRow("when") << "field:11"
                           << "3:01"
                           << "Field 1: When is written \"3=01\" (byte 3 is 0x01)";
