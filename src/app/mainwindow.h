@@ -10,6 +10,7 @@
 #include "session/quicksettingsgroups.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QJsonObject>
 #include <QList>
 #include <QMainWindow>
@@ -37,6 +38,10 @@ class SessionSyncCoordinator;
 class ScriptWindow;
 class SerialPortWidget;
 class ToolBox;
+class BridgeDialog;
+class BridgeManager;
+class PortEndpoint;
+class Rfc2217QuickShareDialog;
 
 // The application window: up to 16 port panels in a grid of splitters or in tabs, the
 // menus, and the status bar with the focused port's traffic, notices and the Live Sync
@@ -194,6 +199,16 @@ public:
     std::function<int()> syncConflictHook;
     std::function<bool()> signInHook;
 
+    // Bridges between ports and ports served on TCP (mainwindow_bridges.cpp).
+    BridgeManager *bridges();
+    BridgeDialog *openBridgeDialog();
+    // Serves port `index` on a local TCP port; the dialog's answer comes from
+    // quickShareHook when set (tests), else from the user.
+    void openQuickShare(int index);
+    std::function<bool(Rfc2217QuickShareDialog &)> quickShareHook;
+    // Saved bridges whose ports the bench does not have yet.
+    QList<BridgeConfig> waitingBridgeConfigs() const { return waitingBridges; }
+
     // Documentation images.
     bool runScreenshotScene(const QString &name);
     static QStringList screenshotSceneNames();
@@ -258,6 +273,14 @@ private:
     void saveDecodeState(QSettings &store) const;
     void loadDecodeState(QSettings &store);
     QWidget *openDecodeScreenshot(const QString &name);
+    void createBridgeActions(QMenu *tools);
+    void connectPortBridge(SerialPortWidget *port);
+    void syncBridgePorts();
+    void adoptWaitingBridges();
+    void updateBridgeBadges();
+    void removeBridgesOfPort(int index);
+    void saveBridges(QSettings &file);
+    void loadBridges(QSettings &file);
     void createCloudActions();
     void setupCloud();
     void updateCloudConsentActions();
@@ -308,8 +331,10 @@ private:
     QList<FrameTemplate> frameTemplateList;
     std::array<DecoderChoice, MaxPorts> decodeChoices{};
     QPointer<ModbusBuilderDialog> modbusBuilder;
-    // The project's bridges, written back as they were read; never enabled on load.
-    QList<BridgeConfig> projectBridges;
+    BridgeManager *bridgeManager = nullptr;
+    QHash<SerialPortWidget *, QPointer<QObject>> bridgeEnds; // each panel's PortEndpoint
+    QList<BridgeConfig> waitingBridges;
+    QPointer<BridgeDialog> bridgeDialog;
     QAction *acAutoReconnect = nullptr;
     QAction *acOpenLastConnection = nullptr;
 
