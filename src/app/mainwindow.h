@@ -94,7 +94,7 @@ public:
     void on_acEditRemove_triggered();
     void on_actionNew_Connection_triggered();
     // What New Connection does with the chosen kind (a NewConnection::Kind): a serial
-    // port or a TCP client through the Add Connection dialog; bridges are not built yet.
+    // port or a TCP client through the Add Connection dialog, or a bridge through Tools > Bridges.
     void addConnectionOfKind(int kind);
     void on_acEditSettings_triggered();
     void on_acViewQuickSettingsFields_triggered();

@@ -3,7 +3,6 @@
 // The last two minutes of a bridge's traffic: A to B above a middle line, B to A below,
 // a red band for each second that dropped data.
 
-#include "bridge/bridgeendpoint.h" // bridgelink.h needs the complete end type
 #include "bridge/bridgelink.h"
 
 #include <QWidget>
