@@ -117,6 +117,8 @@ int ServeCommand::execute(const QCommandLineParser &parser, CliOutput &out)
         session->close();
         return ExitConnection;
     }
+    // The served connection is tuned for forwarding as in the bridge command.
+    hooks.applyBridgeState(true, config.fanoutMode, config.allowedPeers);
     BridgeLink link(config, port, &listener);
     QObject::connect(&link, &BridgeLink::message, session,
                      [&out](const QString &text) { out.error(text); });

@@ -2,6 +2,7 @@
 // project, coming back disabled and forwarding once the user turns it on.
 
 #include "app/mainwindow.h"
+#include "bridge/bridgedialog.h"
 #include "bridge/bridgeflow.h"
 #include "bridge/bridgelink.h"
 #include "bridge/bridgemanager.h"
