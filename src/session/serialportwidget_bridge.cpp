@@ -57,6 +57,9 @@ void SerialPortWidget::setBridgeBadge(const QString &text)
         bridgeBadge->setToolButtonStyle(Qt::ToolButtonTextOnly);
         bridgeBadge->setStyleSheet(
             QStringLiteral("QToolButton { color: #6a1b9a; font-weight: bold; }"));
+        // A long badge gives way in a narrow panel instead of widening the data side
+        // against the division the user chose; its tooltip keeps the whole text.
+        bridgeBadge->setMinimumWidth(bridgeBadge->fontMetrics().averageCharWidth() * 6);
         // Beside the auto reply badge, in the row above the send box.
         const QList<QHBoxLayout *> rows =
             ui->autoReplyBadge->parentWidget()->findChildren<QHBoxLayout *>();
