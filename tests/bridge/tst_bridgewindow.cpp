@@ -71,9 +71,9 @@ void TestBridgeWindow::savedListenerBridgeReturnsDisabledAndForwardsWhenEnabled(
         config.portB = -1;
         config.useBuiltinListener = true;
         config.listenPort = tcpPort;
-        config.enabled = false;
         QString error;
         QVERIFY2(window.bridges()->addLink(config, &error), qPrintable(error));
+        QTRY_VERIFY_WITH_TIMEOUT(window.portWidget(1)->portIsOpen(), 10000);
         QVERIFY(window.saveFile(path, false));
     }
 
