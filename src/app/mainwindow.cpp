@@ -2,6 +2,7 @@
 
 #include "app/appearance.h"
 #include "app/setconfigfilepathdialog.h"
+#include "bridge/bridgemanager.h"
 #include "common/logging.h"
 #include "session/serialportwidget.h"
 #include "tools/asciicode.h"
@@ -18,6 +19,8 @@
 #include <QSettings>
 #include <QStatusBar>
 #include <QTimer>
+
+#include <utility>
 
 MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent)
@@ -64,6 +67,8 @@ MainWindow::~MainWindow()
         portTabs->disconnect(this);
     }
     statusRefreshTimer->stop();
+    // Bridges go before the ports they join, so none writes into a closing port.
+    delete std::exchange(bridgeManager, nullptr);
     disconnect(qApp, &QApplication::focusChanged, this, nullptr);
     for (SerialPortWidget *&port : portWidgets) {
         if (!port) {
@@ -105,6 +110,7 @@ SerialPortWidget *MainWindow::createPortWidget(int index)
     connectPortScripts(port, index);
     connectPortDecode(port);
     connectPortHistory(port);
+    connectPortBridge(port);
     connect(port, &SerialPortWidget::statusShown, this,
             [this, port](const QString &text, int timeoutMs) {
                 onPortStatusShown(port, text, timeoutMs);
@@ -248,6 +254,7 @@ void MainWindow::createActions()
     createAutomationActions(tools);
     createScriptActions(tools);
     createDecodeActions(tools);
+    createBridgeActions(tools);
     createCloudActions();
     createHelpActions();
 }

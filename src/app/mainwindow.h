@@ -10,6 +10,7 @@
 #include "session/quicksettingsgroups.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QJsonObject>
 #include <QList>
 #include <QMainWindow>
@@ -39,6 +40,10 @@ class SessionSyncCoordinator;
 class ScriptWindow;
 class SerialPortWidget;
 class ToolBox;
+class BridgeDialog;
+class BridgeManager;
+class PortEndpoint;
+class Rfc2217QuickShareDialog;
 
 // The application window: up to 16 port panels in a grid of splitters or in tabs, the
 // menus, and the status bar with the focused port's traffic, notices and the Live Sync
@@ -91,7 +96,7 @@ public:
     void on_acEditRemove_triggered();
     void on_actionNew_Connection_triggered();
     // What New Connection does with the chosen kind (a NewConnection::Kind): a serial
-    // port or a TCP client through the Add Connection dialog; bridges are not built yet.
+    // port or a TCP client through the Add Connection dialog, or a bridge through Tools > Bridges.
     void addConnectionOfKind(int kind);
     void on_acEditSettings_triggered();
     void on_acViewQuickSettingsFields_triggered();
@@ -202,6 +207,16 @@ public:
     std::function<int()> syncConflictHook;
     std::function<bool()> signInHook;
 
+    // Bridges between ports and ports served on TCP (mainwindow_bridges.cpp).
+    BridgeManager *bridges();
+    BridgeDialog *openBridgeDialog();
+    // Serves port `index` on a local TCP port; the dialog's answer comes from
+    // quickShareHook when set (tests), else from the user.
+    void openQuickShare(int index);
+    std::function<bool(Rfc2217QuickShareDialog &)> quickShareHook;
+    // Saved bridges whose ports the bench does not have yet.
+    QList<BridgeConfig> waitingBridgeConfigs() const { return waitingBridges; }
+
     // Documentation images.
     bool runScreenshotScene(const QString &name);
     static QStringList screenshotSceneNames();
@@ -270,6 +285,14 @@ private:
     void createHistoryActions(QMenu *file);
     void connectPortHistory(SerialPortWidget *port);
     void shareSessionRecordCapacity();
+    void createBridgeActions(QMenu *tools);
+    void connectPortBridge(SerialPortWidget *port);
+    void syncBridgePorts();
+    void adoptWaitingBridges();
+    void updateBridgeBadges();
+    void removeBridgesOfPort(int index);
+    void saveBridges(QSettings &file);
+    void loadBridges(QSettings &file);
     void createCloudActions();
     void setupCloud();
     void updateCloudConsentActions();
@@ -319,8 +342,10 @@ private:
     std::array<ScriptPortLink *, MaxPorts> scriptLinks{};
     QList<FrameTemplate> frameTemplateList;
     QPointer<ModbusBuilderDialog> modbusBuilder;
-    // The project's bridges, written back as they were read; never enabled on load.
-    QList<BridgeConfig> projectBridges;
+    BridgeManager *bridgeManager = nullptr;
+    QHash<SerialPortWidget *, QPointer<QObject>> bridgeEnds; // each panel's PortEndpoint
+    QList<BridgeConfig> waitingBridges;
+    QPointer<BridgeDialog> bridgeDialog;
     QAction *acAutoReconnect = nullptr;
     QAction *acOpenLastConnection = nullptr;
 

@@ -11,6 +11,8 @@
 #include "recording/diagnosticpackdialog.h"
 #include "decode/framespanel.h"
 #include "decode/modbuscodec.h"
+#include "bridge/bridgedialog.h"
+#include "bridge/bridgemanager.h"
 #include "scripting/scriptapireferencedialog.h"
 #include "plot/plotpanel.h"
 #include "app/scriptwindow.h"
@@ -142,7 +144,8 @@ QStringList MainWindow::screenshotDialogNames()
             QStringLiteral("commands"),      QStringLiteral("scripts"),
             QStringLiteral("apireference"),  QStringLiteral("shortcuts"),
             QStringLiteral("templates"),     QStringLiteral("modbusbuilder"),
-            QStringLiteral("diagnosticpack")};
+            QStringLiteral("diagnosticpack"),
+            QStringLiteral("bridges")};
 }
 
 bool MainWindow::runScreenshotScene(const QString &name)
@@ -288,6 +291,25 @@ QWidget *MainWindow::openScreenshotDialog(const QString &name)
     if (name == QLatin1String("shortcuts")) {
         showKeyboardShortcuts();
         return findChild<QDialog *>(QStringLiteral("keyboardShortcutsDialog"));
+    }
+    if (name == QLatin1String("bridges")) {
+        // A serial port served on a TCP listener, off so that nothing is opened.
+        setPortCount(2);
+        portWidgets[0]->applySettings(
+            sampleSettings(ModeSerial, QStringLiteral("/dev/ttyUSB0"), 6000));
+        syncBridgePorts();
+        BridgeConfig config;
+        config.name = QStringLiteral("PLC gateway");
+        config.portA = 0;
+        config.portB = -1;
+        config.useBuiltinListener = true;
+        config.listenPort = 4001;
+        config.enabled = false;
+        QString error;
+        bridges()->addLink(config, &error);
+        BridgeDialog *dialog = openBridgeDialog();
+        dialog->selectRow(0);
+        return dialog;
     }
     if (name == QLatin1String("newconnection")) {
         auto *dialog = new NewConnection(this);

@@ -2,6 +2,7 @@
 
 #include "cli/clioutput.h"
 #include "cli/commandregistry.h"
+#include "cli/bridgecommand.h"
 #include "cli/crccommand.h"
 #include "cli/decodecommand.h"
 #include "cli/interruptwatcher.h"
@@ -10,6 +11,7 @@
 #include "cli/runscriptcommand.h"
 #include "cli/runsequencecommand.h"
 #include "cli/sendcommand.h"
+#include "cli/servecommand.h"
 #include "cli/simulatecommand.h"
 #include "cli/xfercommand.h"
 
@@ -33,6 +35,8 @@ int main(int argc, char *argv[])
     registry.add(std::make_unique<DecodeCommand>());
     registry.add(std::make_unique<CrcCommand>());
     registry.add(std::make_unique<XferCommand>());
+    registry.add(std::make_unique<ServeCommand>());
+    registry.add(std::make_unique<BridgeCommand>());
 
     CliOutput out;
     return registry.run(QCoreApplication::arguments(), out);

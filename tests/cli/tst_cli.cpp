@@ -10,6 +10,7 @@
 #include "support/testsupport.h"
 
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -71,6 +72,8 @@ private slots:
     void runSequenceAgainstEchoPeer_data();
     void runSequenceAgainstEchoPeer();
     void simulateAnswersPeerOnPty();
+    void forwardsExactBytesBothWays_data();
+    void forwardsExactBytesBothWays();
     void decodeEventsFile_data();
     void decodeEventsFile();
 };
@@ -199,6 +202,16 @@ void TestCli::refusesWithExitCodeAndReason_data()
     row("sequence needs a project", {QStringLiteral("run-sequence"), QStringLiteral("tcp://") + closed,
                                      QStringLiteral("--sequence"), QStringLiteral("Echo")},
         2, QStringLiteral("--project"));
+    row("serve on a TCP port out of range",
+        {QStringLiteral("serve"), QStringLiteral("serial:") + missing, QStringLiteral("--listen"),
+         QStringLiteral("127.0.0.1:65536")},
+        2, QStringLiteral("--listen"));
+    row("serve speaking an unknown protocol",
+        {QStringLiteral("serve"), QStringLiteral("serial:") + missing, QStringLiteral("--listen"),
+         QStringLiteral("0"), QStringLiteral("--protocol"), QStringLiteral("http")},
+        2, QStringLiteral("http"));
+    row("bridge with one end", {QStringLiteral("bridge"), QStringLiteral("serial:") + missing}, 2,
+        QStringLiteral("URL_A URL_B"));
     row("script syntax error names the line",
         {QStringLiteral("run-script"), QStringLiteral("tcp://") + closed,
          QFINDTESTDATA("broken.lua")},
@@ -519,6 +532,68 @@ void TestCli::simulateAnswersPeerOnPty()
     const QJsonObject hit = QJsonDocument::fromJson(simulator->readLine()).object();
     QCOMPARE(hit.value(QStringLiteral("event")).toString(), QStringLiteral("reply"));
     QCOMPARE(hit.value(QStringLiteral("bytes")).toInt(), 6);
+}
+
+void TestCli::forwardsExactBytesBothWays_data()
+{
+    QTest::addColumn<bool>("serve");
+    QTest::newRow("serve: a pty to a TCP client") << true;
+    QTest::newRow("bridge: a pty to a pty") << false;
+}
+
+// A device on a pty answers what comes from the far end: over TCP through serve, or from
+// a second pty through bridge. Every byte value travels each way, and an interrupt ends
+// the forwarding with 130.
+void TestCli::forwardsExactBytesBothWays()
+{
+    QFETCH(bool, serve);
+    testsupport::PtyPair device;
+    testsupport::PtyPair far;
+    QString why;
+    if (!device.start(&why) || (!serve && !far.start(&why))) {
+        QSKIP(qPrintable(why));
+    }
+    QByteArray up;
+    QByteArray down;
+    for (int i = 0; i < 1024; ++i) {
+        up += char(i);
+        down += char((i * 7 + 3) & 0xFF);
+    }
+    auto answer = startPeer({QStringLiteral("serial-answer"), device.portB(),
+                             QString::number(up.size()), QString::fromLatin1(down.toHex())});
+    QVERIFY(answer->waitForReadyRead(10000));
+    QCOMPARE(answer->readLine().trimmed(), QByteArray("ready"));
+
+    const QString served = QStringLiteral("serial:") + device.portA();
+    auto run = startCli(serve ? QStringList{QStringLiteral("serve"), served, QStringLiteral("--listen"),
+                                            QStringLiteral("127.0.0.1:0")}
+                              : QStringList{QStringLiteral("bridge"), served,
+                                            QStringLiteral("serial:") + far.portA()});
+    QByteArray said;
+    QTRY_VERIFY_WITH_TIMEOUT((said += run->readAllStandardError()).contains('\n') ||
+                                 run->state() != QProcess::Running,
+                             15000);
+    QVERIFY2(run->state() == QProcess::Running, said.constData());
+    std::unique_ptr<QProcess> talk;
+    if (serve) {
+        const QRegularExpressionMatch port =
+            QRegularExpression(QStringLiteral("TCP port (\\d+)")).match(QString::fromUtf8(said));
+        QVERIFY2(port.hasMatch(), said.constData());
+        talk = startPeer({QStringLiteral("tcp-talk"), port.captured(1),
+                          QString::fromLatin1(up.toHex()), QString::number(down.size())});
+    } else {
+        talk = startPeer({QStringLiteral("serial-talk"), far.portB(), QString::fromLatin1(up.toHex()),
+                          QString::number(down.size())});
+    }
+    QVERIFY(answer->waitForFinished(20000));
+    QCOMPARE(answer->readAll().trimmed(), up.toHex());
+    QVERIFY(talk->waitForFinished(20000));
+    QCOMPARE(talk->readAll().trimmed(), down.toHex());
+
+    ::kill(pid_t(run->processId()), SIGINT);
+    QVERIFY(run->waitForFinished(15000));
+    QCOMPARE(run->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(run->exitCode(), 130);
 }
 
 void TestCli::decodeEventsFile_data()
