@@ -154,6 +154,8 @@ void MainWindow::createActions()
     fileSaveAs->setShortcut(QKeySequence::SaveAs);
     connect(fileSaveAs, &QAction::triggered, this, [this] { saveAs(); });
     file->addSeparator();
+    createRecordingActions(file);
+    file->addSeparator();
     acAutoReconnect = file->addAction(tr("Reconnect Automatically"));
     acAutoReconnect->setObjectName(QStringLiteral("acAutoReconnect"));
     acAutoReconnect->setCheckable(true);

@@ -33,6 +33,9 @@ class ModbusBuilderDialog;
 class QDockWidget;
 class QSettings;
 class MultiPortSettingDlg;
+class PortHistories;
+class ReplayWindow;
+class SessionRecording;
 class ScriptPortLink;
 class SessionSyncCoordinator;
 class ScriptWindow;
@@ -183,6 +186,12 @@ public:
     // Help > Export Diagnostic Pack, filled with the state of the window.
     DiagnosticPackDialog *openDiagnosticPackDialog();
 
+    // File > Record Session (a recording of every port into one file, or its end) and
+    // File > Open Recording (mainwindow_recording.cpp).
+    void recordSession();
+    ReplayWindow *openRecording(const QString &path = QString());
+    SessionRecording *recording() const { return sessionRecording; }
+
     // The cloud: account, settings sync and the consent (mainwindow_cloud.cpp).
     // The preferences that follow the user between computers, and taking them over.
     SessionState currentSessionState();
@@ -262,6 +271,7 @@ private:
     void loadDecodeState(QSettings &store);
     QWidget *openDecodeScreenshot(const QString &name);
     void createCloudActions();
+    void createRecordingActions(QMenu *file);
     void setupCloud();
     void updateCloudConsentActions();
     void restoreAccountSession();
@@ -293,6 +303,9 @@ private:
     QPointer<SerialPortWidget> lastFocusedPort;
     QPointer<ToolBox> toolBoxDialog;
     QPointer<AsciiCode> asciiDialog;
+    PortHistories *portHistories = nullptr;
+    SessionRecording *sessionRecording = nullptr;
+    QAction *acRecordSession = nullptr;
 
     // Project and last-used state.
     QString currentFile;

@@ -4,11 +4,16 @@
 #include "cli/commandregistry.h"
 #include "cli/crccommand.h"
 #include "cli/decodecommand.h"
+#include "cli/exportcommand.h"
+#include "cli/infocommand.h"
 #include "cli/interruptwatcher.h"
 #include "cli/monitorcommand.h"
 #include "cli/portscommand.h"
+#include "cli/recordcommand.h"
+#include "cli/replaycommand.h"
 #include "cli/runscriptcommand.h"
 #include "cli/runsequencecommand.h"
+#include "cli/searchcommand.h"
 #include "cli/sendcommand.h"
 #include "cli/simulatecommand.h"
 
@@ -31,6 +36,11 @@ int main(int argc, char *argv[])
     registry.add(std::make_unique<SimulateCommand>());
     registry.add(std::make_unique<DecodeCommand>());
     registry.add(std::make_unique<CrcCommand>());
+    registry.add(std::make_unique<RecordCommand>());
+    registry.add(std::make_unique<ReplayCommand>());
+    registry.add(std::make_unique<InfoCommand>());
+    registry.add(std::make_unique<ExportCommand>());
+    registry.add(std::make_unique<SearchCommand>());
 
     CliOutput out;
     return registry.run(QCoreApplication::arguments(), out);

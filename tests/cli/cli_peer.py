@@ -7,6 +7,8 @@
   serial-talk DEV HEX N writes HEX to the serial device DEV and prints as hex what comes
                         back, until N bytes came or 10 s passed
   serial-read DEV N     prints as hex the first N bytes that arrive on DEV (10 s at most)
+  modbus-master DEV     reads holding registers 0-1 and 10 of slave 1 over Modbus RTU on
+                        DEV with pymodbus and prints the values, one read a line
 """
 import socket
 import sys
@@ -69,6 +71,17 @@ def serial_read(device, count):
         print(read_serial(port, count).hex(), flush=True)
 
 
+def modbus_master(device):
+    from pymodbus.client import ModbusSerialClient
+
+    client = ModbusSerialClient(port=device, baudrate=115200, timeout=2, retries=5)
+    client.connect()
+    for address, count in ((0, 2), (10, 1)):
+        reply = client.read_holding_registers(address, count, slave=1)
+        print(getattr(reply, "registers", reply), flush=True)
+    client.close()
+
+
 if __name__ == "__main__":
     mode = sys.argv[1]
     if mode == "tcp-echo":
@@ -79,5 +92,7 @@ if __name__ == "__main__":
         serial_talk(sys.argv[2], sys.argv[3], int(sys.argv[4]))
     elif mode == "serial-read":
         serial_read(sys.argv[2], int(sys.argv[3]))
+    elif mode == "modbus-master":
+        modbus_master(sys.argv[2])
     else:
         sys.exit("unknown mode " + mode)
