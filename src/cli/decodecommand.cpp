@@ -119,7 +119,9 @@ int DecodeCommand::execute(const QCommandLineParser &parser, CliOutput &out)
         RecordingFile recording;
         int port = -1;
         if (!recording.open(eventsPath, &error) ||
-            !recording.portIndex(parser.value(QStringLiteral("port")), &port, &error)) {
+            !recording.portIndex(parser.isSet(QStringLiteral("port")) ? parser.value(QStringLiteral("port"))
+                                                                   : QString(),
+                                 &port, &error)) {
             out.error(error);
             return ExitUsage;
         }

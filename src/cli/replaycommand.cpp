@@ -152,19 +152,23 @@ int ReplayCommand::execute(const QCommandLineParser &parser, CliOutput &out)
             }
         }
     };
+    // Plays on for as long as the live bytes hold what the recording waits for: one read
+    // may carry several recorded requests.
     const auto matchLive = [&] {
-        const qsizetype at = live.indexOf(expected);
-        if (at < 0) {
-            if (live.size() > LiveLimit) {
-                live.remove(0, live.size() - expected.size());
+        while (waiting) {
+            const qsizetype at = live.indexOf(expected);
+            if (at < 0) {
+                if (live.size() > LiveLimit) {
+                    live.remove(0, live.size() - expected.size());
+                }
+                return;
             }
-            return;
+            live.remove(0, at + expected.size());
+            expected.clear();
+            waiting = false;
+            engine.play(nowUs());
+            playHeld();
         }
-        live.remove(0, at + expected.size());
-        expected.clear();
-        waiting = false;
-        engine.play(nowUs());
-        playHeld();
     };
     if (answer) {
         QObject::connect(session, &PortSession::rxTapped, &loop,
