@@ -34,6 +34,7 @@ class QDockWidget;
 class QSettings;
 class MultiPortSettingDlg;
 class PortHistories;
+class RecordSessionDialog;
 class ReplayWindow;
 class SessionRecording;
 class ScriptPortLink;
@@ -191,6 +192,8 @@ public:
     void recordSession();
     ReplayWindow *openRecording(const QString &path = QString());
     SessionRecording *recording() const { return sessionRecording; }
+    // Lets tests fill in the Record Session dialog instead of a user.
+    std::function<bool(RecordSessionDialog &)> recordSessionDialogHook;
 
     // The cloud: account, settings sync and the consent (mainwindow_cloud.cpp).
     // The preferences that follow the user between computers, and taking them over.

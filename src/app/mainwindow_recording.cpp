@@ -33,7 +33,9 @@ void MainWindow::createRecordingActions(QMenu *file)
             for (int i = 0; i < portCountValue; ++i) {
                 SerialPortWidget *panel = portWidgets[size_t(i)];
                 PortSession *session = panel->session();
-                ports.append({panel->consolePortKey(), PortHistories::portInfo(session),
+                // The panel's own identity: its connection may change while recording.
+                const QString key = QString::number(quintptr(session), 16);
+                ports.append({key, PortHistories::portInfo(session),
                               portHistories->historyOf(session)});
             }
             return ports;
@@ -62,7 +64,8 @@ void MainWindow::recordSession()
     const QString folder = lastDirectory.isEmpty() ? QDir::homePath() : lastDirectory;
     RecordSessionDialog dialog(QDir(folder).filePath(name),
                                tr("%n port(s)", nullptr, portCountValue), this);
-    if (dialog.exec() != QDialog::Accepted) {
+    if (recordSessionDialogHook ? !recordSessionDialogHook(dialog)
+                                : dialog.exec() != QDialog::Accepted) {
         return;
     }
     QString error;
