@@ -162,6 +162,7 @@ void MainWindow::createActions()
     connect(fileSaveAs, &QAction::triggered, this, [this] { saveAs(); });
     file->addSeparator();
     createHistoryActions(file);
+    createRecordingActions(file);
     file->addSeparator();
     acAutoReconnect = file->addAction(tr("Reconnect Automatically"));
     acAutoReconnect->setObjectName(QStringLiteral("acAutoReconnect"));

@@ -35,6 +35,9 @@ class ModbusBuilderDialog;
 class QDockWidget;
 class QSettings;
 class MultiPortSettingDlg;
+class RecordSessionDialog;
+class ReplayWindow;
+class SessionRecording;
 class ScriptPortLink;
 class SessionSyncCoordinator;
 class ScriptWindow;
@@ -193,6 +196,14 @@ public:
     // Help > Export Diagnostic Pack, filled with the state of the window.
     DiagnosticPackDialog *openDiagnosticPackDialog();
 
+    // File > Record Session (a recording of every port into one file, or its end) and
+    // File > Open Recording (mainwindow_recording.cpp).
+    void recordSession();
+    ReplayWindow *openRecording(const QString &path = QString());
+    SessionRecording *recording() const { return sessionRecording; }
+    // Lets tests fill in the Record Session dialog instead of a user.
+    std::function<bool(RecordSessionDialog &)> recordSessionDialogHook;
+
     // The cloud: account, settings sync and the consent (mainwindow_cloud.cpp).
     // The preferences that follow the user between computers, and taking them over.
     SessionState currentSessionState();
@@ -294,6 +305,7 @@ private:
     void saveBridges(QSettings &file);
     void loadBridges(QSettings &file);
     void createCloudActions();
+    void createRecordingActions(QMenu *file);
     void setupCloud();
     void updateCloudConsentActions();
     void restoreAccountSession();
@@ -325,6 +337,8 @@ private:
     QPointer<SerialPortWidget> lastFocusedPort;
     QPointer<ToolBox> toolBoxDialog;
     QPointer<AsciiCode> asciiDialog;
+    SessionRecording *sessionRecording = nullptr;
+    QAction *acRecordSession = nullptr;
 
     // Project and last-used state.
     QString currentFile;

@@ -13,6 +13,8 @@
 #include <QObject>
 
 class CliOutput;
+struct FormatSetting;
+struct Settings;
 class PortSession;
 class QCommandLineParser;
 
@@ -31,6 +33,8 @@ public:
     // CliCommand::ExitCode: ExitOk or ExitUsage after a sentence on `out`.
     int prepare(const QCommandLineParser &parser, const QString &url, bool projectRequired,
                 CliOutput &out);
+    // The connection of `url` alone, with the default format.
+    int prepareUrl(const QString &url, CliOutput &out);
     // Opens the session: ExitOk, ExitConnection with the transport's reason, or
     // ExitInterrupted.
     int open(CliOutput &out);
@@ -46,6 +50,9 @@ signals:
     void lost(const QString &reason);
 
 private:
+    int apply(const Settings &given, const FormatSetting &givenFormat, const QString &url,
+              CliOutput &out);
+
     PortSession *portSession = nullptr;
     QString projectPath;
     AutoReplyConfig rules;

@@ -11,6 +11,8 @@
                         that arrive (10 s at most), then writes HEX
   tcp-talk PORT HEX N   connects to PORT on loopback, sends HEX and prints as hex the
                         first N bytes that come back (10 s at most)
+  modbus-master DEV     reads holding registers 0-1 and 10 of slave 1 over Modbus RTU on
+                        DEV with pymodbus and prints the values, one read a line
 """
 import socket
 import sys
@@ -92,6 +94,15 @@ def tcp_talk(port, hex_bytes, count):
                 break
             received += data
         print(received.hex(), flush=True)
+def modbus_master(device):
+    from pymodbus.client import ModbusSerialClient
+
+    client = ModbusSerialClient(port=device, baudrate=115200, timeout=2, retries=5)
+    client.connect()
+    for address, count in ((0, 2), (10, 1)):
+        reply = client.read_holding_registers(address, count, slave=1)
+        print(getattr(reply, "registers", reply), flush=True)
+    client.close()
 
 
 if __name__ == "__main__":
@@ -108,5 +119,7 @@ if __name__ == "__main__":
         serial_answer(sys.argv[2], int(sys.argv[3]), sys.argv[4])
     elif mode == "tcp-talk":
         tcp_talk(int(sys.argv[2]), sys.argv[3], int(sys.argv[4]))
+    elif mode == "modbus-master":
+        modbus_master(sys.argv[2])
     else:
         sys.exit("unknown mode " + mode)

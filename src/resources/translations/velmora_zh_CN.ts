@@ -2040,10 +2040,6 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <translation>使用 --project 库中的帧模板解码。</translation>
     </message>
     <message>
-        <source>An events file: lines of &quot;&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]&quot;.</source>
-        <translation>事件文件：每行为“&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]”。</translation>
-    </message>
-    <message>
         <source>Writes the frames CSV to FILE.</source>
         <translation>将帧 CSV 写入 FILE。</translation>
     </message>
@@ -2078,6 +2074,18 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     <message>
         <source>Cannot write %1: %2</source>
         <translation>无法写入 %1：%2</translation>
+    </message>
+    <message>
+        <source>An events file (lines of &quot;&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]&quot;) or a .vlmlog recording, with --port ID for one of its ports.</source>
+        <translation>事件文件（每行为“&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]”）或 .vlmlog 录制文件，用 --port ID 选择其中一个端口。</translation>
+    </message>
+    <message>
+        <source>%1 holds %2 ports: choose one with --port ID.</source>
+        <translation>%1 含有 %2 个端口：请用 --port ID 选择一个。</translation>
+    </message>
+    <message>
+        <source>Could not read the recording again.</source>
+        <translation>无法再次读取该录制文件。</translation>
     </message>
 </context>
 <context>
@@ -2266,6 +2274,53 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     <message>
         <source>--duration %1: give seconds, 0 or more.</source>
         <translation>--duration %1：请给出 0 或更大的秒数。</translation>
+    </message>
+</context>
+<context>
+    <name>ExportCommand</name>
+    <message>
+        <source>Writes a recording as text, CSV or JSON Lines.</source>
+        <translation>将录制文件导出为文本、CSV 或 JSON Lines。</translation>
+    </message>
+    <message>
+        <source>The recording.</source>
+        <translation>录制文件。</translation>
+    </message>
+    <message>
+        <source>text, csv or jsonl.</source>
+        <translation>text、csv 或 jsonl。</translation>
+    </message>
+    <message>
+        <source>Exports only this port of the recording.</source>
+        <translation>只导出录制中的这个端口。</translation>
+    </message>
+    <message>
+        <source>Writes to FILE instead of standard output.</source>
+        <translation>写入 FILE，而不是标准输出。</translation>
+    </message>
+    <message>
+        <source>Give --format text, csv or jsonl.</source>
+        <translation>请给出 --format text、csv 或 jsonl。</translation>
+    </message>
+    <message>
+        <source>Cannot write to standard output.</source>
+        <translation>无法写入标准输出。</translation>
+    </message>
+    <message>
+        <source>Cannot write %1: %2</source>
+        <translation>无法写入 %1：%2</translation>
+    </message>
+    <message>
+        <source>Could not read the recording again.</source>
+        <translation>无法再次读取该录制文件。</translation>
+    </message>
+    <message>
+        <source>Cannot write the export: %1</source>
+        <translation>无法写入导出内容：%1</translation>
+    </message>
+    <message>
+        <source>Could not read the recording: %1</source>
+        <translation>无法读取录制文件：%1</translation>
     </message>
 </context>
 <context>
@@ -3293,6 +3348,77 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     </message>
 </context>
 <context>
+    <name>InfoCommand</name>
+    <message>
+        <source>Tells what a recording holds and how long indexing it took.</source>
+        <translation>显示录制文件的内容概况以及建立索引所用的时间。</translation>
+    </message>
+    <message>
+        <source>The recording.</source>
+        <translation>录制文件。</translation>
+    </message>
+    <message>
+        <source>File: %1 (%2 bytes)</source>
+        <translation>文件：%1（%2 字节）</translation>
+    </message>
+    <message>
+        <source>Part: %1</source>
+        <translation>分段：%1</translation>
+    </message>
+    <message>
+        <source>Previous part: %1</source>
+        <translation>上一分段：%1</translation>
+    </message>
+    <message>
+        <source>Next part: %1</source>
+        <translation>下一分段：%1</translation>
+    </message>
+    <message>
+        <source>Ports: %1</source>
+        <translation>端口：%1</translation>
+    </message>
+    <message>
+        <source>  %1  %2  %3  (%4 events)</source>
+        <translation>  %1  %2  %3  （%4 个事件）</translation>
+    </message>
+    <message>
+        <source>Events: %1</source>
+        <translation>事件：%1</translation>
+    </message>
+    <message>
+        <source>Bytes: %1</source>
+        <translation>字节：%1</translation>
+    </message>
+    <message>
+        <source>First: %1</source>
+        <translation>最早：%1</translation>
+    </message>
+    <message>
+        <source>Last: %1</source>
+        <translation>最晚：%1</translation>
+    </message>
+    <message>
+        <source>Torn tail: yes, the last line is cut</source>
+        <translation>末尾截断：是，最后一行不完整</translation>
+    </message>
+    <message>
+        <source>Torn tail: no</source>
+        <translation>末尾截断：否</translation>
+    </message>
+    <message>
+        <source>Ended: %1</source>
+        <translation>结束原因：%1</translation>
+    </message>
+    <message>
+        <source>Unreadable lines: %1</source>
+        <translation>无法读取的行：%1</translation>
+    </message>
+    <message>
+        <source>Indexed in %1 ms</source>
+        <translation>索引用时 %1 毫秒</translation>
+    </message>
+</context>
+<context>
     <name>LiveSyncStatus</name>
     <message>
         <source>Not listening</source>
@@ -3919,6 +4045,36 @@ Reopen it now?</source>
     <message>
         <source>%1 is now served on TCP port %2 of this computer.</source>
         <translation>%1 现已在本机 TCP 端口 %2 上提供服务。</translation>
+    </message>
+    <message>
+        <source>Record Session...</source>
+        <translation>录制会话...</translation>
+    </message>
+    <message>
+        <source>Open Recording...</source>
+        <translation>打开录制...</translation>
+    </message>
+    <message>
+        <source>Stop Recording</source>
+        <translation>停止录制</translation>
+    </message>
+    <message>
+        <source>Record Session</source>
+        <translation>录制会话</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n port(s)</source>
+        <translation>
+            <numerusform>%n 个端口</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Open Recording</source>
+        <translation>打开录制</translation>
+    </message>
+    <message>
+        <source>Recordings and session exports (*.vlmlog *.jsonl)</source>
+        <translation>录制文件和会话导出 (*.vlmlog *.jsonl)</translation>
     </message>
 </context>
 <context>
@@ -4819,10 +4975,6 @@ Reopen it now?</source>
         <source>The line settings asked for over the network were refused: %1</source>
         <translation>通过网络请求的线路参数被拒绝：%1</translation>
     </message>
-    <message>
-        <source>this port cannot pass requests on to its server</source>
-        <translation>此端口无法将请求转给其服务器</translation>
-    </message>
 </context>
 <context>
     <name>PortEndpoint</name>
@@ -5031,6 +5183,33 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>RecordCommand</name>
+    <message>
+        <source>Records what one or more connections receive and send into a .vlmlog file.</source>
+        <translation>将一个或多个连接收发的数据录制到 .vlmlog 文件。</translation>
+    </message>
+    <message>
+        <source>A connection to record; give several to record them together.</source>
+        <translation>要录制的连接；给出多个则一起录制。</translation>
+    </message>
+    <message>
+        <source>The recording file to write.</source>
+        <translation>要写入的录制文件。</translation>
+    </message>
+    <message>
+        <source>Name at least one connection to record.</source>
+        <translation>请至少指定一个要录制的连接。</translation>
+    </message>
+    <message>
+        <source>Give the recording file with --out FILE.vlmlog.</source>
+        <translation>请用 --out FILE.vlmlog 给出录制文件。</translation>
+    </message>
+    <message>
+        <source>Recorded %1 bytes into %2.</source>
+        <translation>已将 %1 字节录制到 %2。</translation>
+    </message>
+</context>
+<context>
     <name>RecordSessionDialog</name>
     <message>
         <source>Start with what VLM already holds from this session (%1)</source>
@@ -5076,6 +5255,29 @@ Replace it?</source>
     </message>
 </context>
 <context>
+    <name>RecordingFile</name>
+    <message>
+        <source>Give the recording file.</source>
+        <translation>请给出录制文件。</translation>
+    </message>
+    <message>
+        <source>Could not read %1: %2</source>
+        <translation>无法读取 %1：%2</translation>
+    </message>
+    <message>
+        <source>%1 is not a recording: none of its lines is a recording line.</source>
+        <translation>%1 不是录制文件：其中没有任何一行是录制行。</translation>
+    </message>
+    <message>
+        <source>The recording has no port &quot;%1&quot;; its ports are: %2.</source>
+        <translation>录制中没有端口“%1”；其端口为：%2。</translation>
+    </message>
+    <message>
+        <source>none</source>
+        <translation>无</translation>
+    </message>
+</context>
+<context>
     <name>RelaySocket</name>
     <message>
         <source>Missing relay address or ticket.</source>
@@ -5084,6 +5286,61 @@ Replace it?</source>
     <message>
         <source>Live Relay is not available in this build.</source>
         <translation>此版本不支持 Live Relay。</translation>
+    </message>
+</context>
+<context>
+    <name>ReplayCommand</name>
+    <message>
+        <source>Plays what a recorded port received into a connection.</source>
+        <translation>将录制端口收到的数据回放到一个连接中。</translation>
+    </message>
+    <message>
+        <source>The recording.</source>
+        <translation>录制文件。</translation>
+    </message>
+    <message>
+        <source>The recorded port to play.</source>
+        <translation>要回放的录制端口。</translation>
+    </message>
+    <message>
+        <source>The connection to play into.</source>
+        <translation>回放的目标连接。</translation>
+    </message>
+    <message>
+        <source>Plays this many times faster than recorded.</source>
+        <translation>以录制速度的这一倍数回放。</translation>
+    </message>
+    <message>
+        <source>Plays as fast as the connection takes it.</source>
+        <translation>以连接能接受的最快速度回放。</translation>
+    </message>
+    <message>
+        <source>Waits for the recorded request before each response.</source>
+        <translation>每次应答前先等待录制中的请求到达。</translation>
+    </message>
+    <message>
+        <source>Give the recorded port with --port ID and the connection with --to URL.</source>
+        <translation>请用 --port ID 给出录制端口，用 --to URL 给出连接。</translation>
+    </message>
+    <message>
+        <source>Give either --speed X or --fastest.</source>
+        <translation>请给出 --speed X 或 --fastest 之一。</translation>
+    </message>
+    <message>
+        <source>--speed %1: give a factor above 0, such as 0.5 or 10.</source>
+        <translation>--speed %1：请给出大于 0 的倍数，例如 0.5 或 10。</translation>
+    </message>
+    <message>
+        <source>Could not read the recording again.</source>
+        <translation>无法再次读取该录制文件。</translation>
+    </message>
+    <message>
+        <source>%1 did not take the recorded bytes.</source>
+        <translation>%1 未接受录制的字节。</translation>
+    </message>
+    <message>
+        <source>Played %1 bytes into %2.</source>
+        <translation>已向 %2 回放 %1 字节。</translation>
     </message>
 </context>
 <context>
@@ -6397,6 +6654,59 @@ Replace it?</source>
     <message>
         <source>… older output was removed; the window keeps the latest lines.</source>
         <translation>… 较早的输出已移除，窗口只保留最新的行。</translation>
+    </message>
+</context>
+<context>
+    <name>SearchCommand</name>
+    <message>
+        <source>Finds text or bytes in a recording, one line per hit.</source>
+        <translation>在录制文件中查找文本或字节，每个匹配一行。</translation>
+    </message>
+    <message>
+        <source>The recording.</source>
+        <translation>录制文件。</translation>
+    </message>
+    <message>
+        <source>The text to find (UTF-8).</source>
+        <translation>要查找的文本（UTF-8）。</translation>
+    </message>
+    <message>
+        <source>The bytes to find, as hex pairs.</source>
+        <translation>要查找的字节，以十六进制对表示。</translation>
+    </message>
+    <message>
+        <source>Text must match in case too.</source>
+        <translation>文本须区分大小写匹配。</translation>
+    </message>
+    <message>
+        <source>Lists only hits in this port of the recording.</source>
+        <translation>只列出录制中该端口的匹配。</translation>
+    </message>
+    <message>
+        <source>One JSON object per hit.</source>
+        <translation>每个匹配输出一个 JSON 对象。</translation>
+    </message>
+    <message>
+        <source>Give either --text T or --hex H.</source>
+        <translation>请给出 --text T 或 --hex H 之一。</translation>
+    </message>
+    <message>
+        <source>Could not read the recording again.</source>
+        <translation>无法再次读取该录制文件。</translation>
+    </message>
+    <message>
+        <source>%1  %2  event %3 at byte %4%5</source>
+        <translation>%1  %2  事件 %3 第 %4 字节%5</translation>
+    </message>
+    <message>
+        <source> (split over events)</source>
+        <translation>（跨多个事件）</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n hit(s).</source>
+        <translation>
+            <numerusform>%n 个匹配。</numerusform>
+        </translation>
     </message>
 </context>
 <context>
