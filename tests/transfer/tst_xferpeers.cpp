@@ -9,6 +9,8 @@
 #include "transfer/xferfilesource.h"
 #include "transfer/xmodemcodec.h"
 
+#include "support/testdata.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QProcess>
@@ -23,31 +25,13 @@
 
 using P = XferProtocol;
 
+using testdata::randomBytes;
+using testdata::readFile;
+using testdata::writeFile;
+
 namespace {
 
 const QString Python = QStringLiteral("/usr/bin/python3");
-
-QByteArray randomBytes(qsizetype size)
-{
-    QByteArray bytes(size, '\0');
-    QRandomGenerator random(quint32(size) + 11);
-    for (char &b : bytes) {
-        b = char(random.bounded(256));
-    }
-    return bytes;
-}
-
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
 
 // Every file under `root`, as paths relative to it.
 QStringList filesUnder(const QString &root)
@@ -168,7 +152,7 @@ void TestXferPeers::lrzsz()
     QVERIFY2(pty.start({0, 1000, 4096}, &why), qPrintable(why));
     QTemporaryDir ours;
     QTemporaryDir theirs;
-    const QByteArray data = randomBytes(size);
+    const QByteArray data = randomBytes(size, quint32(size) + 11);
     const QString name = QStringLiteral("f");
     QVERIFY(writeFile((sending ? ours : theirs).filePath(name), data));
 
