@@ -111,13 +111,5 @@ int RecordCommand::execute(const QCommandLineParser &parser, CliOutput &out)
     out.line(tr("Recorded %1 bytes into %2.")
                  .arg(recording.bytesWritten())
                  .arg(QDir::toNativeSeparators(path)));
-    switch (end) {
-    case CommandLoop::Interrupted:
-        return ExitInterrupted;
-    case CommandLoop::ConnectionLost:
-        out.error(loop.lostReason());
-        return ExitConnection;
-    default:
-        return ExitOk;
-    }
+    return loop.exitCode(end, out);
 }

@@ -203,13 +203,5 @@ int ReplayCommand::execute(const QCommandLineParser &parser, CliOutput &out)
         return ExitConnection;
     }
     out.error(tr("Played %1 bytes into %2.").arg(played).arg(session->label()));
-    switch (end) {
-    case CommandLoop::Interrupted:
-        return ExitInterrupted;
-    case CommandLoop::ConnectionLost:
-        out.error(loop.lostReason());
-        return ExitConnection;
-    default:
-        return ExitOk;
-    }
+    return loop.exitCode(end, out);
 }
