@@ -149,7 +149,8 @@ function startGuest() {
   $('workspace').hidden = false;
   $('signout').textContent = 'Leave';
   $('signout').hidden = false;
-  $('who').textContent = guest.label || guest.port_name;
+  const levels = { view: 'view only', send: 'view and send', control: 'view, send and port control' };
+  $('who').textContent = (guest.label || guest.port_name) + ' · ' + (levels[guest.web] || guest.web);
   renderPort();
   connect();
 }
@@ -273,6 +274,7 @@ function onFrame(frame) {
     break;
   case 'watch':
     setStatus(frame.status ? 'Watching ' + (frame.port_key || 'all ports') + '.' : frame.description);
+    if (state.guest && frame.status && frame.device) { state.devices = [frame.device]; renderPort(); }
     break;
   case 'events':
     for (const event of frame.events) {
