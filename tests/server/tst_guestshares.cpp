@@ -314,6 +314,7 @@ void TestGuestShares::hostileGuests_data()
                                                         << u"permission_denied"_qs;
     QTest::newRow("flood of joins on one code") << u"flood"_qs << QJsonObject() << u"rate_limited"_qs;
     QTest::newRow("made-up code") << u"made up"_qs << QJsonObject() << u"share_not_found"_qs;
+    QTest::newRow("codes guessed from one address") << u"guessing"_qs << QJsonObject() << u"rate_limited"_qs;
 }
 
 void TestGuestShares::hostileGuests()
@@ -390,14 +391,25 @@ void TestGuestShares::hostileGuests()
         }
         last = join(setup, invite).json[u"code"].toString();
     } else if (situation == u"busy") {
-        QVERIFY(!join(setup, invite, {{u"route"_qs, u"relay"_qs}}).json[u"ticket"].toString().isEmpty());
+        const auto first = join(setup, invite, {{u"route"_qs, u"relay"_qs}});
         QCOMPARE(setup.host.waitFor(u"commands"_qs)[u"commands"][0][u"command"].toString(), u"open_relay"_qs);
         last = join(setup, invite, {{u"route"_qs, u"relay"_qs}, {u"guest_name"_qs, u"Eve"_qs}}).json[u"code"].toString();
+        // The first guest leaves with its own token, and the port is free again.
+        const QString path = u"/api/v3/relay/sessions/"_qs + first.json[u"relay_id"].toString();
+        QCOMPARE(setup.server.call("DELETE", path, QByteArray(), u"rgt_forged"_qs).status, 404);
+        QCOMPARE(setup.server.call("DELETE", path, QByteArray(), first.json[u"guest_token"].toString()).status, 200);
+        QCOMPARE(join(setup, invite, {{u"route"_qs, u"relay"_qs}}).json[u"code"].toString(), u"ok"_qs);
+        QCOMPARE(setup.host.waitFor(u"commands"_qs)[u"commands"][0][u"command"].toString(), u"open_relay"_qs);
     } else if (situation == u"relay route") {
         last = join(setup, invite, {{u"route"_qs, u"relay"_qs}}).json[u"code"].toString();
     } else if (situation == u"flood") {
         for (int i = 0; i < 10; ++i)
             QCOMPARE(join(setup, invite).json[u"code"].toString(), u"ok"_qs);
+        last = join(setup, invite).json[u"code"].toString();
+    } else if (situation == u"guessing") {
+        for (int i = 0; i < 20; ++i)
+            QCOMPARE(join(setup, u"7KQ2-M9XD-4H"_qs + QString::number(10 + i)).json[u"code"].toString(),
+                     u"share_not_found"_qs);
         last = join(setup, invite).json[u"code"].toString();
     } else if (situation == u"made up") {
         QCOMPARE(setup.server.call("GET", u"/api/v3/relay/join/7KQ2-M9XD-4HTW"_qs).json[u"code"].toString(), code);
