@@ -17,8 +17,8 @@ using Need = BodyReader::Need;
 namespace {
 
 const QString kType = QStringLiteral("relay");
-constexpr int kMaxLiveShares = 32;   // per account
-constexpr int kMaxPasses = 10000;    // browser guest tokens held at once
+constexpr int kMaxLiveShares = 32; // per account
+constexpr int kMaxPasses = 10000;  // browser guest tokens held at once
 constexpr int kMaxPasscodeInput = 256;
 
 // What a guest (and the log) is told when a share ends, by the reason kept with it.
@@ -52,11 +52,13 @@ ShareApi::ShareApi(ServerContext &context, ConsoleHub &console, RelayHub &relays
         const Lookup found = this->context.shares.findById(shareId, &record);
         if (found == Lookup::Failed) {
             *refusal = {500, QStringLiteral("internal_error"),
-                        QStringLiteral("The server could not complete the request. Please try again later.")};
+                        QStringLiteral(
+                            "The server could not complete the request. Please try again later.")};
             return false;
         }
         if (found == Lookup::Missing || record.userId != userId) {
-            *refusal = {404, QStringLiteral("share_not_found"), QStringLiteral("There is no such share.")};
+            *refusal = {404, QStringLiteral("share_not_found"),
+                        QStringLiteral("There is no such share.")};
             return false;
         }
         const ApiReply ended = endedReply(record, this->context.now());
@@ -71,8 +73,8 @@ ShareApi::ShareApi(ServerContext &context, ConsoleHub &console, RelayHub &relays
                                     ConsoleHub::Refusal *refusal) {
         const auto pass = passes.constFind(secrets::sha256Hex(token));
         ShareRecord record;
-        if (token.isEmpty() || pass == passes.constEnd()
-            || this->context.shares.findById(pass->shareId, &record) != Lookup::Found) {
+        if (token.isEmpty() || pass == passes.constEnd() ||
+            this->context.shares.findById(pass->shareId, &record) != Lookup::Found) {
             *refusal = {401, QStringLiteral("unauthorized"),
                         QStringLiteral("The invite is no longer valid; join again with the code.")};
             return false;
@@ -80,20 +82,23 @@ ShareApi::ShareApi(ServerContext &context, ConsoleHub &console, RelayHub &relays
         const ApiReply ended = endedReply(record, this->context.now());
         if (ended.httpStatus != 200 || record.web == u"none") {
             *refusal = {ended.httpStatus == 200 ? 403 : ended.httpStatus,
-                        ended.httpStatus == 200 ? QStringLiteral("permission_denied") : ended.code(),
+                        ended.httpStatus == 200 ? QStringLiteral("permission_denied")
+                                                : ended.code(),
                         ended.body[u"description"].toString()};
             return false;
         }
-        *grant = {record.userId,    record.cid,   record.shareId,  record.portKey,    record.portName,
-                  record.label,     record.web,   pass->guestName, record.createdAt, record.expiresAt};
+        *grant = {record.userId, record.cid, record.shareId,  record.portKey,   record.portName,
+                  record.label,  record.web, pass->guestName, record.createdAt, record.expiresAt};
         return true;
     });
     console.setRunChanged([this](qint64 userId, const QString &cid, const QString &sessionId) {
         QStringList ended;
-        if (!this->context.shares.revokeOtherRuns(userId, cid, sessionId, this->context.now(), &ended))
+        if (!this->context.shares.revokeOtherRuns(userId, cid, sessionId, this->context.now(),
+                                                  &ended))
             return;
         for (const QString &shareId : std::as_const(ended)) {
-            qCInfo(lcServer).noquote() << "share" << shareId << "ended: its computer started a new run";
+            qCInfo(lcServer).noquote()
+                << "share" << shareId << "ended: its computer started a new run";
             endLive(shareId, QStringLiteral("stale"));
         }
     });
@@ -102,13 +107,20 @@ ShareApi::ShareApi(ServerContext &context, ConsoleHub &console, RelayHub &relays
 void ShareApi::addRoutes(Router &router)
 {
     const auto bindTo = [this](void (ShareApi::*method)(const ApiRequest &, const Router::Done &)) {
-        return [this, method](const ApiRequest &request, const Router::Done &done) { (this->*method)(request, done); };
+        return [this, method](const ApiRequest &request, const Router::Done &done) {
+            (this->*method)(request, done);
+        };
     };
-    router.add(QStringLiteral("POST"), QStringLiteral("/api/v3/relay/shares"), bindTo(&ShareApi::create));
-    router.add(QStringLiteral("GET"), QStringLiteral("/api/v3/relay/shares"), bindTo(&ShareApi::list));
-    router.add(QStringLiteral("DELETE"), QStringLiteral("/api/v3/relay/shares/{id}"), bindTo(&ShareApi::revoke));
-    router.add(QStringLiteral("GET"), QStringLiteral("/api/v3/relay/join/{code}"), bindTo(&ShareApi::peek));
-    router.add(QStringLiteral("POST"), QStringLiteral("/api/v3/relay/join"), bindTo(&ShareApi::join));
+    router.add(QStringLiteral("POST"), QStringLiteral("/api/v3/relay/shares"),
+               bindTo(&ShareApi::create));
+    router.add(QStringLiteral("GET"), QStringLiteral("/api/v3/relay/shares"),
+               bindTo(&ShareApi::list));
+    router.add(QStringLiteral("DELETE"), QStringLiteral("/api/v3/relay/shares/{id}"),
+               bindTo(&ShareApi::revoke));
+    router.add(QStringLiteral("GET"), QStringLiteral("/api/v3/relay/join/{code}"),
+               bindTo(&ShareApi::peek));
+    router.add(QStringLiteral("POST"), QStringLiteral("/api/v3/relay/join"),
+               bindTo(&ShareApi::join));
 }
 
 void ShareApi::create(const ApiRequest &request, const Router::Done &done)
@@ -120,11 +132,14 @@ void ShareApi::create(const ApiRequest &request, const Router::Done &done)
     const QString cid = body.text(QStringLiteral("cid"), Need::Required).toLower();
     const QString session = body.text(QStringLiteral("session_id"), Need::Required);
     const QString portKey = body.text(QStringLiteral("port_key"), Need::Required);
-    body.require(inputrules::isPlainName(portKey, 32), QStringLiteral("port_key"),
-                 QStringLiteral("A port key is 1 to 32 letters, digits, dots, dashes or underscores."));
+    body.require(
+        inputrules::isPlainName(portKey, 32), QStringLiteral("port_key"),
+        QStringLiteral("A port key is 1 to 32 letters, digits, dots, dashes or underscores."));
     const qint64 ttl = body.integer(QStringLiteral("ttl_seconds"), Need::Required, 1, 7 * 86400);
-    body.require(SharePolicy::isTtl(ttl), QStringLiteral("ttl_seconds"),
-                 QStringLiteral("An invite lasts 1, 4, 12 or 24 hours (3600, 14400, 43200 or 86400 seconds)."));
+    body.require(
+        SharePolicy::isTtl(ttl), QStringLiteral("ttl_seconds"),
+        QStringLiteral(
+            "An invite lasts 1, 4, 12 or 24 hours (3600, 14400, 43200 or 86400 seconds)."));
     const QString label = body.text(QStringLiteral("label"), Need::Optional);
     body.require(inputrules::isDisplayText(label, 64), QStringLiteral("label"),
                  QStringLiteral("A label is one line of at most 64 characters."));
@@ -136,8 +151,8 @@ void ShareApi::create(const ApiRequest &request, const Router::Done &done)
     body.require(web.isEmpty() || SharePolicy::parseLevel(web, &level), QStringLiteral("web"),
                  QStringLiteral("\"web\" is none, view, send or control."));
     const QJsonValue relayValue = body.json().value(QStringLiteral("relay"));
-    body.require(relayValue.isUndefined() || relayValue.isNull() || relayValue.isBool(), QStringLiteral("relay"),
-                 QStringLiteral("\"relay\" is true or false."));
+    body.require(relayValue.isUndefined() || relayValue.isNull() || relayValue.isBool(),
+                 QStringLiteral("relay"), QStringLiteral("\"relay\" is true or false."));
     const bool relay = relayValue.toBool();
     body.require(level != SharePolicy::Level::None || relay, QStringLiteral("web"),
                  QStringLiteral("Allow at least one way in: the browser, Velmora, or both."));
@@ -150,7 +165,8 @@ void ShareApi::create(const ApiRequest &request, const Router::Done &done)
     // The computer must be online in this very run and have reported the port: the app
     // retries these three refusals after sending its port list again.
     const QString current = console.currentSession(principal.userId, cid);
-    if (current.isEmpty() || !console.isOnline(principal.userId, cid) || !console.hasSnapshot(principal.userId, cid))
+    if (current.isEmpty() || !console.isOnline(principal.userId, cid) ||
+        !console.hasSnapshot(principal.userId, cid))
         return done(ApiReply::fail(kType, 409, QStringLiteral("device_not_ready"),
                                    QStringLiteral("The computer has not reported its ports yet.")));
     if (current != session)
@@ -158,15 +174,17 @@ void ShareApi::create(const ApiRequest &request, const Router::Done &done)
                                    QStringLiteral("The computer is in another session now.")));
     const QJsonObject port = console.port(principal.userId, cid, portKey);
     if (port.isEmpty())
-        return done(ApiReply::fail(kType, 404, QStringLiteral("port_not_found"),
-                                   QStringLiteral("The computer reports no port \"%1\".").arg(portKey)));
+        return done(
+            ApiReply::fail(kType, 404, QStringLiteral("port_not_found"),
+                           QStringLiteral("The computer reports no port \"%1\".").arg(portKey)));
     const qint64 now = context.now();
     const int live = context.shares.countLive(principal.userId, now);
     if (live < 0)
         return done(ApiReply::internalError(kType));
     if (live >= kMaxLiveShares)
-        return done(ApiReply::fail(kType, 409, QStringLiteral("share_limit"),
-                                   QStringLiteral("The account has %1 live shares; stop one first.").arg(live)));
+        return done(ApiReply::fail(
+            kType, 409, QStringLiteral("share_limit"),
+            QStringLiteral("The account has %1 live shares; stop one first.").arg(live)));
 
     ShareRecord record;
     record.userId = principal.userId;
@@ -174,7 +192,8 @@ void ShareApi::create(const ApiRequest &request, const Router::Done &done)
     record.sessionId = session;
     record.portKey = portKey;
     const QString portName = port[u"display_name"].toString();
-    record.portName = inputrules::isDisplayText(portName, 64) && !portName.isEmpty() ? portName : portKey;
+    record.portName =
+        inputrules::isDisplayText(portName, 64) && !portName.isEmpty() ? portName : portKey;
     record.label = label;
     record.web = SharePolicy::levelName(level);
     record.relay = relay;
@@ -197,20 +216,26 @@ void ShareApi::create(const ApiRequest &request, const Router::Done &done)
 void ShareApi::store(ShareRecord record, const QString &baseUrl, const Router::Done &done)
 {
     for (int attempt = 0; attempt < 3; ++attempt) {
-        record.shareId = QStringLiteral("shr_") + QString::fromLatin1(secrets::randomBytes(12).toHex());
+        record.shareId =
+            QStringLiteral("shr_") + QString::fromLatin1(secrets::randomBytes(12).toHex());
         record.code = ShareCode::fromRandom(secrets::randomBytes(ShareCode::kLength));
         switch (context.shares.create(record)) {
-        case Lookup::Failed: return done(ApiReply::internalError(kType));
-        case Lookup::Missing: continue; // the code or id is taken: draw again
-        case Lookup::Found: break;
+        case Lookup::Failed:
+            return done(ApiReply::internalError(kType));
+        case Lookup::Missing:
+            continue; // the code or id is taken: draw again
+        case Lookup::Found:
+            break;
         }
         DeviceRecord device;
         context.devices.find(record.userId, record.cid, &device);
-        qCInfo(lcServer).noquote() << "share" << record.shareId << "created for port" << record.portKey
-                                   << "web" << record.web << "relay" << record.relay << "until"
-                                   << ServerContext::isoTime(record.expiresAt);
-        return done(ApiReply::ok(kType, QStringLiteral("Share created."),
-                                 {{QStringLiteral("share"), shareJson(record, device.name, baseUrl)}}));
+        qCInfo(lcServer).noquote()
+            << "share" << record.shareId << "created for port" << record.portKey << "web"
+            << record.web << "relay" << record.relay << "until"
+            << ServerContext::isoTime(record.expiresAt);
+        return done(
+            ApiReply::ok(kType, QStringLiteral("Share created."),
+                         {{QStringLiteral("share"), shareJson(record, device.name, baseUrl)}}));
     }
     done(ApiReply::internalError(kType));
 }
@@ -223,16 +248,20 @@ void ShareApi::list(const ApiRequest &request, const Router::Done &done)
     const QString cid = request.queryValue(QStringLiteral("cid")).trimmed().toLower();
     if (!cid.isEmpty()) {
         if (!inputrules::isCid(cid))
-            return done(ApiReply::fail(kType, 400, QStringLiteral("invalid_field"),
-                                       QStringLiteral("The device id must be a UUID (8-4-4-4-12 hexadecimal digits)."),
-                                       {{QStringLiteral("field"), QStringLiteral("cid")}}));
+            return done(ApiReply::fail(
+                kType, 400, QStringLiteral("invalid_field"),
+                QStringLiteral("The device id must be a UUID (8-4-4-4-12 hexadecimal digits)."),
+                {{QStringLiteral("field"), QStringLiteral("cid")}}));
         DeviceRecord device;
         switch (context.devices.find(principal.userId, cid, &device)) {
-        case Lookup::Failed: return done(ApiReply::internalError(kType));
+        case Lookup::Failed:
+            return done(ApiReply::internalError(kType));
         case Lookup::Missing:
-            return done(ApiReply::fail(kType, 404, QStringLiteral("not_found"),
-                                       QStringLiteral("This computer is not bound to the account.")));
-        case Lookup::Found: break;
+            return done(
+                ApiReply::fail(kType, 404, QStringLiteral("not_found"),
+                               QStringLiteral("This computer is not bound to the account.")));
+        case Lookup::Found:
+            break;
         }
     }
     done(listReply(principal.userId, cid, baseUrl(request), QStringLiteral("Shares listed.")));
@@ -246,15 +275,19 @@ void ShareApi::revoke(const ApiRequest &request, const Router::Done &done)
     const QString id = request.params.value(QStringLiteral("id"));
     ShareRecord record;
     switch (context.shares.findById(id, &record)) {
-    case Lookup::Failed: return done(ApiReply::internalError(kType));
-    case Lookup::Missing: return done(notFound());
-    case Lookup::Found: break;
+    case Lookup::Failed:
+        return done(ApiReply::internalError(kType));
+    case Lookup::Missing:
+        return done(notFound());
+    case Lookup::Found:
+        break;
     }
     if (record.userId != principal.userId)
         return done(notFound());
     // Stopping a share twice is no error: the owner's two computers may both ask.
     end(id, QStringLiteral("owner"));
-    ApiReply reply = listReply(principal.userId, record.cid, baseUrl(request), QStringLiteral("The share was stopped."));
+    ApiReply reply = listReply(principal.userId, record.cid, baseUrl(request),
+                               QStringLiteral("The share was stopped."));
     if (reply.httpStatus == 200)
         reply.body.insert(QStringLiteral("share_id"), id);
     done(reply);
@@ -265,30 +298,35 @@ void ShareApi::peek(const ApiRequest &request, const Router::Done &done)
     const QString address = request.addressKey();
     const qint64 now = context.now();
     if (const qint64 wait = context.peeksPerAddress.retryAfter(address, now))
-        return done(ApiReply::rateLimited(kType, QStringLiteral("Too many tries. Wait a minute."), wait));
+        return done(
+            ApiReply::rateLimited(kType, QStringLiteral("Too many tries. Wait a minute."), wait));
     context.peeksPerAddress.hit(address, now);
     const QString code = ShareCode::normalize(request.params.value(QStringLiteral("code")));
     ShareRecord record;
     switch (code.isEmpty() ? Lookup::Missing : context.shares.findByCode(code, &record)) {
-    case Lookup::Failed: return done(ApiReply::internalError(kType));
-    case Lookup::Missing: return done(notFound());
-    case Lookup::Found: break;
+    case Lookup::Failed:
+        return done(ApiReply::internalError(kType));
+    case Lookup::Missing:
+        return done(notFound());
+    case Lookup::Found:
+        break;
     }
     const ApiReply ended = endedReply(record, now);
     if (ended.httpStatus != 200)
         return done(ended);
     DeviceRecord device;
     context.devices.find(record.userId, record.cid, &device);
-    done(ApiReply::ok(kType, QStringLiteral("The invite is valid."),
-                      {{QStringLiteral("label"), record.label},
-                       {QStringLiteral("port_name"), record.portName},
-                       {QStringLiteral("device_name"), device.name},
-                       {QStringLiteral("passcode_required"), !record.passcodeHash.isEmpty()},
-                       {QStringLiteral("online"), console.isOnline(record.userId, record.cid)},
-                       {QStringLiteral("busy"), relays.portBusy(record.userId, record.cid, record.portKey)},
-                       {QStringLiteral("web"), record.web},
-                       {QStringLiteral("relay"), record.relay},
-                       {QStringLiteral("expires_at"), ServerContext::isoTime(record.expiresAt)}}));
+    done(ApiReply::ok(
+        kType, QStringLiteral("The invite is valid."),
+        {{QStringLiteral("label"), record.label},
+         {QStringLiteral("port_name"), record.portName},
+         {QStringLiteral("device_name"), device.name},
+         {QStringLiteral("passcode_required"), !record.passcodeHash.isEmpty()},
+         {QStringLiteral("online"), console.isOnline(record.userId, record.cid)},
+         {QStringLiteral("busy"), relays.portBusy(record.userId, record.cid, record.portKey)},
+         {QStringLiteral("web"), record.web},
+         {QStringLiteral("relay"), record.relay},
+         {QStringLiteral("expires_at"), ServerContext::isoTime(record.expiresAt)}}));
 }
 
 void ShareApi::join(const ApiRequest &request, const Router::Done &done)
@@ -303,8 +341,9 @@ void ShareApi::join(const ApiRequest &request, const Router::Done &done)
                  QStringLiteral("A guest name is one line of at most 64 characters."));
     QString route = body.text(QStringLiteral("route"), Need::Optional);
     route = route.isEmpty() ? QStringLiteral("relay") : route;
-    body.require(route == u"relay" || route == u"web", QStringLiteral("route"),
-                 QStringLiteral("\"route\" is relay (a serial port in Velmora) or web (a browser)."));
+    body.require(
+        route == u"relay" || route == u"web", QStringLiteral("route"),
+        QStringLiteral("\"route\" is relay (a serial port in Velmora) or web (a browser)."));
     if (!body.ok())
         return done(body.error(kType));
 
@@ -313,24 +352,30 @@ void ShareApi::join(const ApiRequest &request, const Router::Done &done)
     const QString address = request.addressKey();
     const qint64 now = context.now();
     if (const qint64 wait = context.joinsPerAddress.retryAfter(address, now))
-        return done(ApiReply::rateLimited(kType, QStringLiteral("Too many tries. Wait a minute."), wait));
+        return done(
+            ApiReply::rateLimited(kType, QStringLiteral("Too many tries. Wait a minute."), wait));
     context.joinsPerAddress.hit(address, now);
     const QString code = ShareCode::normalize(codeText);
     ShareRecord record;
     switch (code.isEmpty() ? Lookup::Missing : context.shares.findByCode(code, &record)) {
-    case Lookup::Failed: return done(ApiReply::internalError(kType));
-    case Lookup::Missing: return done(notFound());
-    case Lookup::Found: break;
+    case Lookup::Failed:
+        return done(ApiReply::internalError(kType));
+    case Lookup::Missing:
+        return done(notFound());
+    case Lookup::Found:
+        break;
     }
     if (const qint64 wait = context.joinsPerCode.retryAfter(code, now))
-        return done(ApiReply::rateLimited(kType, QStringLiteral("Too many tries. Wait a minute."), wait));
+        return done(
+            ApiReply::rateLimited(kType, QStringLiteral("Too many tries. Wait a minute."), wait));
     context.joinsPerCode.hit(code, now);
     const ApiReply ended = endedReply(record, now);
     if (ended.httpStatus != 200)
         return done(ended);
     if (route == u"relay" && !record.relay)
-        return done(ApiReply::fail(kType, 403, QStringLiteral("permission_denied"),
-                                   QStringLiteral("The invite does not admit Velmora as a serial port.")));
+        return done(
+            ApiReply::fail(kType, 403, QStringLiteral("permission_denied"),
+                           QStringLiteral("The invite does not admit Velmora as a serial port.")));
     if (route == u"web" && record.web == u"none")
         return done(ApiReply::fail(kType, 403, QStringLiteral("permission_denied"),
                                    QStringLiteral("The invite does not admit a browser.")));
@@ -353,28 +398,35 @@ void ShareApi::join(const ApiRequest &request, const Router::Done &done)
         return done(ApiReply::fail(kType, 403, QStringLiteral("too_many_attempts"),
                                    endSentence(QStringLiteral("too_many_attempts"))));
     }
-    context.hasher.verify(record.passcodeHash, passcode,
-                          [this, shareId = record.shareId, attempt, route, name, done](bool match) {
-        if (match) {
-            context.shares.releaseAttempt(shareId);
-            ShareRecord fresh;
-            switch (context.shares.findById(shareId, &fresh)) {
-            case Lookup::Failed: return done(ApiReply::internalError(kType));
-            case Lookup::Missing: return done(notFound());
-            case Lookup::Found: break;
+    context.hasher.verify(
+        record.passcodeHash, passcode,
+        [this, shareId = record.shareId, attempt, route, name, done](bool match) {
+            if (match) {
+                context.shares.releaseAttempt(shareId);
+                ShareRecord fresh;
+                switch (context.shares.findById(shareId, &fresh)) {
+                case Lookup::Failed:
+                    return done(ApiReply::internalError(kType));
+                case Lookup::Missing:
+                    return done(notFound());
+                case Lookup::Found:
+                    break;
+                }
+                const ApiReply ended = endedReply(fresh, context.now());
+                return ended.httpStatus != 200 ? done(ended) : admit(fresh, route, name, done);
             }
-            const ApiReply ended = endedReply(fresh, context.now());
-            return ended.httpStatus != 200 ? done(ended) : admit(fresh, route, name, done);
-        }
-        if (attempt >= SharePolicy::kMaxWrongPasscodes) {
-            qCInfo(lcServer).noquote() << "share" << shareId << "had" << attempt << "wrong passcodes";
-            end(shareId, QStringLiteral("too_many_attempts"));
-            return done(ApiReply::fail(kType, 403, QStringLiteral("too_many_attempts"),
-                                       endSentence(QStringLiteral("too_many_attempts"))));
-        }
-        done(ApiReply::fail(kType, 403, QStringLiteral("invalid_passcode"), QStringLiteral("The passcode is wrong."),
-                            {{QStringLiteral("attempts_left"), SharePolicy::kMaxWrongPasscodes - attempt}}));
-    });
+            if (attempt >= SharePolicy::kMaxWrongPasscodes) {
+                qCInfo(lcServer).noquote()
+                    << "share" << shareId << "had" << attempt << "wrong passcodes";
+                end(shareId, QStringLiteral("too_many_attempts"));
+                return done(ApiReply::fail(kType, 403, QStringLiteral("too_many_attempts"),
+                                           endSentence(QStringLiteral("too_many_attempts"))));
+            }
+            done(ApiReply::fail(
+                kType, 403, QStringLiteral("invalid_passcode"),
+                QStringLiteral("The passcode is wrong."),
+                {{QStringLiteral("attempts_left"), SharePolicy::kMaxWrongPasscodes - attempt}}));
+        });
 }
 
 void ShareApi::admit(const ShareRecord &record, const QString &route, const QString &guestName,
@@ -386,14 +438,16 @@ void ShareApi::admit(const ShareRecord &record, const QString &route, const QStr
     const QString expiresAt = ServerContext::isoTime(record.expiresAt);
     if (route == u"relay") {
         ConsoleHub::Refusal refusal;
-        const auto opened = relays.open(record.userId, record.cid, record.portKey, record.shareId, guestName, true,
-                                        &refusal, record.expiresAt);
+        const auto opened = relays.open(record.userId, record.cid, record.portKey, record.shareId,
+                                        guestName, true, &refusal, record.expiresAt);
         if (!opened) {
             if (refusal.code == u"relay_busy")
                 refusal.description = QStringLiteral("Someone is already connected to that port.");
-            return done(ApiReply::fail(kType, refusal.httpStatus, refusal.code, refusal.description));
+            return done(
+                ApiReply::fail(kType, refusal.httpStatus, refusal.code, refusal.description));
         }
-        qCInfo(lcServer).noquote() << "share" << record.shareId << "admitted a relay guest to" << opened->relayId;
+        qCInfo(lcServer).noquote()
+            << "share" << record.shareId << "admitted a relay guest to" << opened->relayId;
         return done(ApiReply::ok(kType, QStringLiteral("Relay opened; join it with the ticket."),
                                  {{QStringLiteral("relay_id"), opened->relayId},
                                   {QStringLiteral("ticket"), opened->ticket},
@@ -408,7 +462,8 @@ void ShareApi::admit(const ShareRecord &record, const QString &route, const QStr
     }
     // A browser guest gets a token for the console socket, good while the share lives.
     const qint64 now = context.now();
-    passes.removeIf([&](const auto &entry) { return SharePolicy::isExpired(entry.value().expiresAt, now); });
+    passes.removeIf(
+        [&](const auto &entry) { return SharePolicy::isExpired(entry.value().expiresAt, now); });
     if (passes.size() >= kMaxPasses)
         return done(ApiReply::fail(kType, 503, QStringLiteral("server_busy"),
                                    QStringLiteral("The server is busy; try again in a moment.")));
@@ -440,7 +495,8 @@ void ShareApi::endLive(const QString &shareId, const QString &reason)
     passes.removeIf([&](const auto &entry) { return entry.value().shareId == shareId; });
 }
 
-ApiReply ShareApi::listReply(qint64 userId, const QString &cid, const QString &baseUrl, const QString &description)
+ApiReply ShareApi::listReply(qint64 userId, const QString &cid, const QString &baseUrl,
+                             const QString &description)
 {
     const qint64 now = context.now();
     QList<ShareRecord> records;
@@ -451,9 +507,10 @@ ApiReply ShareApi::listReply(qint64 userId, const QString &cid, const QString &b
     QJsonArray deviceList;
     for (const DeviceRecord &device : std::as_const(devices)) {
         names.insert(device.cid, device.name);
-        deviceList.append(QJsonObject{{QStringLiteral("cid"), device.cid},
-                                      {QStringLiteral("name"), device.name},
-                                      {QStringLiteral("online"), console.isOnline(userId, device.cid)}});
+        deviceList.append(
+            QJsonObject{{QStringLiteral("cid"), device.cid},
+                        {QStringLiteral("name"), device.name},
+                        {QStringLiteral("online"), console.isOnline(userId, device.cid)}});
     }
     QJsonArray shares;
     QJsonArray revoked;
@@ -473,7 +530,8 @@ ApiReply ShareApi::listReply(qint64 userId, const QString &cid, const QString &b
     return ApiReply::ok(kType, description, fields);
 }
 
-QJsonObject ShareApi::shareJson(const ShareRecord &record, const QString &deviceName, const QString &baseUrl) const
+QJsonObject ShareApi::shareJson(const ShareRecord &record, const QString &deviceName,
+                                const QString &baseUrl) const
 {
     QJsonValue guest = QJsonValue::Null;
     if (const auto relayGuest = relays.guestOf(record.shareId))
@@ -481,7 +539,8 @@ QJsonObject ShareApi::shareJson(const ShareRecord &record, const QString &device
                             {QStringLiteral("since"), ServerContext::isoTime(relayGuest->since)}};
     return {{QStringLiteral("share_id"), record.shareId},
             {QStringLiteral("code"), record.code},
-            {QStringLiteral("link"), baseUrl + QStringLiteral("/console#join=") + ShareCode::format(record.code)},
+            {QStringLiteral("link"),
+             baseUrl + QStringLiteral("/console#join=") + ShareCode::format(record.code)},
             {QStringLiteral("cid"), record.cid},
             {QStringLiteral("device_name"), deviceName},
             {QStringLiteral("port_key"), record.portKey},
@@ -500,11 +559,14 @@ ApiReply ShareApi::endedReply(const ShareRecord &record, qint64 nowMs)
 {
     if (record.revokedAt > 0) {
         if (record.revokeReason == u"too_many_attempts")
-            return ApiReply::fail(kType, 403, QStringLiteral("too_many_attempts"), endSentence(record.revokeReason));
-        return ApiReply::fail(kType, 410, QStringLiteral("share_revoked"), endSentence(record.revokeReason));
+            return ApiReply::fail(kType, 403, QStringLiteral("too_many_attempts"),
+                                  endSentence(record.revokeReason));
+        return ApiReply::fail(kType, 410, QStringLiteral("share_revoked"),
+                              endSentence(record.revokeReason));
     }
     if (SharePolicy::isExpired(record.expiresAt, nowMs))
-        return ApiReply::fail(kType, 410, QStringLiteral("share_expired"), endSentence(QStringLiteral("expired")));
+        return ApiReply::fail(kType, 410, QStringLiteral("share_expired"),
+                              endSentence(QStringLiteral("expired")));
     return ApiReply::ok(kType, QStringLiteral("The invite is valid."));
 }
 
@@ -514,5 +576,7 @@ QString ShareApi::baseUrl(const ApiRequest &request) const
         return context.options.publicUrl;
     if (!request.host.isEmpty())
         return QStringLiteral("http://") + request.host;
-    return QStringLiteral("http://%1:%2").arg(context.options.listenAddress.toString()).arg(context.options.port);
+    return QStringLiteral("http://%1:%2")
+        .arg(context.options.listenAddress.toString())
+        .arg(context.options.port);
 }

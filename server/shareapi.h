@@ -53,8 +53,10 @@ private:
     void endLive(const QString &shareId, const QString &reason);
 
     // The reply listing the shares of `cid` (all of the account's when empty).
-    ApiReply listReply(qint64 userId, const QString &cid, const QString &baseUrl, const QString &description);
-    QJsonObject shareJson(const ShareRecord &record, const QString &deviceName, const QString &baseUrl) const;
+    ApiReply listReply(qint64 userId, const QString &cid, const QString &baseUrl,
+                       const QString &description);
+    QJsonObject shareJson(const ShareRecord &record, const QString &deviceName,
+                          const QString &baseUrl) const;
     // The reply refusing a share that is not live (expired, revoked, too many passcodes).
     static ApiReply endedReply(const ShareRecord &record, qint64 nowMs);
     QString baseUrl(const ApiRequest &request) const;

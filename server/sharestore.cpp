@@ -4,8 +4,9 @@ namespace {
 
 constexpr qint64 kKeepEndedMs = 7LL * 24 * 60 * 60 * 1000;
 
-#define SHARE_COLUMNS                                                                                \
-    "share_id, user_id, cid, session_id, port_key, port_name, label, code, passcode_hash, web, relay, " \
+#define SHARE_COLUMNS                                                                              \
+    "share_id, user_id, cid, session_id, port_key, port_name, label, code, passcode_hash, web, "   \
+    "relay, "                                                                                      \
     "created_at, expires_at, revoked_at, revoke_reason, wrong_passcodes"
 
 ShareRecord fromRow(const QSqlQuery &query)
@@ -34,15 +35,14 @@ ShareRecord fromRow(const QSqlQuery &query)
 
 ShareStore::ShareStore(Database &db)
     : db(db)
-{
-}
+{}
 
 Lookup ShareStore::create(const ShareRecord &r)
 {
     db.run("INSERT INTO guest_shares (" SHARE_COLUMNS ") "
            "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, NULL, '', 0)",
-           {r.shareId, r.userId, r.cid, r.sessionId, r.portKey, r.portName, r.label, r.code, r.passcodeHash,
-            r.web, r.relay ? 1 : 0, r.createdAt, r.expiresAt});
+           {r.shareId, r.userId, r.cid, r.sessionId, r.portKey, r.portName, r.label, r.code,
+            r.passcodeHash, r.web, r.relay ? 1 : 0, r.createdAt, r.expiresAt});
     if (db.lastOk())
         return Lookup::Found;
     return db.lastWasDuplicate() ? Lookup::Missing : Lookup::Failed;
@@ -61,12 +61,14 @@ Lookup ShareStore::readOne(QSqlQuery &query, ShareRecord *record)
 
 Lookup ShareStore::findByCode(const QString &code, ShareRecord *record)
 {
-    return readOne(db.run("SELECT " SHARE_COLUMNS " FROM guest_shares WHERE code = ?", {code}), record);
+    return readOne(db.run("SELECT " SHARE_COLUMNS " FROM guest_shares WHERE code = ?", {code}),
+                   record);
 }
 
 Lookup ShareStore::findById(const QString &shareId, ShareRecord *record)
 {
-    return readOne(db.run("SELECT " SHARE_COLUMNS " FROM guest_shares WHERE share_id = ?", {shareId}), record);
+    return readOne(
+        db.run("SELECT " SHARE_COLUMNS " FROM guest_shares WHERE share_id = ?", {shareId}), record);
 }
 
 bool ShareStore::list(qint64 userId, const QString &cid, qint64 nowMs, QList<ShareRecord> *records)
@@ -107,13 +109,14 @@ bool ShareStore::revoke(const QString &shareId, const QString &reason, qint64 no
     return db.lastOk() && db.lastRowsAffected() > 0;
 }
 
-bool ShareStore::revokeOtherRuns(qint64 userId, const QString &cid, const QString &sessionId, qint64 nowMs,
-                                 QStringList *ended)
+bool ShareStore::revokeOtherRuns(qint64 userId, const QString &cid, const QString &sessionId,
+                                 qint64 nowMs, QStringList *ended)
 {
-    QSqlQuery &query = db.run("UPDATE guest_shares SET revoked_at = ?, revoke_reason = 'stale' "
-                              "WHERE user_id = ? AND cid = ? AND session_id <> ? AND revoked_at IS NULL "
-                              "AND expires_at > ? RETURNING share_id",
-                              {nowMs, userId, cid, sessionId, nowMs});
+    QSqlQuery &query =
+        db.run("UPDATE guest_shares SET revoked_at = ?, revoke_reason = 'stale' "
+               "WHERE user_id = ? AND cid = ? AND session_id <> ? AND revoked_at IS NULL "
+               "AND expires_at > ? RETURNING share_id",
+               {nowMs, userId, cid, sessionId, nowMs});
     if (!db.lastOk())
         return false;
     while (query.next())

@@ -20,7 +20,8 @@ QString ShareCode::normalize(const QString &text)
     QString code = text.trimmed();
     // A pasted link carries the code after its last separator: ".../join/CODE",
     // "...#join=CODE" or "...?code=CODE".
-    const qsizetype cut = qMax(qMax(code.lastIndexOf(u'/'), code.lastIndexOf(u'=')), code.lastIndexOf(u'#'));
+    const qsizetype cut =
+        qMax(qMax(code.lastIndexOf(u'/'), code.lastIndexOf(u'=')), code.lastIndexOf(u'#'));
     if (cut >= 0)
         code = code.mid(cut + 1);
     code = code.toUpper();

@@ -6,8 +6,8 @@ namespace {
 
 const QStringList &levelNames()
 {
-    static const QStringList names{QStringLiteral("none"), QStringLiteral("view"), QStringLiteral("send"),
-                                   QStringLiteral("control")};
+    static const QStringList names{QStringLiteral("none"), QStringLiteral("view"),
+                                   QStringLiteral("send"), QStringLiteral("control")};
     return names;
 }
 
@@ -30,9 +30,12 @@ QString SharePolicy::levelName(Level level)
 bool SharePolicy::allows(Level level, Need need)
 {
     switch (need) {
-    case Need::Watch: return level >= Level::View;
-    case Need::Send: return level >= Level::Send;
-    case Need::Control: return level >= Level::Control;
+    case Need::Watch:
+        return level >= Level::View;
+    case Need::Send:
+        return level >= Level::Send;
+    case Need::Control:
+        return level >= Level::Control;
     }
     return false;
 }
@@ -63,7 +66,8 @@ bool SharePolicy::isTtl(qint64 seconds)
 
 bool SharePolicy::isPasscode(const QString &passcode)
 {
-    return passcode.isEmpty() || (passcode.size() >= kMinPasscode && passcode.size() <= kMaxPasscode);
+    return passcode.isEmpty() ||
+           (passcode.size() >= kMinPasscode && passcode.size() <= kMaxPasscode);
 }
 
 qint64 SharePolicy::expiresAt(qint64 createdMs, qint64 ttlSeconds)

@@ -26,9 +26,10 @@ void TestShareRules::normalizeCode_data()
     QTest::addColumn<QString>("code"); // empty: refused
     QTest::newRow("as shown") << u"7KQ2-M9XD-4HTW"_qs << u"7KQ2M9XD4HTW"_qs;
     QTest::newRow("lower case, blanks") << u"  7kq2 m9xd-4htw "_qs << u"7KQ2M9XD4HTW"_qs;
-    QTest::newRow("the invite link") << u"https://cloud.example.com/console#join=7KQ2-M9XD-4HTW"_qs
-                                     << u"7KQ2M9XD4HTW"_qs;
-    QTest::newRow("a path link") << u"http://127.0.0.1:8750/join/7kq2m9xd4htw"_qs << u"7KQ2M9XD4HTW"_qs;
+    QTest::newRow("the invite link")
+        << u"https://cloud.example.com/console#join=7KQ2-M9XD-4HTW"_qs << u"7KQ2M9XD4HTW"_qs;
+    QTest::newRow("a path link") << u"http://127.0.0.1:8750/join/7kq2m9xd4htw"_qs
+                                 << u"7KQ2M9XD4HTW"_qs;
     QTest::newRow("letter I") << u"7KQ2-M9XD-4HTI"_qs << QString();
     QTest::newRow("letter L") << u"LKQ2-M9XD-4HTW"_qs << QString();
     QTest::newRow("letter O") << u"7KQ2-O9XD-4HTW"_qs << QString();
@@ -85,7 +86,8 @@ void TestShareRules::levels()
     QFETCH(bool, allowed);
     SharePolicy::Level parsed = SharePolicy::Level::Control;
     SharePolicy::Need need = SharePolicy::Need::Watch;
-    const bool known = SharePolicy::parseLevel(level, &parsed) && SharePolicy::needOf(command, &need);
+    const bool known =
+        SharePolicy::parseLevel(level, &parsed) && SharePolicy::needOf(command, &need);
     QCOMPARE(known && SharePolicy::allows(parsed, need), allowed);
     if (known)
         QCOMPARE(SharePolicy::levelName(parsed), level);
