@@ -642,15 +642,18 @@ void ConsoleHub::onViewerFrame(QWebSocket *socket, Viewer &viewer, const QJsonOb
         if (type == u"unwatch") {
             setWatch(socket, {}, {});
         } else if (type == u"watch") {
-            if ((cid.isEmpty() || cid == viewer.shareCid) && (port.isEmpty() || port == viewer.sharePort))
+            if ((cid.isEmpty() || cid == viewer.shareCid) &&
+                (port.isEmpty() || port == viewer.sharePort))
                 return setWatch(socket, viewer.shareCid, viewer.sharePort);
             sendJson(socket, {{QStringLiteral("type"), QStringLiteral("watch")},
                               {QStringLiteral("status"), false},
                               {QStringLiteral("code"), QStringLiteral("share_port_mismatch")},
-                              {QStringLiteral("description"), QStringLiteral("The invite covers one port only.")}});
+                              {QStringLiteral("description"),
+                               QStringLiteral("The invite covers one port only.")}});
         } else if (type == u"command") {
             Refusal refusal;
-            const std::optional<QString> id = guestCommand(viewer, consolerules::commandFrom(frame), &refusal);
+            const std::optional<QString> id =
+                guestCommand(viewer, consolerules::commandFrom(frame), &refusal);
             QJsonObject reply{{QStringLiteral("type"), QStringLiteral("command")},
                               {QStringLiteral("status"), id.has_value()},
                               {QStringLiteral("request_id"), frame[u"request_id"]}};
@@ -662,8 +665,9 @@ void ConsoleHub::onViewerFrame(QWebSocket *socket, Viewer &viewer, const QJsonOb
             }
             sendJson(socket, reply);
             if (refusal.code == u"share_expired" || refusal.code == u"share_revoked")
-                endGuest(socket, refusal.code == u"share_expired" ? QStringLiteral("expired")
-                                                                  : QStringLiteral("revoked"),
+                endGuest(socket,
+                         refusal.code == u"share_expired" ? QStringLiteral("expired")
+                                                          : QStringLiteral("revoked"),
                          refusal.description);
         }
         return;
@@ -738,8 +742,8 @@ void ConsoleHub::setWatch(QWebSocket *socket, const QString &cid, const QString 
     QJsonArray recent;
     for (qsizetype i = 0; i < entry->backlog.size(); ++i) {
         const QJsonObject &event = entry->backlog[i];
-        if ((portKey.isEmpty() || event[u"port_key"].toString() == portKey)
-            && (!viewer->isGuest() || entry->backlogTimes.value(i) >= viewer->shareCreatedAt))
+        if ((portKey.isEmpty() || event[u"port_key"].toString() == portKey) &&
+            (!viewer->isGuest() || entry->backlogTimes.value(i) >= viewer->shareCreatedAt))
             recent.append(event);
     }
     if (!recent.isEmpty())
@@ -770,8 +774,8 @@ void ConsoleHub::pushToViewers(const Live &entry, const QJsonObject &frame, cons
 {
     for (auto it = viewers.cbegin(); it != viewers.cend(); ++it) {
         const Viewer &viewer = *it.value();
-        if (viewer.userId != entry.userId || viewer.cid != entry.cid
-            || !(portKey.isEmpty() || viewer.portKey.isEmpty() || viewer.portKey == portKey))
+        if (viewer.userId != entry.userId || viewer.cid != entry.cid ||
+            !(portKey.isEmpty() || viewer.portKey.isEmpty() || viewer.portKey == portKey))
             continue;
         const QJsonObject visible = visibleTo(viewer, frame);
         if (!visible.isEmpty())
@@ -794,8 +798,8 @@ QJsonObject ConsoleHub::visibleTo(const Viewer &viewer, const QJsonObject &frame
         copy.insert(QStringLiteral("ports"), mine);
         return copy;
     }
-    if (frame[u"type"].toString() == u"result"
-        && frame[u"command"][u"share_id"].toString() != viewer.shareId)
+    if (frame[u"type"].toString() == u"result" &&
+        frame[u"command"][u"share_id"].toString() != viewer.shareId)
         return {};
     return frame;
 }
@@ -803,7 +807,8 @@ QJsonObject ConsoleHub::visibleTo(const Viewer &viewer, const QJsonObject &frame
 void ConsoleHub::onGuestHello(QWebSocket *socket, const QJsonObject &hello)
 {
     GuestGrant grant;
-    Refusal refusal{401, QStringLiteral("unauthorized"), QStringLiteral("The invite is no longer valid.")};
+    Refusal refusal{401, QStringLiteral("unauthorized"),
+                    QStringLiteral("The invite is no longer valid.")};
     if (!guestResolver || !guestResolver(hello[u"guest_token"].toString(), &grant, &refusal))
         return refuseHello(socket, refusal.code, refusal.description);
     auto *viewer = new Viewer;
@@ -818,22 +823,24 @@ void ConsoleHub::onGuestHello(QWebSocket *socket, const QJsonObject &hello)
     viewer->since = context.now();
     viewers.insert(socket, viewer);
     qCInfo(lcServer).noquote() << "share" << grant.shareId << "browser guest joined";
-    sendJson(socket, {{QStringLiteral("type"), QStringLiteral("hello")},
-                      {QStringLiteral("status"), true},
-                      {QStringLiteral("code"), QStringLiteral("ok")},
-                      {QStringLiteral("share"),
-                       QJsonObject{{QStringLiteral("share_id"), grant.shareId},
-                                   {QStringLiteral("cid"), grant.cid},
-                                   {QStringLiteral("port_key"), grant.portKey},
-                                   {QStringLiteral("port_name"), grant.portName},
-                                   {QStringLiteral("label"), grant.label},
-                                   {QStringLiteral("web"), grant.level},
-                                   {QStringLiteral("guest_name"), grant.guestName},
-                                   {QStringLiteral("expires_at"), ServerContext::isoTime(grant.expiresAt)}}}});
+    sendJson(socket,
+             {{QStringLiteral("type"), QStringLiteral("hello")},
+              {QStringLiteral("status"), true},
+              {QStringLiteral("code"), QStringLiteral("ok")},
+              {QStringLiteral("share"), QJsonObject{{QStringLiteral("share_id"), grant.shareId},
+                                                    {QStringLiteral("cid"), grant.cid},
+                                                    {QStringLiteral("port_key"), grant.portKey},
+                                                    {QStringLiteral("port_name"), grant.portName},
+                                                    {QStringLiteral("label"), grant.label},
+                                                    {QStringLiteral("web"), grant.level},
+                                                    {QStringLiteral("guest_name"), grant.guestName},
+                                                    {QStringLiteral("expires_at"),
+                                                     ServerContext::isoTime(grant.expiresAt)}}}});
     setWatch(socket, grant.cid, grant.portKey);
 }
 
-std::optional<QString> ConsoleHub::guestCommand(Viewer &viewer, ConsoleCommand command, Refusal *refusal)
+std::optional<QString> ConsoleHub::guestCommand(Viewer &viewer, ConsoleCommand command,
+                                                Refusal *refusal)
 {
     if (context.now() >= viewer.expiresAt) {
         *refusal = {410, QStringLiteral("share_expired"), QStringLiteral("The share expired.")};
@@ -850,10 +857,11 @@ std::optional<QString> ConsoleHub::guestCommand(Viewer &viewer, ConsoleCommand c
     SharePolicy::Level level = SharePolicy::Level::None;
     SharePolicy::needOf(command.command, &need);
     if (!SharePolicy::parseLevel(viewer.level, &level) || !SharePolicy::allows(level, need)) {
-        *refusal = {403, QStringLiteral("permission_denied"),
-                    need == SharePolicy::Need::Control
-                        ? QStringLiteral("The invite does not allow port control.")
-                        : QStringLiteral("The invite lets you watch only; it does not allow sending.")};
+        *refusal = {
+            403, QStringLiteral("permission_denied"),
+            need == SharePolicy::Need::Control
+                ? QStringLiteral("The invite does not allow port control.")
+                : QStringLiteral("The invite lets you watch only; it does not allow sending.")};
         return std::nullopt;
     }
     return enqueue(command, refusal);
@@ -872,7 +880,8 @@ void ConsoleHub::endGuest(QWebSocket *socket, const QString &reason, const QStri
     Viewer *viewer = viewers.take(socket);
     if (!viewer)
         return;
-    if (Live *entry = devices.value(key(viewer->userId, viewer->cid)); entry && !viewer->cid.isEmpty()) {
+    if (Live *entry = devices.value(key(viewer->userId, viewer->cid));
+        entry && !viewer->cid.isEmpty()) {
         --entry->viewers;
         viewersChanged(*entry);
     }
@@ -909,7 +918,8 @@ QJsonArray ConsoleHub::webGuests(const QString &shareId) const
         if (viewer->shareId == shareId)
             guests.append(viewer);
     }
-    std::sort(guests.begin(), guests.end(), [](const Viewer *a, const Viewer *b) { return a->since < b->since; });
+    std::sort(guests.begin(), guests.end(),
+              [](const Viewer *a, const Viewer *b) { return a->since < b->since; });
     QJsonArray out;
     for (const Viewer *viewer : std::as_const(guests))
         out.append(QJsonObject{{QStringLiteral("name"), viewer->guestName},

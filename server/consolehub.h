@@ -86,12 +86,14 @@ public:
     // The port a share covers, when `shareId` is a live share of `userId`; otherwise
     // false with `refusal` set. Shares are kept elsewhere; without a resolver every
     // command naming a share is refused.
-    using ShareResolver = std::function<bool(qint64 userId, const QString &shareId, QString *portKey,
-                                             Refusal *refusal)>;
+    using ShareResolver = std::function<bool(qint64 userId, const QString &shareId,
+                                             QString *portKey, Refusal *refusal)>;
     // The grant of a guest token, or false with `refusal` set.
-    using GuestResolver = std::function<bool(const QString &token, GuestGrant *grant, Refusal *refusal)>;
+    using GuestResolver =
+        std::function<bool(const QString &token, GuestGrant *grant, Refusal *refusal)>;
     // Told when a computer starts a new run (its shares of other runs are stale).
-    using RunChanged = std::function<void(qint64 userId, const QString &cid, const QString &sessionId)>;
+    using RunChanged =
+        std::function<void(qint64 userId, const QString &cid, const QString &sessionId)>;
 
     explicit ConsoleHub(ServerContext &context, QObject *parent = nullptr);
     ~ConsoleHub() override;

@@ -80,8 +80,9 @@ RelayHub::~RelayHub()
     qDeleteAll(relays);
 }
 
-std::optional<RelayHub::Opened> RelayHub::open(qint64 userId, const QString &cid, const QString &portKey,
-                                               const QString &shareId, const QString &guestName, bool guest,
+std::optional<RelayHub::Opened> RelayHub::open(qint64 userId, const QString &cid,
+                                               const QString &portKey, const QString &shareId,
+                                               const QString &guestName, bool guest,
                                                ConsoleHub::Refusal *refusal, qint64 notAfter)
 {
     if (!console.isOnline(userId, cid)) {

@@ -61,7 +61,8 @@ void ServerContext::housekeeping()
     sessions.purge(t);
     users.purge(t);
     shares.purge(t);
-    for (RateLimiter *limiter : {&codesPerEmail, &codesPerAddress, &failedLoginsPerEmail, &failedLoginsPerAddress,
-                                 &reportsPerAddress, &joinsPerAddress, &joinsPerCode, &peeksPerAddress})
+    for (RateLimiter *limiter :
+         {&codesPerEmail, &codesPerAddress, &failedLoginsPerEmail, &failedLoginsPerAddress,
+          &reportsPerAddress, &joinsPerAddress, &joinsPerCode, &peeksPerAddress})
         limiter->prune(t);
 }
