@@ -6,9 +6,11 @@
 #include "bridge/bridgeflow.h"
 #include "bridge/bridgelink.h"
 #include "bridge/bridgemanager.h"
+#include "bridge/rfc2217quicksharedialog.h"
 #include "session/serialportwidget.h"
 #include "support/testsupport.h"
 
+#include <QProcess>
 #include <QSerialPort>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -44,6 +46,7 @@ class TestBridgeWindow : public QObject
     Q_OBJECT
 private slots:
     void savedListenerBridgeReturnsDisabledAndForwardsWhenEnabled();
+    void quickShareServesAPyserialRfc2217Client();
 };
 
 void TestBridgeWindow::savedListenerBridgeReturnsDisabledAndForwardsWhenEnabled()
@@ -121,6 +124,59 @@ void TestBridgeWindow::savedListenerBridgeReturnsDisabledAndForwardsWhenEnabled(
     QCOMPARE(link->flowAtoB().bytesDropped() + link->flowBtoA().bytesDropped(), qint64(0));
     client.close();
     device.close();
+}
+
+// Tools > RFC 2217 Server on a port of the window: pyserial's RFC 2217 client sets the
+// line speed of the pty behind it and every byte value passes both ways.
+void TestBridgeWindow::quickShareServesAPyserialRfc2217Client()
+{
+    const QString python = QStringLiteral("/usr/bin/python3");
+    if (QProcess::execute(python, {QStringLiteral("-c"), QStringLiteral("import serial.rfc2217")})) {
+        QSKIP("Debian's python3-serial is needed for the RFC 2217 client");
+    }
+    testsupport::PtyPair pty;
+    QString why;
+    if (!pty.start(&why)) {
+        QSKIP(qPrintable(why));
+    }
+    const quint16 tcpPort = freeTcpPort();
+    MainWindow window;
+    Settings settings = window.portWidget(0)->settings();
+    settings.connMode = ModeSerial;
+    settings.name = pty.portA();
+    settings.baudRate = 9600;
+    window.portWidget(0)->applySettings(settings);
+    window.quickShareHook = [tcpPort](Rfc2217QuickShareDialog &dialog) {
+        dialog.setTcpPort(tcpPort);
+        return true;
+    };
+    window.openQuickShare(0);
+    QTRY_VERIFY_WITH_TIMEOUT(window.portWidget(0)->portIsOpen(), 10000);
+
+    QSerialPort device(pty.portB());
+    QVERIFY2(device.open(QIODevice::ReadWrite), qPrintable(device.errorString()));
+    QProcess client;
+    client.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    client.start(python, {QStringLiteral("-c"), QStringLiteral(R"(
+import serial, sys
+s = serial.serial_for_url('rfc2217://127.0.0.1:%1', baudrate=38400, timeout=15)
+s.write(bytes(range(256)) * 4)
+sys.stdout.write(s.read(1024).hex())
+)").arg(tcpPort)});
+    QByteArray up;
+    for (int i = 0; i < 1024; ++i) {
+        up += char(i);
+    }
+    QCOMPARE(readSerialExactly(&device, up.size()), up);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        testsupport::sttySettings(pty.portA()).contains(QLatin1String("speed 38400 baud")), 5000);
+    QCOMPARE(window.portWidget(0)->settings().baudRate, 38400);
+    QByteArray down = up;
+    std::reverse(down.begin(), down.end());
+    device.write(down);
+    QTRY_COMPARE_WITH_TIMEOUT(client.state(), QProcess::NotRunning, 20000);
+    QCOMPARE(client.exitCode(), 0);
+    QCOMPARE(QByteArray::fromHex(client.readAllStandardOutput()), down);
 }
 
 QTEST_MAIN(TestBridgeWindow)

@@ -13,6 +13,8 @@
                         first N bytes that come back (10 s at most)
   modbus-master DEV     reads holding registers 0-1 and 10 of slave 1 over Modbus RTU on
                         DEV with pymodbus and prints the values, one read a line
+  modbus-slave DEV      serves slave 1 over Modbus RTU at 19200 on DEV with pymodbus,
+                        holding registers 1-5 = 11, 22, 33, 44, 55
 """
 import socket
 import sys
@@ -105,6 +107,18 @@ def modbus_master(device):
     client.close()
 
 
+def modbus_slave(device):
+    from pymodbus.datastore import (ModbusSequentialDataBlock, ModbusServerContext,
+                                    ModbusSlaveContext)
+    from pymodbus.server import StartSerialServer
+    from pymodbus.transaction import ModbusRtuFramer
+
+    block = ModbusSequentialDataBlock(0, [11, 22, 33, 44, 55] + [0] * 95)
+    context = ModbusServerContext(slaves={1: ModbusSlaveContext(hr=block, zero_mode=True)},
+                                  single=False)
+    StartSerialServer(context=context, framer=ModbusRtuFramer, port=device, baudrate=19200)
+
+
 if __name__ == "__main__":
     mode = sys.argv[1]
     if mode == "tcp-echo":
@@ -121,5 +135,7 @@ if __name__ == "__main__":
         tcp_talk(int(sys.argv[2]), sys.argv[3], int(sys.argv[4]))
     elif mode == "modbus-master":
         modbus_master(sys.argv[2])
+    elif mode == "modbus-slave":
+        modbus_slave(sys.argv[2])
     else:
         sys.exit("unknown mode " + mode)

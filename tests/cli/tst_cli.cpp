@@ -15,6 +15,7 @@
 #include <QRegularExpression>
 #include <QSettings>
 #include <QSignalSpy>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -92,6 +93,7 @@ private slots:
     void replayIntoPtyReproducesBytes_data();
     void replayIntoPtyReproducesBytes();
     void replayAnswersModbusMaster();
+    void serveGatewayAnswersMbpoll();
 };
 
 Result TestCli::cli(const QStringList &args, const QByteArray &input)
@@ -890,6 +892,49 @@ void TestCli::replayAnswersModbusMaster()
     // The recording ends after its last response, and so does the replay.
     QVERIFY(slave->waitForFinished(15000));
     QVERIFY2(slave->exitCode() == 0, slave->readAllStandardError().constData());
+}
+
+// serve --protocol modbus-gateway: mbpoll, a Modbus TCP master, reads a pymodbus RTU
+// slave on a pseudo-terminal through the command.
+void TestCli::serveGatewayAnswersMbpoll()
+{
+    const QString mbpoll = QStandardPaths::findExecutable(QStringLiteral("mbpoll"));
+    QProcess probe;
+    probe.start(Python, {QStringLiteral("-c"), QStringLiteral("import pymodbus.server")});
+    if (mbpoll.isEmpty() || !probe.waitForFinished(20000) || probe.exitCode() != 0) {
+        QSKIP("mbpoll and Debian's python3-pymodbus are needed (scripts/deps.sh installs them)");
+    }
+    testsupport::PtyPair pty;
+    QString why;
+    if (!pty.start(&why)) {
+        QSKIP(qPrintable(why));
+    }
+    auto slave = startPeer({QStringLiteral("modbus-slave"), pty.portB()});
+    const QString port = QString::number(testsupport::closedTcpPort());
+    auto gateway = startCli({QStringLiteral("serve"),
+                             QStringLiteral("serial:%1?baud=19200").arg(pty.portA()),
+                             QStringLiteral("--listen"), QStringLiteral("127.0.0.1:") + port,
+                             QStringLiteral("--protocol"), QStringLiteral("modbus-gateway")});
+    // The gateway and the slave may still be starting: ask until an answer comes.
+    QString out;
+    QTRY_VERIFY_WITH_TIMEOUT(
+        [&] {
+            QProcess master;
+            master.start(mbpoll, {"-m", "tcp", "-a", "1", "-r", "1", "-c", "5", "-1", "-o", "2",
+                                  "-p", port, "127.0.0.1"});
+            master.waitForFinished(20000);
+            out = QString::fromLocal8Bit(master.readAllStandardOutput());
+            return master.exitCode() == 0 && master.exitStatus() == QProcess::NormalExit;
+        }(),
+        30000);
+    for (const char *row : {"[1]: \t11", "[2]: \t22", "[3]: \t33", "[4]: \t44", "[5]: \t55"}) {
+        QVERIFY2(out.contains(QLatin1String(row)), qPrintable(out));
+    }
+    gateway->terminate();
+    QVERIFY(gateway->waitForFinished(10000));
+    QCOMPARE(gateway->exitCode(), 130);
+    slave->kill();
+    slave->waitForFinished();
 }
 
 QTEST_GUILESS_MAIN(TestCli)
