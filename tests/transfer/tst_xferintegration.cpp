@@ -1,6 +1,7 @@
 // File transfer as a user runs it: through the port panel's dialog and through
 // velmora-cli, against Debian's lrzsz on the far end of a pseudo-terminal relay.
 
+#include "lrzszmatrix.h"
 #include "ptyrelay.h"
 #include "session/portsession.h"
 #include "session/serialportwidget.h"
@@ -19,8 +20,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <unistd.h>
-
 using P = XferProtocol;
 
 using testdata::randomBytes;
@@ -28,23 +27,6 @@ using testdata::readFile;
 using testdata::writeFile;
 
 namespace {
-
-const QString Python = QStringLiteral("/usr/bin/python3");
-
-// Starts `command` ("rb -b", "sx -b f", "python ...") in `folder` on side B of `pty`.
-// lrzsz empties its terminal's queues as it exits, so it writes into the relay's pipe.
-bool startPeer(QProcess &process, const testsupport::PtyRelay &pty, const QString &folder,
-               const QString &command)
-{
-    process.setWorkingDirectory(folder);
-    process.setStandardInputFile(pty.portB());
-    const int writer = pty.writerFor(1);
-    process.setChildProcessModifier([writer] { ::dup2(writer, STDOUT_FILENO); });
-    QStringList args = QProcess::splitCommand(command);
-    const QString program = args.takeFirst();
-    process.start(program == QLatin1String("python") ? Python : program, args);
-    return process.waitForStarted();
-}
 
 // XMODEM pads the last block with SUB; the data itself must be whole and unchanged.
 bool arrivedWhole(const QByteArray &got, const QByteArray &sent, bool padded)
@@ -99,9 +81,11 @@ void TestXferIntegration::panelAgainstLrzsz_data()
     QTest::addColumn<bool>("sending");
     QTest::addColumn<QString>("peer");
     QTest::addColumn<int>("size");
-    QTest::newRow("send ymodem to rb") << P::Ymodem << true << "rb -b" << 5000;
-    QTest::newRow("receive xmodem-1k from sx -k") << P::Xmodem1k << false << "sx -b -k f" << 1025;
-    QTest::newRow("receive ymodem from sb -k") << P::Ymodem << false << "sb -b -k f" << 70000;
+    for (const LrzszCase &c : LrzszCases) {
+        QTest::newRow(c.label) << c.protocol << c.sending << QString::fromLatin1(c.peer) << 5000;
+    }
+    QTest::newRow("receive ymodem from sb -k, 70000 bytes")
+        << P::Ymodem << false << "sb -b -k f" << 70000;
 }
 
 void TestXferIntegration::panelAgainstLrzsz()
@@ -122,12 +106,15 @@ void TestXferIntegration::panelAgainstLrzsz()
     QVERIFY(writeFile((sending ? ours : theirs).filePath(QStringLiteral("f")), data));
 
     SerialPortWidget panel;
-    panel.applySettings(serialSettings(pty.portA()));
+    Settings settings = serialSettings(pty.portA());
+    // YMODEM-G is offered only where the line cannot overrun (RTS/CTS on a serial port).
+    settings.flowControl = protocol == P::YmodemG ? 1 : 0;
+    panel.applySettings(settings);
     QVERIFY(panel.start(QString()));
     QSignalSpy tapped(&panel, &SerialPortWidget::rxTapped);
     QSignalSpy ended(&panel, &SerialPortWidget::transferEnded);
     QProcess process;
-    QVERIFY(startPeer(process, pty, theirs.path(), peer));
+    QVERIFY(startLrzszPeer(process, pty, theirs.path(), peer));
 
     FileTransferDialog *dialog =
         panel.openFileTransfer(sending ? XferDirection::Send : XferDirection::Receive);
@@ -159,7 +146,7 @@ void TestXferIntegration::panelAgainstLrzsz()
     QCOMPARE(tapped.count(), 0);
     QCOMPARE(SerialPortWidget::lastTransferChoices().protocol, protocol);
 
-    const QString arrived = sending ? theirs.filePath(QStringLiteral("f"))
+    const QString arrived = sending ? theirs.filePath(lrzszPeerFile(peer))
                                     : ours.filePath(xferProtocolHasHeader(protocol)
                                                         ? QStringLiteral("f")
                                                         : QStringLiteral("received.bin"));
@@ -243,17 +230,19 @@ void TestXferIntegration::cliAgainstPeers_data()
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("arrived"); // where the file must arrive whole; empty for nowhere
 
-    QTest::newRow("send ymodem to rb")
-        << "rb -b" << QStringList{"send", "URL", "OURS/f", "--protocol", "ymodem"} << 0 << "THEIRS/f";
-    QTest::newRow("send xmodem-1k to rx -c")
-        << "rx -b -c out" << QStringList{"send", "URL", "OURS/f", "--protocol", "xmodem-1k"} << 0
-        << "THEIRS/out";
-    QTest::newRow("receive xmodem-crc from sx into a file")
-        << "sx -b f" << QStringList{"receive", "URL", "OURS/got.bin", "--protocol", "xmodem-crc"} << 0
-        << "OURS/got.bin";
-    QTest::newRow("receive ymodem from sb -k into a folder")
-        << "sb -b -k f" << QStringList{"receive", "URL", "OURS/", "--protocol", "ymodem"} << 0
-        << "OURS/f";
+    // The whole matrix: a file to a peer or from it, named by the peer or by the user.
+    for (const LrzszCase &c : LrzszCases) {
+        const bool header = xferProtocolHasHeader(c.protocol);
+        const QString url = c.protocol == P::YmodemG ? "URL?flow=rtscts" : "URL";
+        const QString target = c.sending ? "OURS/f" : header ? "OURS/" : "OURS/got.bin";
+        const QString arrived = c.sending ? "THEIRS/" + lrzszPeerFile(c.peer)
+                                : header  ? "OURS/f"
+                                          : "OURS/got.bin";
+        QTest::newRow(c.label) << QString::fromLatin1(c.peer)
+                               << QStringList{c.sending ? "send" : "receive", url, target,
+                                              "--protocol", c.name}
+                               << 0 << arrived;
+    }
     QTest::newRow("ymodem-g refused on a serial port without flow control")
         << "-" << QStringList{"receive", "URL", "OURS/", "--protocol", "ymodem-g"} << 1 << "";
     QTest::newRow("the device cancels")
@@ -294,7 +283,7 @@ void TestXferIntegration::cliAgainstPeers()
 
     QProcess process;
     if (peer != QLatin1String("-")) {
-        QVERIFY(startPeer(process, pty, theirs.path(), peer));
+        QVERIFY(startLrzszPeer(process, pty, theirs.path(), peer));
     }
     QProcess cli;
     cli.start(cliPath(), cliArgs);
@@ -305,6 +294,7 @@ void TestXferIntegration::cliAgainstPeers()
     if (!arrived.isEmpty()) {
         QVERIFY(process.waitForFinished(30000));
         const bool padded = args.at(args.indexOf(QStringLiteral("--protocol")) + 1).startsWith(QLatin1String("xmodem"));
+        QCOMPARE(process.exitCode(), 0);
         QVERIFY2(arrivedWhole(readFile(fill(arrived)), data, padded), qPrintable(err));
         QVERIFY(QString::fromUtf8(cli.readAllStandardOutput()).startsWith(QStringLiteral("Transfer complete")));
     } else {

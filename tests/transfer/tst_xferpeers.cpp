@@ -3,6 +3,7 @@
 // FileTransferSession on the other end driven through QSerialPort as a port session
 // drives it.
 
+#include "lrzszmatrix.h"
 #include "ptyrelay.h"
 #include "transfer/filetransfersession.h"
 #include "transfer/xferfilesink.h"
@@ -21,8 +22,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <unistd.h>
-
 using P = XferProtocol;
 
 using testdata::randomBytes;
@@ -30,8 +29,6 @@ using testdata::readFile;
 using testdata::writeFile;
 
 namespace {
-
-const QString Python = QStringLiteral("/usr/bin/python3");
 
 // Every file under `root`, as paths relative to it.
 QStringList filesUnder(const QString &root)
@@ -105,27 +102,7 @@ void TestXferPeers::lrzsz_data()
     QTest::addColumn<QString>("peer");  // the peer's command; "f" is the file, "out" its output
     QTest::addColumn<int>("size");
 
-    struct Config
-    {
-        const char *label;
-        P protocol;
-        bool sending;
-        const char *peer;
-    };
-    const Config configs[] = {
-        {"receive xmodem from sx", P::Xmodem, false, "sx -b f"},
-        {"receive xmodem-crc from sx", P::XmodemCrc, false, "sx -b f"},
-        {"receive xmodem-1k from sx -k", P::Xmodem1k, false, "sx -b -k f"},
-        {"receive ymodem from sb", P::Ymodem, false, "sb -b f"},
-        {"receive ymodem from sb -k", P::Ymodem, false, "sb -b -k f"},
-        {"receive ymodem-g from sb -k", P::YmodemG, false, "sb -b -k f"},
-        {"send xmodem to rx", P::Xmodem, true, "rx -b out"},
-        {"send xmodem-crc to rx -c", P::XmodemCrc, true, "rx -b -c out"},
-        {"send xmodem-1k to rx -c", P::Xmodem1k, true, "rx -b -c out"},
-        {"send ymodem to rb", P::Ymodem, true, "rb -b"},
-        {"send ymodem-g to a python receiver", P::YmodemG, true, "python"},
-    };
-    for (const Config &c : configs) {
+    for (const LrzszCase &c : LrzszCases) {
         for (int size : {0, 1, 127, 128, 129, 1024, 1025}) {
             QTest::addRow("%s, %d bytes", c.label, size)
                 << c.protocol << c.sending << QString::fromLatin1(c.peer) << size;
@@ -156,22 +133,8 @@ void TestXferPeers::lrzsz()
     const QString name = QStringLiteral("f");
     QVERIFY(writeFile((sending ? ours : theirs).filePath(name), data));
 
-    // lrzsz reads the terminal but writes into the relay's pipe: it empties the
-    // terminal's queues as it exits, and on a pseudo-terminal that can swallow its last
-    // answer before anyone read it (a real UART sends it first).
     QProcess process;
-    process.setWorkingDirectory(theirs.path());
-    process.setStandardInputFile(pty.portB());
-    if (peer == QLatin1String("python")) {
-        process.setStandardOutputFile(pty.portB());
-        process.start(Python, {QFINDTESTDATA("ymodem_g_receiver.py"), pty.portB(), theirs.path()});
-    } else {
-        const int writer = pty.writerFor(1);
-        process.setChildProcessModifier([writer] { ::dup2(writer, STDOUT_FILENO); });
-        QStringList args = peer.split(QLatin1Char(' '));
-        process.start(args.takeFirst(), args);
-    }
-    QVERIFY2(process.waitForStarted(), qPrintable(process.errorString()));
+    QVERIFY2(startLrzszPeer(process, pty, theirs.path(), peer), qPrintable(process.errorString()));
 
     XferConfig config;
     config.protocol = protocol;
@@ -196,9 +159,7 @@ void TestXferPeers::lrzsz()
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QVERIFY2(process.exitCode() == 0, qPrintable(QString::fromLocal8Bit(process.readAllStandardError())));
 
-    const QString arrived = sending ? theirs.filePath(peer.endsWith(QLatin1String("out"))
-                                                          ? QStringLiteral("out")
-                                                          : name)
+    const QString arrived = sending ? theirs.filePath(lrzszPeerFile(peer))
                                     : ours.filePath(xferProtocolHasHeader(protocol) ? name
                                                                                     : QStringLiteral("got.bin"));
     const QByteArray got = readFile(arrived);
