@@ -245,6 +245,7 @@ void MainWindow::createActions()
     createScriptActions(tools);
     createDecodeActions(tools);
     createCloudActions();
+    createConsoleActions();
     createHelpActions();
 }
 

@@ -20,6 +20,7 @@
 
 class QAction;
 class AccountDialog;
+class CloudConsoleService;
 class DiagnosticPackDialog;
 class QLabel;
 class QMenu;
@@ -262,6 +263,7 @@ private:
     void loadDecodeState(QSettings &store);
     QWidget *openDecodeScreenshot(const QString &name);
     void createCloudActions();
+    void createConsoleActions(); // mainwindow_console.cpp
     void setupCloud();
     void updateCloudConsentActions();
     void restoreAccountSession();
@@ -361,4 +363,5 @@ private:
     QAction *acAccountSignIn = nullptr;
     QAction *acAccountSignOut = nullptr;
     QAction *acAccountSyncNow = nullptr;
+    CloudConsoleService *consoleService = nullptr;
 };
