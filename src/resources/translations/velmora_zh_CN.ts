@@ -900,6 +900,57 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     </message>
 </context>
 <context>
+    <name>CloudConsoleService</name>
+    <message>
+        <source>Live Console stopped: monthly traffic quota used up. Please top up to continue.</source>
+        <translation>实时控制台已停止：本月流量额度已用完。请充值后继续。</translation>
+    </message>
+    <message>
+        <source>unsupported command: %1</source>
+        <translation>不支持的命令：%1</translation>
+    </message>
+    <message>
+        <source>this computer holds no such share</source>
+        <translation>本机没有这个共享</translation>
+    </message>
+    <message>
+        <source>remote send is disabled on the device</source>
+        <translation>本机已禁用远程发送</translation>
+    </message>
+    <message>
+        <source>remote port control is disabled on the device</source>
+        <translation>本机已禁用远程端口控制</translation>
+    </message>
+    <message>
+        <source>cloud relay is disabled on the device</source>
+        <translation>本机已禁用云中继</translation>
+    </message>
+    <message>
+        <source>the command was meant for an earlier run of this computer</source>
+        <translation>该命令属于本机之前的一次运行</translation>
+    </message>
+    <message>
+        <source>this computer has no port %1</source>
+        <translation>本机没有端口 %1</translation>
+    </message>
+    <message>
+        <source>the hex text is not pairs of hexadecimal digits</source>
+        <translation>十六进制文本不是成对的十六进制数字</translation>
+    </message>
+    <message>
+        <source>empty payload</source>
+        <translation>内容为空</translation>
+    </message>
+    <message>
+        <source>open_relay needs a relay_id and a ticket</source>
+        <translation>open_relay 需要 relay_id 和 ticket</translation>
+    </message>
+    <message>
+        <source>Live Relay is not available on this computer</source>
+        <translation>本机不支持实时中继</translation>
+    </message>
+</context>
+<context>
     <name>CloudSettingsPage</name>
     <message>
         <source>The base address of a velmora-cloud server, such as https://cloud.example.com or http://127.0.0.1:8750. Leave it empty to keep every cloud feature off.</source>
@@ -1610,6 +1661,17 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     <message>
         <source>%1=%2: use one of %3.</source>
         <translation>%1=%2：请使用以下之一：%3。</translation>
+    </message>
+</context>
+<context>
+    <name>ConsolePort</name>
+    <message>
+        <source>the port is not open</source>
+        <translation>端口未打开</translation>
+    </message>
+    <message>
+        <source>the port refused the data</source>
+        <translation>端口拒绝了数据</translation>
     </message>
 </context>
 <context>
@@ -3547,6 +3609,30 @@ Reopen it now?</source>
     <message>
         <source>Export Diagnostic Pack...</source>
         <translation>导出诊断包...</translation>
+    </message>
+    <message>
+        <source>Live Console</source>
+        <translation>实时控制台</translation>
+    </message>
+    <message>
+        <source>Show This Computer&apos;s Ports in the Browser</source>
+        <translation>在浏览器中显示本机端口</translation>
+    </message>
+    <message>
+        <source>Allow Sending Data from the Browser</source>
+        <translation>允许从浏览器发送数据</translation>
+    </message>
+    <message>
+        <source>Allow Opening, Closing and Configuring Ports from the Browser</source>
+        <translation>允许从浏览器打开、关闭和配置端口</translation>
+    </message>
+    <message>
+        <source>Allow Live Relay of This Computer&apos;s Ports</source>
+        <translation>允许实时中继本机端口</translation>
+    </message>
+    <message>
+        <source>Another computer uses this computer&apos;s cloud identity. Live Console may show the wrong ports.</source>
+        <translation>另一台电脑正在使用本机的云身份。实时控制台可能显示错误的端口。</translation>
     </message>
 </context>
 <context>
