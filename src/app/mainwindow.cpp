@@ -104,6 +104,7 @@ SerialPortWidget *MainWindow::createPortWidget(int index)
     connectPortAutomation(port);
     connectPortScripts(port, index);
     connectPortDecode(port);
+    connectPortHistory(port);
     connect(port, &SerialPortWidget::statusShown, this,
             [this, port](const QString &text, int timeoutMs) {
                 onPortStatusShown(port, text, timeoutMs);
@@ -153,6 +154,8 @@ void MainWindow::createActions()
     fileSaveAs->setObjectName(QStringLiteral("acFileSaveAs"));
     fileSaveAs->setShortcut(QKeySequence::SaveAs);
     connect(fileSaveAs, &QAction::triggered, this, [this] { saveAs(); });
+    file->addSeparator();
+    createHistoryActions(file);
     file->addSeparator();
     acAutoReconnect = file->addAction(tr("Reconnect Automatically"));
     acAutoReconnect->setObjectName(QStringLiteral("acAutoReconnect"));
@@ -241,6 +244,7 @@ void MainWindow::createActions()
     QAction *ascii = tools->addAction(tr("ASCII Code Chart..."));
     ascii->setObjectName(QStringLiteral("acToolsAscii"));
     connect(ascii, &QAction::triggered, this, [this] { openAsciiChart(); });
+    createTransferActions(tools);
     createAutomationActions(tools);
     createScriptActions(tools);
     createDecodeActions(tools);

@@ -30,6 +30,7 @@ class QTimer;
 class AsciiCode;
 class CommandPanel;
 class FrameTemplateDialog;
+class SessionExportDialog;
 class ModbusBuilderDialog;
 class QDockWidget;
 class QSettings;
@@ -169,9 +170,13 @@ public:
     void applyFrameTemplateEdits(const QList<FrameTemplate> &templates,
                                  const QHash<QString, QString> &renames);
     QList<FrameTemplate> frameTemplates() const { return frameTemplateList; }
-    DecoderChoice decoderChoice(int index) const { return decodeChoices.at(size_t(index)); }
+    DecoderChoice decoderChoice(int index) const;
     // Lets tests answer the Frame Templates dialog instead of a user.
     std::function<bool(FrameTemplateDialog &)> frameTemplatesDialogHook;
+
+    // Session history: "Export Session" for the port `focused` (the focused one when
+    // null), shown and left open; the window shares its history budget among the ports.
+    SessionExportDialog *openSessionExport(SerialPortWidget *focused = nullptr);
 
     // Tools.
     ToolBox *openToolBox();
@@ -256,12 +261,16 @@ private:
     void loadScripts(QSettings &file);
     void closeScriptWindowForExit();
     void createDecodeActions(QMenu *tools);
+    void createTransferActions(QMenu *tools);
     void connectPortDecode(SerialPortWidget *port);
     void saveDecode(QSettings &file) const;
     void loadDecode(QSettings &file);
     void saveDecodeState(QSettings &store) const;
     void loadDecodeState(QSettings &store);
     QWidget *openDecodeScreenshot(const QString &name);
+    void createHistoryActions(QMenu *file);
+    void connectPortHistory(SerialPortWidget *port);
+    void shareSessionRecordCapacity();
     void createCloudActions();
     void createConsoleActions(); // mainwindow_console.cpp
     void setupCloud();
@@ -311,7 +320,6 @@ private:
     QPointer<ScriptWindow> scriptWindow;
     std::array<ScriptPortLink *, MaxPorts> scriptLinks{};
     QList<FrameTemplate> frameTemplateList;
-    std::array<DecoderChoice, MaxPorts> decodeChoices{};
     QPointer<ModbusBuilderDialog> modbusBuilder;
     // The project's bridges, written back as they were read; never enabled on load.
     QList<BridgeConfig> projectBridges;

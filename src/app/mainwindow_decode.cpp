@@ -33,6 +33,7 @@ void MainWindow::createDecodeActions(QMenu *tools)
 
 void MainWindow::connectPortDecode(SerialPortWidget *port)
 {
+    port->setFrameTemplates(frameTemplateList);
     connect(port, &SerialPortWidget::frameTemplatesEditRequested, this,
             [this] { editFrameTemplates(); });
 }
@@ -67,17 +68,29 @@ bool MainWindow::editFrameTemplates()
     return true;
 }
 
+DecoderChoice MainWindow::decoderChoice(int index) const
+{
+    const SerialPortWidget *port = portWidget(index);
+    return port ? port->decoderChoice() : DecoderChoice();
+}
+
 void MainWindow::applyFrameTemplateEdits(const QList<FrameTemplate> &templates,
                                          const QHash<QString, QString> &renames)
 {
     frameTemplateList = templates;
     // A port that decodes with a renamed template follows the new name; one whose
     // template is gone decodes with nothing.
-    for (DecoderChoice &choice : decodeChoices) {
-        if (choice.kind == DecoderChoice::Template) {
-            choice.templateName = renames.value(choice.templateName.trimmed(), choice.templateName);
-            choice = FrameTemplateCodec::withKnownTemplate(choice, frameTemplateList);
+    QHash<QString, QString> changes = renames;
+    for (int i = 0; i < portCountValue; ++i) {
+        const DecoderChoice choice = decoderChoice(i);
+        const QString name = choice.templateName.trimmed();
+        if (choice.kind == DecoderChoice::Template && !changes.contains(name) &&
+            !FrameTemplateCodec::find(frameTemplateList, name)) {
+            changes.insert(name, QString());
         }
+    }
+    for (int i = 0; i < portCountValue; ++i) {
+        portWidgets[size_t(i)]->setFrameTemplates(frameTemplateList, changes);
     }
     markModified();
 }
@@ -86,8 +99,7 @@ void MainWindow::saveDecode(QSettings &file) const
 {
     FrameTemplateCodec::save(file, FrameTemplateCodec::projectPrefix(), frameTemplateList);
     for (int i = 0; i < portCountValue; ++i) {
-        FrameTemplateCodec::saveChoice(file, ProjectCodec::decodeGroup(i),
-                                       decodeChoices[size_t(i)]);
+        FrameTemplateCodec::saveChoice(file, ProjectCodec::decodeGroup(i), decoderChoice(i));
     }
 }
 
@@ -96,27 +108,28 @@ void MainWindow::loadDecode(QSettings &file)
     if (FrameTemplateCodec::contains(file, FrameTemplateCodec::projectPrefix())) {
         frameTemplateList = FrameTemplateCodec::load(file, FrameTemplateCodec::projectPrefix());
     }
-    for (int i = 0; i < MaxPorts; ++i) {
-        decodeChoices[size_t(i)] =
-            i < portCountValue
-                ? FrameTemplateCodec::withKnownTemplate(
-                      FrameTemplateCodec::loadChoice(file, ProjectCodec::decodeGroup(i)),
-                      frameTemplateList)
-                : DecoderChoice();
+    for (int i = 0; i < portCountValue; ++i) {
+        SerialPortWidget *port = portWidgets[size_t(i)];
+        port->setFrameTemplates(frameTemplateList);
+        port->setDecoderChoice(FrameTemplateCodec::withKnownTemplate(
+            FrameTemplateCodec::loadChoice(file, ProjectCodec::decodeGroup(i)), frameTemplateList));
     }
 }
 
 void MainWindow::saveDecodeState(QSettings &store) const
 {
     FrameTemplateCodec::save(store, FrameTemplateCodec::projectPrefix(), frameTemplateList);
-    FrameTemplateCodec::saveChoice(store, LastDecodePrefix, decodeChoices[0]);
+    FrameTemplateCodec::saveChoice(store, LastDecodePrefix, decoderChoice(0));
 }
 
 void MainWindow::loadDecodeState(QSettings &store)
 {
     frameTemplateList = FrameTemplateCodec::load(store, FrameTemplateCodec::projectPrefix());
-    decodeChoices[0] = FrameTemplateCodec::withKnownTemplate(
-        FrameTemplateCodec::loadChoice(store, LastDecodePrefix), frameTemplateList);
+    for (int i = 0; i < portCountValue; ++i) {
+        portWidgets[size_t(i)]->setFrameTemplates(frameTemplateList);
+    }
+    portWidgets[0]->setDecoderChoice(FrameTemplateCodec::withKnownTemplate(
+        FrameTemplateCodec::loadChoice(store, LastDecodePrefix), frameTemplateList));
 }
 
 QWidget *MainWindow::openDecodeScreenshot(const QString &name)

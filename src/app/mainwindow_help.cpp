@@ -84,6 +84,10 @@ QList<QPair<QString, QString>> MainWindow::keyboardShortcuts() const
     list.append({tr("Receive view: every key goes to the device while the port is open and "
                     "sends text; Enter sends the port's Enter bytes"),
                  tr("any key")});
+    list.append({tr("Receive view: find text, live as data arrives"), key(QKeySequence::Find)});
+    list.append({tr("Find bar: next and previous match"),
+                 QStringLiteral("F3, ") + QKeySequence(Qt::SHIFT | Qt::Key_F3).toString(
+                                              QKeySequence::NativeText)});
     list.append({tr("Scripts window: run the script"),
                  QKeySequence(Qt::CTRL | Qt::Key_R).toString(QKeySequence::NativeText)});
     list.append({tr("Scripts window: Lua API reference"), key(QKeySequence::HelpContents)});

@@ -65,6 +65,7 @@ void MainWindow::setTabLayout(bool tabs)
 void MainWindow::updateGrid()
 {
     rebuildPortLayout();
+    shareSessionRecordCapacity();
     const bool single = portCountValue == 1;
     statusBar()->setVisible(single);
     for (int i = 0; i < portCountValue; ++i) {

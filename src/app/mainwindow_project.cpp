@@ -304,6 +304,7 @@ void MainWindow::readSettings()
     lastState = state;
     recentFiles = state.recentFiles;
     lastDirectory = state.lastDirectory;
+    SerialPortWidget::lastTransferChoices() = state.transfer;
     quickSettings = state.quickSettings;
     tabLayout = state.layoutTabs;
     autoReconnect = state.autoReconnect;
@@ -355,6 +356,7 @@ SessionState MainWindow::currentSessionState()
     state.recentFiles = recentFiles;
     state.lastFile = currentFile;
     state.lastDirectory = lastDirectory;
+    state.transfer = SerialPortWidget::lastTransferChoices();
     state.lastConnectionOpen = wasOpenAtExit;
     state.layoutTabs = tabLayout;
     state.quickSettings = quickSettings;

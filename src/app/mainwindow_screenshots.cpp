@@ -9,6 +9,8 @@
 #include "automation/autoreplyengine.h"
 #include "automation/commandlibrarydialog.h"
 #include "recording/diagnosticpackdialog.h"
+#include "decode/framespanel.h"
+#include "decode/modbuscodec.h"
 #include "scripting/scriptapireferencedialog.h"
 #include "plot/plotpanel.h"
 #include "app/scriptwindow.h"
@@ -19,6 +21,7 @@
 #include <QDateTime>
 #include <QDockWidget>
 #include <QRandomGenerator>
+#include <QTimer>
 
 #include <cmath>
 #include <memory>
@@ -88,13 +91,47 @@ void showPlotSample(SerialPortWidget *port)
     port->plotPanel()->refreshStats();
 }
 
+// A Modbus RTU master polling a meter: requests, answers and one exception, decoded in
+// the frames panel with the first answer's fields open.
+void showFramesSample(SerialPortWidget *port)
+{
+    port->clear();
+    FormatSetting format = port->formatSettings();
+    format.receiveMsgFormat = HexFormat;
+    format.sendMsgFormat = HexFormat;
+    format.displaySendMsg = true;
+    format.displayMsgTime = true;
+    port->applyFormatSetting(format);
+    port->setDecoderChoice({DecoderChoice::ModbusRtu, QString(), true});
+    port->setQuickSettingsCollapsed(true);
+    const char *const exchange[][2] = {
+        {"010300000002", "01030400E6018A"},       {"010400020003", "01040603EA03EB03EC"},
+        {"0106000A00C8", "0106000A00C8"},         {"010300640004", "018302"},
+        {"010300000002", "01030400E7018A"},
+    };
+    const auto rtu = [](const char *hex) {
+        QByteArray frame = QByteArray::fromHex(hex);
+        const quint16 crc = ModbusCodec::crc16(frame);
+        return frame.append(char(crc & 0xFF)).append(char(crc >> 8));
+    };
+    for (const auto &pair : exchange) {
+        const QByteArray request = rtu(pair[0]);
+        port->noteTxAccepted(request, QString(), false);
+        port->pushByteArray(request, false, Sent, QString());
+        port->ingestRx(rtu(pair[1]), false, QString());
+    }
+    port->displayPortBuffer();
+    // The first answer's fields, once the window has laid the panel out.
+    QTimer::singleShot(200, port, [port] { port->framesPanel()->selectRow(3); });
+}
+
 } // namespace
 
 QStringList MainWindow::screenshotSceneNames()
 {
     return {QStringLiteral("single"), QStringLiteral("grid4"), QStringLiteral("row4"),
             QStringLiteral("grid16"), QStringLiteral("tabs"), QStringLiteral("hex"),
-            QStringLiteral("commands"), QStringLiteral("plot")};
+            QStringLiteral("commands"), QStringLiteral("plot"), QStringLiteral("frames")};
 }
 
 QStringList MainWindow::screenshotDialogNames()
@@ -163,6 +200,9 @@ bool MainWindow::runScreenshotScene(const QString &name)
     }
     if (name == QLatin1String("plot")) {
         showPlotSample(portWidgets[0]);
+    }
+    if (name == QLatin1String("frames")) {
+        showFramesSample(portWidgets[0]);
     }
     updateGrid();
     return true;

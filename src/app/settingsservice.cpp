@@ -83,6 +83,12 @@ SessionState SettingsService::load(const QSettings &settings, EncodingNormalizer
     state.lastFile = in.text("LastFile", d.lastFile);
     state.lastLogFile = in.text("LastLogFile", d.lastLogFile);
     state.lastDirectory = in.text("LastDirectory", d.lastDirectory);
+    state.transfer.protocol = XferProtocol(in.number(
+        "LastTransferProtocol", int(d.transfer.protocol), int(XferProtocol::Xmodem),
+        int(XferProtocol::YmodemG)));
+    state.transfer.sendDir = in.text("LastTransferSendDir", d.transfer.sendDir);
+    state.transfer.recvDir = in.text("LastTransferRecvDir", d.transfer.recvDir);
+    state.transfer.sizeCapMiB = in.number("TransferRecvSizeCapMiB", d.transfer.sizeCapMiB, 0, 1 << 20);
 
     s.connMode = connectionModeFromInt(
         in.number("LastConnMode", d.settings.connMode, Limits::IntMin, Limits::IntMax));
@@ -187,6 +193,10 @@ void SettingsService::save(QSettings &settings, const SessionState &state)
     put("LastFile", state.lastFile);
     put("LastLogFile", state.lastLogFile);
     put("LastDirectory", state.lastDirectory);
+    put("LastTransferProtocol", int(state.transfer.protocol));
+    put("LastTransferSendDir", state.transfer.sendDir);
+    put("LastTransferRecvDir", state.transfer.recvDir);
+    put("TransferRecvSizeCapMiB", state.transfer.sizeCapMiB);
 
     put("LastConnMode", qint32(s.connMode));
     put("LastPortName", s.name);

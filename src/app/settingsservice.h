@@ -9,6 +9,7 @@
 #include "common/storedvaluereader.h"
 #include "connection/settings.h"
 #include "session/quicksettingsgroups.h"
+#include "transfer/xferconfig.h"
 
 #include <QString>
 #include <QStringList>
@@ -30,6 +31,7 @@ struct SessionState
     QuickSettingsGroups quickSettings;
     bool openLastConnection = false;
     bool autoReconnect = false;
+    XferChoices transfer; // the file transfer dialog's last choices
 
     bool operator==(const SessionState &) const = default;
 };

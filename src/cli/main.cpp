@@ -11,6 +11,7 @@
 #include "cli/runsequencecommand.h"
 #include "cli/sendcommand.h"
 #include "cli/simulatecommand.h"
+#include "cli/xfercommand.h"
 
 #include <QCoreApplication>
 
@@ -31,6 +32,7 @@ int main(int argc, char *argv[])
     registry.add(std::make_unique<SimulateCommand>());
     registry.add(std::make_unique<DecodeCommand>());
     registry.add(std::make_unique<CrcCommand>());
+    registry.add(std::make_unique<XferCommand>());
 
     CliOutput out;
     return registry.run(QCoreApplication::arguments(), out);

@@ -3,6 +3,7 @@
 #include "app/projectcodec.h"
 #include "automation/autoreplycodec.h"
 #include "automation/commandlibrarycodec.h"
+#include "bridge/rfc2217clientsession.h"
 #include "cli/clicommand.h"
 #include "cli/clioutput.h"
 #include "cli/interruptwatcher.h"
@@ -154,6 +155,35 @@ int PortOpener::open(CliOutput &out)
             return CliCommand::ExitInterrupted;
         }
         if (refused || !session->portIsOpen()) {
+            return failed();
+        }
+    }
+    if (connectionModeIsRemoteSerial(session->settings().connMode) &&
+        session->rfc2217Session().state() == Rfc2217ClientSession::Negotiating) {
+        // The command starts once the far end has taken com-port control (and the line
+        // parameters are on their way) or the session has fallen back; that takes at most
+        // the session's negotiation time.
+        QEventLoop loop;
+        bool interrupted = false;
+        connect(session, &PortSession::remoteSerialChanged, &loop, [&] {
+            if (session->rfc2217Session().state() != Rfc2217ClientSession::Negotiating) {
+                loop.quit();
+            }
+        });
+        connect(controller, &ConnectionController::tcpClientDisconnected, &loop,
+                &QEventLoop::quit);
+        if (InterruptWatcher *watcher = InterruptWatcher::instance()) {
+            connect(watcher, &InterruptWatcher::interruptRequested, &loop, [&] {
+                interrupted = true;
+                loop.quit();
+            });
+        }
+        loop.exec();
+        if (interrupted) {
+            session->close();
+            return CliCommand::ExitInterrupted;
+        }
+        if (!session->portIsOpen()) {
             return failed();
         }
     }

@@ -4,6 +4,7 @@
 #include "connection/serialportlist.h"
 
 #include <QComboBox>
+#include <QCheckBox>
 #include <QFormLayout>
 #include <QIntValidator>
 #include <QLineEdit>
@@ -63,6 +64,10 @@ ConnectionSettingsWidget::ConnectionSettingsWidget(QWidget *parent)
     for (QSpinBox *spin : {targetPortSpin, udpLocalPortSpin, udpServerPortSpin}) {
         spin->setRange(0, 65535);
     }
+    rfc2217UseRemoteBox = new QCheckBox(tr("Keep the remote port's own config"), this);
+    rfc2217UseRemoteBox->setObjectName(QStringLiteral("rfc2217UseRemoteBox"));
+    rfc2217UseRemoteBox->setToolTip(tr("Leave baud rate, framing and the control lines as the "
+                                       "remote port has them; clear it to set them from here"));
 
     form->addRow(tr("Mode"), modeCombo);
     form->addRow(tr("Port"), portNameCombo);
@@ -73,6 +78,7 @@ ConnectionSettingsWidget::ConnectionSettingsWidget(QWidget *parent)
     form->addRow(tr("Flow Type"), flowCombo);
     form->addRow(tr("Host"), hostCombo);
     form->addRow(tr("Port number"), targetPortSpin);
+    form->addRow(QString(), rfc2217UseRemoteBox);
     form->addRow(tr("Local port"), udpLocalPortSpin);
     form->addRow(tr("Listen port"), udpServerPortSpin);
 
@@ -103,6 +109,10 @@ ConnectionSettingsWidget::ConnectionSettingsWidget(QWidget *parent)
     connect(hostCombo, &QComboBox::editTextChanged, this, &ConnectionSettingsWidget::userEdited);
     connect(baudCombo, &QComboBox::currentIndexChanged, this,
             &ConnectionSettingsWidget::onBaudIndexChanged);
+    connect(rfc2217UseRemoteBox, &QCheckBox::toggled, this, [this] {
+        syncVisibleRows();
+        applySerialParams();
+    });
     for (QSpinBox *spin : {targetPortSpin, udpLocalPortSpin, udpServerPortSpin}) {
         connect(spin, &QSpinBox::valueChanged, this, &ConnectionSettingsWidget::userEdited);
     }
@@ -151,9 +161,12 @@ void ConnectionSettingsWidget::syncVisibleRows()
     const connectionMode mode = currentMode();
     const bool serial = mode == ModeSerial;
     setRowVisible(portNameCombo, serial);
+    // A remote port shows its line parameters only when they are set from here.
+    const bool remoteLine = mode == ModeRemoteSerial && !rfc2217UseRemoteBox->isChecked();
     for (auto it = lineFields.cbegin(); it != lineFields.cend(); ++it) {
-        setRowVisible(it.value(), serial && !hiddenLineFields.contains(it.key()));
+        setRowVisible(it.value(), (serial || remoteLine) && !hiddenLineFields.contains(it.key()));
     }
+    setRowVisible(rfc2217UseRemoteBox, mode == ModeRemoteSerial);
     const bool udpClient = mode == ModeUdpClient || mode == ModeUdpGroup;
     const bool hasHost = mode == ModeTcpClient || mode == ModeRemoteSerial || udpClient;
     setRowVisible(hostCombo, hasHost);
@@ -234,6 +247,7 @@ void ConnectionSettingsWidget::applySettings(const Settings &settings)
     targetPortSpin->setValue(qBound(0, settings.targetPort, 65535));
     udpLocalPortSpin->setValue(settings.udpLocalPort);
     udpServerPortSpin->setValue(settings.udpServerPort);
+    rfc2217UseRemoteBox->setChecked(settings.useRemoteSerialConfig);
     syncVisibleRows();
     edited = false;
     pushing = wasPushing;
@@ -267,6 +281,7 @@ Settings ConnectionSettingsWidget::portSettings(const Settings &base) const
     s.targetPort = targetPortSpin->value();
     s.udpLocalPort = quint16(udpLocalPortSpin->value());
     s.udpServerPort = quint16(udpServerPortSpin->value());
+    s.useRemoteSerialConfig = rfc2217UseRemoteBox->isChecked();
     return s;
 }
 

@@ -6,6 +6,7 @@
 #include <QSet>
 #include <QWidget>
 
+class QCheckBox;
 class QComboBox;
 class QFormLayout;
 class QSpinBox;
@@ -66,6 +67,7 @@ private:
     QSpinBox *targetPortSpin = nullptr;
     QSpinBox *udpLocalPortSpin = nullptr;
     QSpinBox *udpServerPortSpin = nullptr;
+    QCheckBox *rfc2217UseRemoteBox = nullptr;
     QMap<QString, QWidget *> lineFields;
     QSet<QString> hiddenLineFields;
     bool pushing = false;

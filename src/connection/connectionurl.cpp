@@ -47,10 +47,28 @@ bool splitHostPort(const QString &text, bool hostRequired, QString *host, int *p
     *port = number;
     return true;
 }
+
+const QStringList &lineParameterNames()
+{
+    static const QStringList names{QStringLiteral("baud"), QStringLiteral("data"),
+                                   QStringLiteral("parity"), QStringLiteral("stop"),
+                                   QStringLiteral("flow")};
+    return names;
+}
+
+bool hasLineParameters(const QUrlQuery &query)
+{
+    for (const QString &name : lineParameterNames()) {
+        if (query.hasQueryItem(name)) {
+            return true;
+        }
+    }
+    return false;
+}
 } // namespace
 
-bool ConnectionUrl::parse(const QString &text, const Settings &base, Settings *settings,
-                          QString *error)
+// baud=, data=, parity=, stop=, flow= of a serial line, here or at the far end.
+bool ConnectionUrl::parseLineParameters(const QUrlQuery &query, Settings *settings, QString *error)
 {
     const auto fail = [error](const QString &why) {
         if (error) {
@@ -58,106 +76,7 @@ bool ConnectionUrl::parse(const QString &text, const Settings &base, Settings *s
         }
         return false;
     };
-    Settings s = base;
-    const QString trimmed = text.trimmed();
-    if (trimmed.isEmpty()) {
-        return fail(tr("No connection was given."));
-    }
-    const qsizetype schemeEnd = trimmed.indexOf(QLatin1Char(':'));
-    const QString scheme = schemeEnd > 0 ? trimmed.left(schemeEnd).toLower() : QString();
-    QString rest = schemeEnd > 0 ? trimmed.mid(schemeEnd + 1) : trimmed;
-    QString queryText;
-    const qsizetype question = rest.indexOf(QLatin1Char('?'));
-    if (question >= 0) {
-        queryText = rest.mid(question + 1);
-        rest = rest.left(question);
-    }
-    const QUrlQuery query(queryText);
-    const auto known = [&query](const QStringList &names) {
-        for (const auto &item : query.queryItems()) {
-            if (!names.contains(item.first)) {
-                return item.first;
-            }
-        }
-        return QString();
-    };
-
-    const bool network = scheme == QLatin1String("tcp") || scheme == QLatin1String("tcp-server") ||
-                         scheme == QLatin1String("udp") || scheme == QLatin1String("udp-server");
-    if (network) {
-        if (!rest.startsWith(QLatin1String("//"))) {
-            return fail(tr("\"%1\" needs // after the scheme, as in %2://HOST:PORT.")
-                            .arg(trimmed, scheme));
-        }
-        rest = rest.mid(2);
-        const bool server = scheme.endsWith(QLatin1String("-server"));
-        QString host;
-        int port = 0;
-        if (!splitHostPort(rest, !server, &host, &port) || (!server && port == 0)) {
-            return fail(server ? tr("\"%1\" names no port to listen on: use %2://[ADDR]:PORT "
-                                    "with a port from 0 to 65535.")
-                                     .arg(trimmed, scheme)
-                               : tr("\"%1\" names no host and port: use %2://HOST:PORT with a "
-                                    "port from 1 to 65535.")
-                                     .arg(trimmed, scheme));
-        }
-        const QString unknown = known(scheme == QLatin1String("udp")
-                                          ? QStringList{QStringLiteral("local")}
-                                          : QStringList{});
-        if (!unknown.isEmpty()) {
-            return fail(tr("\"%1\" is not a parameter of %2 connections.").arg(unknown, scheme));
-        }
-        if (scheme == QLatin1String("tcp")) {
-            s.connMode = ModeTcpClient;
-            s.targetHost = host;
-            s.targetPort = port;
-        } else if (scheme == QLatin1String("tcp-server")) {
-            s.connMode = ModeTcpServer;
-            s.targetPort = port;
-        } else if (scheme == QLatin1String("udp")) {
-            s.connMode = ModeUdpClient;
-            s.targetHost = host;
-            s.targetPort = port;
-            // Without local=, the system picks a free local port.
-            s.udpLocalPort = 0;
-            if (query.hasQueryItem(QStringLiteral("local"))) {
-                bool ok = false;
-                const int local = query.queryItemValue(QStringLiteral("local")).toInt(&ok);
-                if (!ok || local < 0 || local > 65535) {
-                    return fail(tr("local=%1 is no port: use 0 to 65535.")
-                                    .arg(query.queryItemValue(QStringLiteral("local"))));
-                }
-                s.udpLocalPort = quint16(local);
-            }
-        } else {
-            s.connMode = ModeUdpServer;
-            s.udpServerPort = quint16(port);
-        }
-        *settings = s;
-        return true;
-    }
-
-    // A serial port: "serial:PATH?..." or a bare device path or name.
-    if (!scheme.isEmpty() && scheme != QLatin1String("serial") &&
-        !(scheme.size() == 1 && rest.startsWith(QLatin1Char('\\')))) {
-        return fail(tr("\"%1\" is no connection: use serial:PATH, tcp://HOST:PORT, "
-                       "tcp-server://[ADDR]:PORT, udp://HOST:PORT or udp-server://[ADDR]:PORT.")
-                        .arg(trimmed));
-    }
-    if (scheme != QLatin1String("serial")) {
-        rest = question >= 0 ? trimmed.left(trimmed.indexOf(QLatin1Char('?'))) : trimmed;
-    }
-    if (rest.isEmpty()) {
-        return fail(tr("\"%1\" names no serial port.").arg(trimmed));
-    }
-    const QString unknown = known({QStringLiteral("baud"), QStringLiteral("data"),
-                                   QStringLiteral("parity"), QStringLiteral("stop"),
-                                   QStringLiteral("flow")});
-    if (!unknown.isEmpty()) {
-        return fail(tr("\"%1\" is not a parameter of serial connections.").arg(unknown));
-    }
-    s.connMode = ModeSerial;
-    s.name = rest;
+    Settings &s = *settings;
     if (query.hasQueryItem(QStringLiteral("baud"))) {
         bool ok = false;
         const int baud = query.queryItemValue(QStringLiteral("baud")).toInt(&ok);
@@ -206,6 +125,131 @@ bool ConnectionUrl::parse(const QString &text, const Settings &base, Settings *s
         }
         *choice.field = number;
         *choice.text = choice.describe(number);
+    }
+    return true;
+}
+
+bool ConnectionUrl::parse(const QString &text, const Settings &base, Settings *settings,
+                          QString *error)
+{
+    const auto fail = [error](const QString &why) {
+        if (error) {
+            *error = why;
+        }
+        return false;
+    };
+    Settings s = base;
+    const QString trimmed = text.trimmed();
+    if (trimmed.isEmpty()) {
+        return fail(tr("No connection was given."));
+    }
+    const qsizetype schemeEnd = trimmed.indexOf(QLatin1Char(':'));
+    const QString scheme = schemeEnd > 0 ? trimmed.left(schemeEnd).toLower() : QString();
+    QString rest = schemeEnd > 0 ? trimmed.mid(schemeEnd + 1) : trimmed;
+    QString queryText;
+    const qsizetype question = rest.indexOf(QLatin1Char('?'));
+    if (question >= 0) {
+        queryText = rest.mid(question + 1);
+        rest = rest.left(question);
+    }
+    const QUrlQuery query(queryText);
+    const auto known = [&query](const QStringList &names) {
+        for (const auto &item : query.queryItems()) {
+            if (!names.contains(item.first)) {
+                return item.first;
+            }
+        }
+        return QString();
+    };
+
+    const bool network = scheme == QLatin1String("tcp") || scheme == QLatin1String("tcp-server") ||
+                         scheme == QLatin1String("udp") || scheme == QLatin1String("udp-server") ||
+                         scheme == QLatin1String("rfc2217");
+    if (network) {
+        if (!rest.startsWith(QLatin1String("//"))) {
+            return fail(tr("\"%1\" needs // after the scheme, as in %2://HOST:PORT.")
+                            .arg(trimmed, scheme));
+        }
+        rest = rest.mid(2);
+        const bool server = scheme.endsWith(QLatin1String("-server"));
+        QString host;
+        int port = 0;
+        if (!splitHostPort(rest, !server, &host, &port) || (!server && port == 0)) {
+            return fail(server ? tr("\"%1\" names no port to listen on: use %2://[ADDR]:PORT "
+                                    "with a port from 0 to 65535.")
+                                     .arg(trimmed, scheme)
+                               : tr("\"%1\" names no host and port: use %2://HOST:PORT with a "
+                                    "port from 1 to 65535.")
+                                     .arg(trimmed, scheme));
+        }
+        const QString unknown = known(scheme == QLatin1String("udp")
+                                          ? QStringList{QStringLiteral("local")}
+                                      : scheme == QLatin1String("rfc2217") ? lineParameterNames()
+                                                                           : QStringList{});
+        if (!unknown.isEmpty()) {
+            return fail(tr("\"%1\" is not a parameter of %2 connections.").arg(unknown, scheme));
+        }
+        if (scheme == QLatin1String("rfc2217")) {
+            // Line parameters are pushed to the remote port; without any, it keeps its own.
+            s.connMode = ModeRemoteSerial;
+            s.targetHost = host;
+            s.targetPort = port;
+            s.useRemoteSerialConfig = !hasLineParameters(query);
+            if (!parseLineParameters(query, &s, error)) {
+                return false;
+            }
+        } else if (scheme == QLatin1String("tcp")) {
+            s.connMode = ModeTcpClient;
+            s.targetHost = host;
+            s.targetPort = port;
+        } else if (scheme == QLatin1String("tcp-server")) {
+            s.connMode = ModeTcpServer;
+            s.targetPort = port;
+        } else if (scheme == QLatin1String("udp")) {
+            s.connMode = ModeUdpClient;
+            s.targetHost = host;
+            s.targetPort = port;
+            // Without local=, the system picks a free local port.
+            s.udpLocalPort = 0;
+            if (query.hasQueryItem(QStringLiteral("local"))) {
+                bool ok = false;
+                const int local = query.queryItemValue(QStringLiteral("local")).toInt(&ok);
+                if (!ok || local < 0 || local > 65535) {
+                    return fail(tr("local=%1 is no port: use 0 to 65535.")
+                                    .arg(query.queryItemValue(QStringLiteral("local"))));
+                }
+                s.udpLocalPort = quint16(local);
+            }
+        } else {
+            s.connMode = ModeUdpServer;
+            s.udpServerPort = quint16(port);
+        }
+        *settings = s;
+        return true;
+    }
+
+    // A serial port: "serial:PATH?..." or a bare device path or name.
+    if (!scheme.isEmpty() && scheme != QLatin1String("serial") &&
+        !(scheme.size() == 1 && rest.startsWith(QLatin1Char('\\')))) {
+        return fail(tr("\"%1\" is no connection: use serial:PATH, tcp://HOST:PORT, "
+                       "tcp-server://[ADDR]:PORT, udp://HOST:PORT, udp-server://[ADDR]:PORT or "
+                       "rfc2217://HOST:PORT.")
+                        .arg(trimmed));
+    }
+    if (scheme != QLatin1String("serial")) {
+        rest = question >= 0 ? trimmed.left(trimmed.indexOf(QLatin1Char('?'))) : trimmed;
+    }
+    if (rest.isEmpty()) {
+        return fail(tr("\"%1\" names no serial port.").arg(trimmed));
+    }
+    const QString unknown = known(lineParameterNames());
+    if (!unknown.isEmpty()) {
+        return fail(tr("\"%1\" is not a parameter of serial connections.").arg(unknown));
+    }
+    s.connMode = ModeSerial;
+    s.name = rest;
+    if (!parseLineParameters(query, &s, error)) {
+        return false;
     }
     *settings = s;
     return true;

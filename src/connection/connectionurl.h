@@ -5,12 +5,16 @@
 //   /dev/ttyUSB0 (a bare path: a serial port with the record's defaults)
 //   tcp://HOST:PORT, tcp-server://[ADDR]:PORT,
 //   udp://HOST:PORT[?local=N], udp-server://[ADDR]:PORT
+//   rfc2217://HOST:PORT[?baud=...&data=...&parity=...&stop=...&flow=...] (a remote serial
+//   port: with line parameters they are pushed to it, without them it keeps its own)
 // Any parameter may be left out; the record's defaults fill in.
 
 #include "connection/settings.h"
 
 #include <QCoreApplication>
 #include <QString>
+
+class QUrlQuery;
 
 class ConnectionUrl
 {
@@ -21,4 +25,7 @@ public:
     // `error` when the text names no connection or a value is out of range.
     static bool parse(const QString &text, const Settings &base, Settings *settings,
                       QString *error);
+
+private:
+    static bool parseLineParameters(const QUrlQuery &query, Settings *settings, QString *error);
 };

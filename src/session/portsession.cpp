@@ -3,11 +3,16 @@
 #include "automation/autoreplyengine.h"
 #include "automation/autoreplyrunner.h"
 #include "automation/sequencerunner.h"
+#include "bridge/rfc2217clientsession.h"
 #include "connection/connectioncontroller.h"
+#include "recording/sessionrecorder.h"
 #include "scripting/scriptengine.h"
+#include "transfer/filetransfersession.h"
 
 #include <QHostAddress>
 #include <QTimer>
+
+#include <chrono>
 
 namespace {
 // Held bytes go back to the queue in pieces of this size, so that no record is huge.
@@ -19,9 +24,12 @@ PortSession::PortSession(QObject *parent)
     , controller(new ConnectionController(this))
     , autoReplyRunner(new AutoReplyRunner(this))
     , sequenceRunner(new SequenceRunner(this))
+    , history(std::make_unique<SessionRecorder>())
     , reconnectTicker(new QTimer(this))
 {
     connectController();
+    connectRemoteSerial();
+    connectTransferEvents();
     reconnectTicker->setInterval(2000);
     connect(reconnectTicker, &QTimer::timeout, this, &PortSession::onReconnectTick);
     autoReplyRunner->setSender([this](const QByteArray &bytes, const QString &peer) {
@@ -44,6 +52,17 @@ PortSession::PortSession(QObject *parent)
 PortSession::~PortSession()
 {
     controller->disconnect(this);
+}
+
+qint64 PortSession::wallClockUs()
+{
+    using namespace std::chrono;
+    return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+void PortSession::recordNote(const QString &text)
+{
+    history->recordNote(text, wallClockUs());
 }
 
 void PortSession::connectController()
@@ -152,11 +171,13 @@ bool PortSession::openTransport(const QString &portName)
 
 void PortSession::close()
 {
+    abortTransfer(true);
     stateValue = Stopped;
     disarmReconnect();
     dropHeld();
     autoReplyRunner->reset();
     stopRuns(int(SequenceRunner::StopReason::ConnectionClosed));
+    endRfc2217Session();
     controller->closeAll(portSettings.connMode,
                          portSettings.connMode == ModeSerial ? portSettings.name : label());
 }
@@ -281,7 +302,11 @@ QStringList PortSession::connectedPeers() const
 
 void PortSession::onReadData()
 {
-    ingestRx(controller->readAvailable(portSettings.connMode), true, QString());
+    QByteArray bytes = controller->readAvailable(portSettings.connMode);
+    if (connectionModeIsRemoteSerial(portSettings.connMode)) {
+        bytes = ingestRfc2217(bytes);
+    }
+    ingestRx(bytes, true, QString());
 }
 
 void PortSession::handleNewMessage(const QString &peer)
@@ -302,6 +327,11 @@ void PortSession::ingestRx(const QByteArray &bytes, bool pausable, const QString
     if (bytes.isEmpty()) {
         return;
     }
+    if (activeTransfer && transferRunning() && activeTransfer->ownsPeer(peer)) {
+        takeTransferBytes(bytes); // a transfer's bytes are its own: no tap, no view
+        return;
+    }
+    history->recordRx(bytes, peer, wallClockUs());
     Q_EMIT rxTapped(bytes, peer);
 
     if (pausable && stateValue == Paused) {

@@ -5,28 +5,37 @@
 // counters, and the auto reply and sequence runners. The port panel owns one and shows
 // it; velmora-cli drives one directly.
 //
-// The received road: transport -> ingestRx -> rxTapped -> display queue. Consumers of
+// The received road: transport -> ingestRx -> history -> rxTapped -> display queue. Consumers of
 // rxTapped run at arrival, in the order they connected; the runners connect when the
 // owner calls connectRunners(), so an owner that shows the data (the panel, which also
 // feeds its decoders and plot) connects those first.
 
 #include "automation/sequencereportlog.h"
+#include "bridge/rfc2217codec.h"
 #include "connection/rxdata.h"
 #include "connection/settings.h"
 #include "session/ansiescapefilter.h"
+#include "transfer/xferconfig.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QList>
 #include <QObject>
 
 #include <functional>
+#include <memory>
+#include <optional>
 
 class AutoReplyRunner;
+class FileTransferSession;
 class QTimer;
 class ConnectionController;
+class Rfc2217ClientSession;
 class SequenceRunner;
+class SessionRecorder;
 struct Sequence;
 struct ScriptPortInfo;
+struct XferPortFacts;
 
 class PortSession : public QObject
 {
@@ -86,6 +95,13 @@ public:
     AutoReplyRunner *autoReplies() const { return autoReplyRunner; }
     SequenceRunner *sequences() const { return sequenceRunner; }
     SequenceReportLog &sequenceReportLog() { return sequenceLog; }
+    // The port's bounded history of everything received, sent and noted; exports read
+    // it. Received bytes go in ahead of the taps, accepted sends in noteTxAccepted.
+    SessionRecorder *recorder() const { return history.get(); }
+    // A line in the history about the port: opens, closes, losses, errors, runs.
+    void recordNote(const QString &text);
+    // Wall time in microseconds since the epoch, as the history stamps its events.
+    static qint64 wallClockUs();
 
     // Opens the transport the record names (`portName` overrides a serial device) and
     // marks the session running; false with the reason in lastError() otherwise.
@@ -180,8 +196,48 @@ public:
     std::function<int()> selectedPeerRowHook;
     // Reopens a TCP client or relay that a send finds closed; open() when unset.
     std::function<void()> reopenHook;
-    // Whether a file transfer holds the port.
+    // Whether something besides this session's own transfer holds the port.
     std::function<bool()> transferRunningHook;
+    // Whether the port is an end of a bridge link (a transfer may not start then).
+    std::function<bool()> bridgedHook;
+
+    // File transfer. The session takes `transfer` over (as its child), stops the
+    // sequence and script, wires it to the port and starts it; false with the sentence
+    // in `error` (and `transfer` deleted) when the port cannot carry it now. While it
+    // runs, received bytes go to it alone and the other senders are refused.
+    bool startTransfer(FileTransferSession *transfer, QString *error);
+    FileTransferSession *transfer() const { return activeTransfer; }
+    bool transferRunning() const;
+    // What the start checks need to know about the port now.
+    XferPortFacts transferFacts() const;
+
+    // Remote serial (the RFC 2217 client and Live Relay modes): the com-port control
+    // stream that runs beside the payload. The session begins when the peer arrives and
+    // ends when the connection goes; see portsession_rfc2217.cpp.
+    void beginRfc2217Session();
+    void endRfc2217Session();
+    // Takes the control bytes out of a received block and returns the payload.
+    QByteArray ingestRfc2217(const QByteArray &bytes);
+    // Payload on its way to the far end: 255 doubled unless the peer is raw TCP. Other
+    // modes get the bytes as they are.
+    QByteArray encodePayload(const QByteArray &bytes) const;
+    // Pushes the record's line parameters, DTR and RTS (or reads the remote's own, when
+    // it keeps them) once the remote has accepted com-port control.
+    void pushRemoteSerialSettings();
+    // Break on the remote line; false, with the reason on the status line, when it
+    // could not be sent.
+    bool sendRemoteBreak(bool on);
+    const Rfc2217ClientSession &rfc2217Session() const { return *remoteSerial; }
+    // "115200 8N1, ser2net": what the remote port reports; empty while nothing is known.
+    QString remoteSummary() const;
+    // The remote modem lines (0x10 CTS, 0x20 DSR, 0x40 RI, 0x80 DCD), once reported.
+    std::optional<quint8> remoteModemState() const;
+    // A bridge passes a client's request to this port's remote server. Returns the
+    // ticket its answer will carry in rfc2217Answered, or 0 with the reason in `error`.
+    // The request has been written when a ticket comes back.
+    quint64 bridgeForwardRfc2217(const Rfc2217Codec::Event &event, QString *error);
+    // The bridge no longer waits for the answer to `ticket`.
+    void bridgeWithdrawRfc2217(quint64 ticket);
 
     // A line about the port for whoever shows it: rule hits, sequence steps, script logs.
     void note(const QString &text) { Q_EMIT noted(text); }
@@ -190,7 +246,7 @@ signals:
     void rxTapped(const QByteArray &bytes, const QString &peer);
     void txTapped(const QByteArray &bytes, const QString &peer);
     // Received bytes went to the display queue (`shown` after escape filtering; may be
-    // empty) or were held while paused.
+    // empty) or were held while paused, or taken by a file transfer (rxHeld).
     void rxQueued(const QByteArray &shown);
     void rxHeld();
     // The display queue went from empty to holding data.
@@ -205,6 +261,17 @@ signals:
     // A lost connection is back.
     void reconnected();
     void scriptStateChanged();
+    // The remote server answered a forwarded request.
+    void rfc2217Answered(quint64 id, const Rfc2217Codec::Event &event);
+    // The remote serial state, summary or modem lines changed.
+    void remoteSerialChanged();
+    // A forwarded change was taken into the record, so that it shows what the remote
+    // now holds.
+    void remoteSettingsPatched();
+    void transferStarted(FileTransferSession *transfer);
+    // The transfer has ended; transfer() gives it while the signal is handled, and it is
+    // deleted once control returns to the event loop.
+    void transferFinished(const XferEnd &end);
 
 private:
     void connectController();
@@ -213,7 +280,18 @@ private:
     void readUdpSocket();
     void refuse(const QString &text);
     void onReconnectTick();
-    bool transferRunning() const { return transferRunningHook && transferRunningHook(); }
+    void connectRemoteSerial();
+    void handleRfc2217Outcome(const QByteArray &reply, const QString &message, bool stateChanged,
+                              const QList<std::pair<quint64, Rfc2217Codec::Event>> &answers);
+    void armRfc2217Timer();
+    void noteRemoteSerialChange();
+    void connectTransferEvents();
+    bool writeTransferBytes(const QByteArray &bytes, const QString &peer);
+    void takeTransferBytes(const QByteArray &bytes);
+    void onTransferEnded(const XferEnd &end);
+    // Stops a running transfer for a closed (1) or lost (0) port, giving its cancel
+    // bytes the time the cause allows before the transport goes.
+    void abortTransfer(bool closing);
 
     Settings portSettings;
     FormatSetting formatValue;
@@ -223,6 +301,7 @@ private:
     AutoReplyRunner *autoReplyRunner = nullptr;
     SequenceRunner *sequenceRunner = nullptr;
     SequenceReportLog sequenceLog;
+    std::unique_ptr<SessionRecorder> history;
     QString lastErrorText;
     QTimer *reconnectTicker = nullptr;
     bool autoReconnectOn = false;
@@ -242,4 +321,12 @@ private:
     QList<HeldBytes> pausedBytes;
     qsizetype pausedSize = 0;
     AnsiEscapeFilter ansiFilter;
+
+    std::unique_ptr<Rfc2217ClientSession> remoteSerial;
+    QTimer *remoteSerialTimer = nullptr;
+    QElapsedTimer remoteSerialClock;
+    QString shownRemoteSummary;
+    std::optional<quint8> shownModemState;
+    int shownRemoteState = 0;
+    FileTransferSession *activeTransfer = nullptr;
 };

@@ -6,6 +6,7 @@
 #include "automation/autoreplyrunner.h"
 #include "automation/sequencerunner.h"
 #include "connection/connectioncontroller.h"
+#include "recording/sessionrecorder.h"
 #include "scripting/scriptengine.h"
 
 bool PortSession::sendMessage(const QByteArray &bytes)
@@ -40,7 +41,9 @@ bool PortSession::sendMessage(const QByteArray &bytes)
                 open();
             }
         }
-        ok = relay ? controller->sendCloudRelay(bytes) : controller->sendTcpClient(bytes);
+        // The counters and taps below see the bytes as given, not as escaped.
+        const QByteArray wire = encodePayload(bytes);
+        ok = relay ? controller->sendCloudRelay(wire) : controller->sendTcpClient(wire);
         break;
     }
     case ModeUdpServer:
@@ -91,7 +94,7 @@ bool PortSession::writeRaw(const QByteArray &bytes, bool countAsTx, UdpTargetMod
         break;
     case ModeTcpClient:
     case ModeRemoteSerial:
-        ok = controller->sendTcpClient(bytes);
+        ok = controller->sendTcpClient(encodePayload(bytes));
         break;
     case ModeUdpServer:
     case ModeUdpClient:
@@ -120,7 +123,7 @@ bool PortSession::writeRaw(const QByteArray &bytes, bool countAsTx, UdpTargetMod
         }
         break;
     case ModeLiveRelay:
-        ok = controller->sendCloudRelay(bytes);
+        ok = controller->sendCloudRelay(encodePayload(bytes));
         break;
     case ModeReserved:
         break;
@@ -133,9 +136,15 @@ bool PortSession::writeRaw(const QByteArray &bytes, bool countAsTx, UdpTargetMod
 
 void PortSession::noteTxAccepted(const QByteArray &bytes, const QString &peer, bool hasPeer)
 {
+    if (!transferRunning() && !bytes.isEmpty()) {
+        history->recordTx(bytes, hasPeer ? peer : QString(), wallClockUs());
+    }
     txBytes += bytes.size();
     Q_EMIT txAccepted(bytes);
-    Q_EMIT txTapped(bytes, hasPeer ? peer : QString());
+    // A transfer's blocks are for the device alone, not for decoders or bridges.
+    if (!transferRunning()) {
+        Q_EMIT txTapped(bytes, hasPeer ? peer : QString());
+    }
 }
 
 bool PortSession::sendAutoReply(const QByteArray &bytes, const QString &peer)

@@ -11,6 +11,7 @@
 #include "connection/serialportlist.h"
 #include "connection/settingscodec.h"
 #include "connection/wiretextcodecregistry.h"
+#include "decode/decoderunner.h"
 #include "plot/plotpanel.h"
 #include "session/controllineledrow.h"
 #include "session/hled.h"
@@ -114,7 +115,9 @@ SerialPortWidget::SerialPortWidget(QWidget *parent)
     connectController();
     resetTextDecoders();
     initialPara();
-    setupPlot(); // before the automation: the plot sees received bytes ahead of auto reply
+    setupDecode(); // the decoder sees received bytes first, then the plot, then auto reply
+    setupPlot();
+    setupHistoryViews();
     setupAutomation();
     connectDirtyTrackers();
     updateDisplay();
@@ -234,7 +237,8 @@ void SerialPortWidget::connectController()
     connect(session, &PortSession::scriptStateChanged, this, &SerialPortWidget::scriptStateChanged);
     session->selectedPeerRowHook = [this] { return selectedPeerRow(); };
     session->reopenHook = [this] { start(QString()); };
-    session->transferRunningHook = [this] { return transferRunning(); };
+    connectRemoteSerial();
+    setupTransfer();
 }
 
 void SerialPortWidget::connectDirtyTrackers()
@@ -558,6 +562,10 @@ void SerialPortWidget::onSerialParamsEdited()
     if (state == Stopped) {
         return; // taken with the other fields at the next open
     }
+    if (connectionModeIsRemoteSerial(portSettings.connMode)) {
+        applyRemoteSerialParams();
+        return;
+    }
     Settings wanted = portSettings;
     copySerialLineParams(ui->connectionSettings->portSettings(portSettings), wanted);
     if (wanted == portSettings || !controller->isOpen(ModeSerial)) {
@@ -678,6 +686,7 @@ void SerialPortWidget::stop()
     // A stopped server lets its clients go without a word for each.
     peerTranscripts.clear();
     plot->resetStream();
+    decoder->flush();
     releaseBreak();
     portSession->close();
     refreshStatus();
@@ -700,6 +709,10 @@ void SerialPortWidget::pause()
     if (state != Running) {
         return;
     }
+    if (transferRunning()) {
+        showMessage(tr("A file transfer is running; the view cannot be paused."), 5000);
+        return;
+    }
     sendTimer->stop();
     state = Paused;
     onSaveData();
@@ -714,6 +727,7 @@ void SerialPortWidget::clear()
     txBytes = 0;
     resetTextDecoders();
     updateCommonStatus();
+    clearHistoryViews();
 }
 
 // ---------------------------------------------------------------------------
@@ -762,9 +776,7 @@ void SerialPortWidget::setAutoReconnect(bool on)
 
 void SerialPortWidget::noteSession(const QString &text)
 {
-    // The session recorder takes these notes; until a recording runs they go to the
-    // terminal log category only.
-    qCDebug(lcTerminal) << consolePortKey() << text;
+    portSession->recordNote(text);
 }
 
 // ---------------------------------------------------------------------------

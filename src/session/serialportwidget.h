@@ -4,6 +4,8 @@
 #include "connection/rxdata.h"
 #include "connection/settings.h"
 #include "connection/wiretextdecoder.h"
+#include "decode/decoderchoice.h"
+#include "recording/sessionexport.h"
 #include "session/portsession.h"
 #include "session/quicksettingsgroups.h"
 
@@ -16,12 +18,19 @@
 #include <array>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 
 class AutoReplyEngine;
 class AutoReplyRunner;
 struct Command;
 class ConnectionController;
+class DecodeRunner;
+struct FrameTemplate;
+class FramesPanel;
+class ReceiveFindBar;
+class SelectionActions;
+class SessionRecorder;
 class SequenceRunner;
 struct ScriptPortInfo;
 struct AutoReplyConfig;
@@ -34,6 +43,11 @@ class QKeyEvent;
 class ReceiveRenderer;
 class QTimer;
 class Ui_SerialPortWidget;
+class FileTransferBar;
+class FileTransferDialog;
+struct XferChoices;
+struct XferEnd;
+enum class XferDirection : int;
 
 // One connection's panel: it owns the port's PortSession (records, transport, runners,
 // the received and sent roads) and shows it.
@@ -200,11 +214,35 @@ public:
     PlotPanel *plotPanel() const { return plot; }
     QMenu *viewMenu() const { return viewMenuValue; }
 
+    // Decoded frames, the port's history and the receive view's find and selection.
+    DecodeRunner *decodeRunner() const { return decoder; }
+    FramesPanel *framesPanel() const { return frames; }
+    ReceiveFindBar *findBar() const { return receiveFind; }
+    SelectionActions *selectionActions() const { return selection; }
+    SessionRecorder *sessionRecorder() const;
+    void setSessionRecordCapacity(qint64 bytes);
+    DecoderChoice decoderChoice() const;
+    void setDecoderChoice(const DecoderChoice &choice);
+    void setFramesVisible(bool visible);
+    // The window's template library; `renames` maps old names to new ones, empty for a
+    // template that is gone, so that the port's choice follows an edit.
+    void setFrameTemplates(const QList<FrameTemplate> &templates,
+                           const QHash<QString, QString> &renames = {});
+    // How the port names itself in a session export (`id` as the exporter numbers it).
+    SessionExport::PortInfo sessionExportInfo(const QString &id) const;
+
     // The log file.
     bool enableLogging();
     void disableLogging();
     bool flushLog(QString *error);
     QString logPortName() const;
+
+    // File transfer: refuses in the status bar when the port cannot carry one now,
+    // otherwise opens the dialog (window-modal) and starts the transfer it accepts.
+    FileTransferDialog *openFileTransfer(XferDirection direction);
+    FileTransferBar *fileTransferBar() const { return transferBar; }
+    // The dialog's last choices, shared by every port and kept in the settings.
+    static XferChoices &lastTransferChoices();
 
     // Control lines and break.
     void pressBreak();
@@ -234,6 +272,7 @@ signals:
     void scriptStateChanged();
     void transferProgressed();
     void transferEnded(bool ok, const QString &text);
+    void transferFinished(const XferEnd &end);
     void transferStateChanged();
     void sendHistoryArchiveChanged();
     void sendHistoryArchiveExportRequested();
@@ -244,6 +283,11 @@ private:
     void initialPara();
     void setupAutomation();
     void setupPlot();
+    void setupDecode();
+    void setupHistoryViews();
+    void setupFramesPanel();
+    void clearHistoryViews();
+    void showReceiveContextMenu(const QPoint &position);
     void refreshAutoReplyBadge();
     void connectController();
     void connectDirtyTrackers();
@@ -275,6 +319,9 @@ private:
     void restoreTxCaption();
     bool applyBreakLine(bool on);
     void onControlLinePollTick();
+    void showRemoteControlLines();
+    void connectRemoteSerial();
+    void applyRemoteSerialParams();
     void refreshSerialControlUi();
     void on_openButton_clicked();
     void on_pauseButton_clicked();
@@ -288,6 +335,9 @@ private:
     QByteArray encodeTerminalText(const QString &text);
     void echoTerminalInput(const QByteArray &bytes);
     bool transferRunning() const;
+    void setupTransfer();
+    void launchFileTransfer(FileTransferDialog *dialog);
+    void onTransferFinished(const XferEnd &end);
     void pullFormatFromWidgets();
     void pushFormatToWidgets();
     void connectFormatWidgets();
@@ -358,6 +408,15 @@ private:
 
     LogWriter *logWriter = nullptr;
     PlotPanel *plot = nullptr;
+    DecodeRunner *decoder = nullptr;
+    FramesPanel *frames = nullptr;
+    ReceiveFindBar *receiveFind = nullptr;
+    SelectionActions *selection = nullptr;
+    // The template library, and for each name a stamp that changes when its template
+    // does, so that a reload of an unchanged library keeps the running decoder.
+    std::shared_ptr<const QList<FrameTemplate>> templateLibrary;
+    QHash<QString, quint64> templateStamps;
+    quint64 lastTemplateStamp = 0;
     QMenu *viewMenuValue = nullptr;
     bool logAtLineStart = true;
     bool logPendingFlag = false;
@@ -369,4 +428,7 @@ private:
     bool consoleCapture = false;
     bool applyingSettings = false;
     QuickSettingsGroups quickGroups;
+    FileTransferBar *transferBar = nullptr;
+    FileTransferDialog *transferDialog = nullptr; // kept while "keep open" was chosen
+    QTimer *transferBarTimer = nullptr;
 };

@@ -1,6 +1,8 @@
 #include "session/serialportwidget.h"
 
 #include "connection/connectioncontroller.h"
+#include "connection/connectionsettingswidget.h"
+#include "bridge/rfc2217clientsession.h"
 #include "connection/serialportlist.h"
 #include "session/controllineledrow.h"
 #include "session/ui_serialportwidget.h"
@@ -24,6 +26,12 @@ void SerialPortWidget::disarmReconnect()
 
 void SerialPortWidget::pressBreak()
 {
+    QString why;
+    if (!mayDisturbPort(TxActor::User, DisturbDtr, &why)) {
+        ui->ledRow->releaseBreakHold();
+        showMessage(why, 5000);
+        return;
+    }
     breakReleaseTimer->stop();
     txCaptionTimer->stop();
     breakHeld = applyBreakLine(true);
@@ -69,12 +77,13 @@ bool SerialPortWidget::applyBreakLine(bool on)
 {
     const connectionMode mode = portSettings.connMode;
     if (connectionModeIsRemoteSerial(mode)) {
-        if (on) {
-            showMessage(tr("Break on a remote serial port needs RFC 2217 com-port control, "
-                           "which this build does not include yet."),
-                        5000);
+        if (portSettings.useRemoteSerialConfig) {
+            if (on) {
+                showMessage(explainInertControlLine(), 5000);
+            }
+            return false;
         }
-        return false;
+        return portSession->sendRemoteBreak(on);
     }
     if (mode != ModeSerial) {
         if (on) {
@@ -88,6 +97,25 @@ bool SerialPortWidget::applyBreakLine(bool on)
 void SerialPortWidget::toggleControlLine(int line)
 {
     const auto which = static_cast<ConnectionController::SerialLine>(line);
+    QString why;
+    if (!mayDisturbPort(TxActor::User,
+                        which == ConnectionController::LineRts ? DisturbRts : DisturbDtr, &why)) {
+        showMessage(why, 5000);
+        return;
+    }
+    if (connectionModeIsRemoteSerial(portSettings.connMode) &&
+        !portSettings.useRemoteSerialConfig &&
+        !(which == ConnectionController::LineRts && portSettings.flowControl == 1)) {
+        // The wished level goes into the record; the remote gets it with the next push,
+        // which is now when com-port control is up.
+        bool &wished = which == ConnectionController::LineDtr ? portSettings.dtrOn
+                                                              : portSettings.rtsOn;
+        wished = !wished;
+        portSession->pushRemoteSerialSettings();
+        markSettingsDirty();
+        refreshSerialControlUi();
+        return;
+    }
     if (portSettings.connMode != ModeSerial ||
         (which == ConnectionController::LineRts && portSettings.flowControl == 1)) {
         showMessage(explainInertControlLine(), 5000);
@@ -127,6 +155,10 @@ void SerialPortWidget::onControlLinePollTick()
         return;
     }
     ControlLineLedRow *row = ui->ledRow;
+    if (connectionModeIsRemoteSerial(portSettings.connMode)) {
+        showRemoteControlLines();
+        return;
+    }
     QSerialPort *device = controller->serialDevice();
     // A closed port drives no line: all lights are grey until it opens.
     const bool serial = portSettings.connMode == ModeSerial && device->isOpen();
@@ -151,4 +183,63 @@ void SerialPortWidget::onControlLinePollTick()
     row->setLine(ControlLineLedRow::Dsr, pins & QSerialPort::DataSetReadySignal);
     row->setLine(ControlLineLedRow::Dcd, pins & QSerialPort::DataCarrierDetectSignal);
     row->setLine(ControlLineLedRow::Ri, pins & QSerialPort::RingIndicatorSignal);
+}
+
+void SerialPortWidget::showRemoteControlLines()
+{
+    // The outputs show what this side asks for, or, while the remote keeps its own
+    // configuration, what the remote reports; the inputs come from its modem state.
+    ControlLineLedRow *row = ui->ledRow;
+    const bool connected = state != Stopped && portSession->portIsOpen();
+    const Rfc2217ClientSession::Report &report = portSession->rfc2217Session().report();
+    const bool own = portSettings.useRemoteSerialConfig;
+    const bool rtsByFlow = !own && portSettings.flowControl == 1;
+    row->setLine(ControlLineLedRow::Rts,
+                 connected && (own ? report.rts.value_or(false) : portSettings.rtsOn), rtsByFlow);
+    row->setLine(ControlLineLedRow::Dtr,
+                 connected && (own ? report.dtr.value_or(false) : portSettings.dtrOn));
+    const std::optional<quint8> modem = portSession->remoteModemState();
+    if (!connected || !modem) {
+        row->clearInputs();
+        return;
+    }
+    row->setLine(ControlLineLedRow::Cts, *modem & 0x10);
+    row->setLine(ControlLineLedRow::Dsr, *modem & 0x20);
+    row->setLine(ControlLineLedRow::Ri, *modem & 0x40);
+    row->setLine(ControlLineLedRow::Dcd, *modem & 0x80);
+}
+
+void SerialPortWidget::connectRemoteSerial()
+{
+    connect(portSession, &PortSession::remoteSerialChanged, this, [this] {
+        refreshStatus();
+        refreshSerialControlUi();
+    });
+    connect(portSession, &PortSession::remoteSettingsPatched, this, [this] {
+        updateDisplay();
+        markSettingsDirty();
+    });
+}
+
+void SerialPortWidget::applyRemoteSerialParams()
+{
+    // The line parameters and "Keep the remote port's own config" of a remote port
+    // change live: the session pushes what differs, or reads the remote's own.
+    QString why;
+    if (!mayDisturbPort(TxActor::User, DisturbSettings, &why)) {
+        showMessage(tr("The line settings were not changed: %1").arg(why), 5000);
+        updateDisplay();
+        return;
+    }
+    const Settings edited = ui->connectionSettings->portSettings(portSettings);
+    Settings wanted = portSettings;
+    copySerialLineParams(edited, wanted);
+    wanted.useRemoteSerialConfig = edited.useRemoteSerialConfig;
+    if (wanted == portSettings) {
+        return;
+    }
+    portSettings = wanted;
+    portSession->pushRemoteSerialSettings();
+    markSettingsDirty();
+    refreshSerialControlUi();
 }

@@ -391,8 +391,7 @@ bool SerialPortWidget::mayDisturbPort(TxActor actor, Disturb disturb, QString *w
 
 bool SerialPortWidget::transferRunning() const
 {
-    // File transfers take over the port while they run; none exists yet.
-    return false;
+    return portSession->transferRunning();
 }
 
 void SerialPortWidget::on_openButton_clicked()

@@ -157,9 +157,16 @@ void SerialPortWidget::onRefreshTcpClientDisplay()
                                  ? remoteSerialPortLabel(portSettings)
                                  : sessionPortLabel();
     switch (controller->tcpClientState()) {
-    case QAbstractSocket::ConnectedState:
-        ui->statusLabel->setText(tr("<font color = green> TCP %1 CONNECTED </font>").arg(endpoint));
+    case QAbstractSocket::ConnectedState: {
+        const QString remote =
+            portSettings.connMode == ModeRemoteSerial ? portSession->remoteSummary() : QString();
+        ui->statusLabel->setText(
+            remote.isEmpty()
+                ? tr("<font color = green> TCP %1 CONNECTED </font>").arg(endpoint)
+                : tr("<font color = green> TCP %1 CONNECTED, remote port %2 </font>")
+                      .arg(endpoint, remote.toHtmlEscaped()));
         break;
+    }
     case QAbstractSocket::HostLookupState:
     case QAbstractSocket::ConnectingState:
         ui->statusLabel->setText(

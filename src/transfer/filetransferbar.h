@@ -25,8 +25,7 @@ public:
     // change, and twice a second so that speed and time left stay current on a stall.
     void follow(FileTransferSession *session);
 
-    // How bytes, speed and time left read on the bar; public for the command line's
-    // progress line.
+    // How bytes, speed and time left read on the bar (XferProgressText).
     static QString bytesText(qint64 done, qint64 total);
     static QString speedText(double bytesPerSecond);
     static QString timeLeftText(qint64 seconds);

@@ -17,6 +17,17 @@ struct XferConfig
     bool keepOpen = false;     // the dialog stays open after the end
 };
 
+// The transfer dialog's last choices, kept between runs of the program.
+struct XferChoices
+{
+    XferProtocol protocol = XferProtocol::Ymodem;
+    QString sendDir;     // the folder of the last file sent
+    QString recvDir;     // the last folder received into
+    int sizeCapMiB = 0;  // 0 for no limit
+
+    bool operator==(const XferChoices &) const = default;
+};
+
 struct XferEnd
 {
     bool ok = false;

@@ -146,7 +146,11 @@ void TestSettingsService::roundTripWritesEveryKey()
                             "OpenLastConnection",
                             "AutoReconnect",
                             "LastTargetHost",
-                            "LastTargetHosts"};
+                            "LastTargetHosts",
+                            "LastTransferProtocol",
+                            "LastTransferSendDir",
+                            "LastTransferRecvDir",
+                            "TransferRecvSizeCapMiB"};
     keys.sort();
     expected.sort();
     QCOMPARE(keys, expected);

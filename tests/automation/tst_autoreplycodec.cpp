@@ -79,7 +79,6 @@ void TestAutoReplyCodec::clamps_data()
 
     QTest::newRow("match 9 reads as text") << "Match" << QVariant(9) << 0;
     QTest::newRow("match -1 reads as text") << "Match" << QVariant(-1) << 0;
-    QTest::newRow("match 3 kept") << "Match" << QVariant(3) << 3;
     QTest::newRow("reply format 2 is text") << "ReplyFormat" << QVariant(2) << 0;
     QTest::newRow("delay above the top") << "DelayMs" << QVariant(9000000) << 600000;
     QTest::newRow("negative delay") << "DelayMs" << QVariant(-3) << 0;
@@ -114,8 +113,6 @@ void TestAutoReplyCodec::missingKeysGiveDefaults()
     QVERIFY(config.showNotes);
     QCOMPARE(config.rules.size(), 2);
     QCOMPARE(config.rules.at(1), AutoReplyRule());
-    QVERIFY(config.rules.at(1).enabled);
-    QCOMPARE(config.rules.at(1).everyN, 1);
 
     settings->setValue(Prefix + "/Count", -4);
     QVERIFY(AutoReplyCodec::load(*settings, Prefix).rules.isEmpty());

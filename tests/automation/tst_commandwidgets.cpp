@@ -4,6 +4,7 @@
 #include "automation/sequencebar.h"
 #include "automation/sequencerunner.h"
 #include "automation/sequencestepdialog.h"
+#include "steps.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -28,12 +29,7 @@ Command fullCommand()
     return command;
 }
 
-SequenceStep stepOf(SequenceStepKind kind)
-{
-    SequenceStep step;
-    step.kind = kind;
-    return step;
-}
+using namespace steps;
 
 // The dialog with its file prompts and questions answered by the test.
 class ScriptedLibraryDialog : public CommandLibraryDialog
@@ -104,25 +100,11 @@ void TestCommandWidgets::stepDialogRoundTrips_data()
     SequenceStep send = stepOf(SequenceStepKind::Send);
     send.command = fullCommand();
     QTest::newRow("send") << send;
-    SequenceStep wait = stepOf(SequenceStepKind::Wait);
-    wait.ms = 0;
-    QTest::newRow("wait") << wait;
-    SequenceStep expect = stepOf(SequenceStepKind::Expect);
-    expect.match = AutoReplyMatch::Wildcard;
-    expect.pattern = "OK*\\r";
-    expect.ms = 0;
-    expect.continueOnFail = true;
-    QTest::newRow("expect") << expect;
-    SequenceStep loop = stepOf(SequenceStepKind::Loop);
-    loop.label = "retry";
-    loop.loopCount = 0;
-    QTest::newRow("loop to a label") << loop;
-    loop.label.clear();
-    loop.loopCount = 7;
-    QTest::newRow("loop to the start") << loop;
-    SequenceStep label = stepOf(SequenceStepKind::Label);
-    label.label = "retry";
-    QTest::newRow("label") << label;
+    QTest::newRow("wait") << wait(0);
+    QTest::newRow("expect") << expect("OK*\\r", 0, true, AutoReplyMatch::Wildcard);
+    QTest::newRow("loop to a label") << loop("retry", 0);
+    QTest::newRow("loop to the start") << loop("", 7);
+    QTest::newRow("label") << label("retry");
 }
 
 void TestCommandWidgets::stepDialogRoundTrips()
@@ -173,12 +155,9 @@ void TestCommandWidgets::libraryDialogChecksAndShares()
     QTemporaryDir dir;
     CommandLibrary library;
     library.groups << CommandGroup{"Sensors", {fullCommand()}};
-    SequenceStep expect = stepOf(SequenceStepKind::Expect);
-    expect.pattern = "OK";
-    SequenceStep badLoop = stepOf(SequenceStepKind::Loop);
-    badLoop.label = "nowhere";
-    library.sequences << Sequence{"Empty", {}} << Sequence{"Good", {expect, expect}}
-                      << Sequence{"Bad", {expect, badLoop}};
+    const SequenceStep ok = expect("OK", SequenceStep::DefaultMs);
+    library.sequences << Sequence{"Empty", {}} << Sequence{"Good", {ok, ok}}
+                      << Sequence{"Bad", {ok, loop("nowhere", SequenceStep::DefaultLoopCount)}};
 
     ScriptedLibraryDialog dialog(library, FormatSetting());
     auto *sequences = dialog.findChild<QListWidget *>("sequenceList");
@@ -233,11 +212,9 @@ void TestCommandWidgets::sequenceBarFollowsTheRunner()
     QSignalSpy stop(&bar, &SequenceBar::stopRequested);
     QVERIFY(bar.isHidden());
 
-    SequenceStep expect = stepOf(SequenceStepKind::Expect);
-    expect.pattern = "OK";
-    expect.ms = 0;
+    SequenceStep okStep = expect("OK", 0);
     QString error;
-    QVERIFY(runner.start(Sequence{"Bar", {expect}}, FormatSetting(), &error));
+    QVERIFY(runner.start(Sequence{"Bar", {okStep}}, FormatSetting(), &error));
     QVERIFY(QTest::qWaitFor([&] { return bar.text().contains("Expect"); }, 5000));
     QVERIFY(!bar.isHidden());
     QVERIFY(bar.text().startsWith(
@@ -255,8 +232,8 @@ void TestCommandWidgets::sequenceBarFollowsTheRunner()
     close->click();
     QVERIFY(bar.isHidden());
 
-    expect.ms = 1;
-    QVERIFY(runner.start(Sequence{QString(), {expect}}, FormatSetting(), &error));
+    okStep.ms = 1;
+    QVERIFY(runner.start(Sequence{QString(), {okStep}}, FormatSetting(), &error));
     QVERIFY(QTest::qWaitFor([&] { return !runner.isRunning(); }, 5000));
     QVERIFY(!bar.isHidden());
     QCOMPARE(bar.text(),

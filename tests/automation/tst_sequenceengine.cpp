@@ -1,55 +1,12 @@
 #include "automation/sequenceengine.h"
 
 #include "connection/settings.h"
+#include "steps.h"
 
 #include <QtTest>
 
 namespace {
-SequenceStep send(const QString &text)
-{
-    SequenceStep step;
-    step.kind = SequenceStepKind::Send;
-    step.command.text = text;
-    step.command.lineEnding = 0;
-    return step;
-}
-
-SequenceStep wait(int ms)
-{
-    SequenceStep step;
-    step.kind = SequenceStepKind::Wait;
-    step.ms = ms;
-    return step;
-}
-
-SequenceStep expect(const QString &pattern, int ms, bool continueOnFail = false,
-                    AutoReplyMatch match = AutoReplyMatch::Text)
-{
-    SequenceStep step;
-    step.kind = SequenceStepKind::Expect;
-    step.pattern = pattern;
-    step.ms = ms;
-    step.continueOnFail = continueOnFail;
-    step.match = match;
-    return step;
-}
-
-SequenceStep loop(const QString &label, int count)
-{
-    SequenceStep step;
-    step.kind = SequenceStepKind::Loop;
-    step.label = label;
-    step.loopCount = count;
-    return step;
-}
-
-SequenceStep label(const QString &name)
-{
-    SequenceStep step;
-    step.kind = SequenceStepKind::Label;
-    step.label = name;
-    return step;
-}
+using namespace steps;
 
 Sequence sequenceOf(const QList<SequenceStep> &steps)
 {
@@ -164,8 +121,7 @@ void TestSequenceEngine::loadChecks_data()
                                        << "Step 1 (Repeat from the start, 2 time(s) in all): the "
                                           "steps it repeats neither send, wait nor expect anything.";
     QTest::newRow("loop over a 1 ms wait") << QList<SequenceStep>{wait(1), loop("", 0)} << "";
-    QTest::newRow("loop over an expect") << QList<SequenceStep>{expect("A", 0), loop("", 0)}
-                                         << "";
+    QTest::newRow("loop over an expect") << QList<SequenceStep>{expect("A", 0), loop("", 0)} << "";
     QTest::newRow("negative numbers count as 0")
         << QList<SequenceStep>{send("x"), wait(-5), loop("", -3)} << "";
 }

@@ -1,6 +1,7 @@
 #include "automation/sequencereportlog.h"
 #include "automation/sequencerunner.h"
 #include "connection/connectioncontroller.h"
+#include "steps.h"
 #include "support/testsupport.h"
 
 #include <QElapsedTimer>
@@ -17,30 +18,12 @@
 namespace {
 constexpr int Timeout = 10000;
 
-SequenceStep send(const QString &text)
-{
-    SequenceStep step;
-    step.command.text = text;
-    step.command.lineEnding = 0;
-    return step;
-}
-
-SequenceStep expect(const QString &pattern, int ms, bool continueOnFail = false)
-{
-    SequenceStep step;
-    step.kind = SequenceStepKind::Expect;
-    step.pattern = pattern;
-    step.ms = ms;
-    step.continueOnFail = continueOnFail;
-    return step;
-}
+using steps::expect;
+using steps::send;
 
 SequenceStep loop(int count)
 {
-    SequenceStep step;
-    step.kind = SequenceStepKind::Loop;
-    step.loopCount = count;
-    return step;
+    return steps::loop(QString(), count);
 }
 
 // A device on 127.0.0.1 that answers "PONG" to every "PING", or stays silent, and a
@@ -124,7 +107,6 @@ class TestSequenceRunner : public QObject
 private slots:
     void passesAgainstAnsweringPeer();
     void failsAgainstSilentPeerAfterTheLimit();
-    void continueOnFailCountsTwoFailures();
     void startRefusals();
     void secondStartDoesNotDisturbTheRun();
     void stopEndsAnEndlessLoop();
@@ -193,25 +175,6 @@ void TestSequenceRunner::failsAgainstSilentPeerAfterTheLimit()
     const QRegularExpression note(
         "^Sequence \"Probe\" failed at step 2 after \\d+\\.\\d\\d s: no match within 300 ms$");
     QVERIFY2(note.match(runner.finishedNote()).hasMatch(), qPrintable(runner.finishedNote()));
-}
-
-void TestSequenceRunner::continueOnFailCountsTwoFailures()
-{
-    TcpBench bench;
-    bench.answers = false;
-    QVERIFY(bench.open());
-    SequenceRunner runner;
-    bench.attach(runner);
-    QString error;
-    QVERIFY(runner.start(Sequence{"Lenient",
-                                  {send("PING"), expect("A", 100, true), send("PING"),
-                                   expect("B", 100, true), send("PING")}},
-                         FormatSetting(), &error));
-    QVERIFY(waitForEnd(runner));
-    QCOMPARE(runner.state(), SequenceState::Failed);
-    QCOMPARE(runner.engine().endMessage(), "2 expectation(s) not met");
-    QCOMPARE(runner.engine().failedStepIndex(), 1);
-    QCOMPARE(runner.engine().failureCount(), 2);
 }
 
 void TestSequenceRunner::startRefusals()

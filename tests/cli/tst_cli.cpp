@@ -62,6 +62,9 @@ private slots:
     void sendTakesTheSendPath_data();
     void sendTakesTheSendPath();
     void monitorPrintsAndSendsStandardInput();
+    void sendOverRemoteSerial_data();
+    void sendOverRemoteSerial();
+    void monitorOverRemoteSerial();
     void runScriptExitCodesAndJUnit_data();
     void runScriptExitCodesAndJUnit();
     void interruptRunsOnStopAndWritesReport();
@@ -313,6 +316,65 @@ void TestCli::monitorPrintsAndSendsStandardInput()
     QCOMPARE(result.out, QStringLiteral("hello device\n"));
     QVERIFY(peer->waitForFinished(10000));
     QCOMPARE(peer->readAll().trimmed(), QByteArray("41540d0a4154490d0a")); // "AT\r\nATI\r\n"
+}
+
+void TestCli::sendOverRemoteSerial_data()
+{
+    QTest::addColumn<QString>("query");
+    // A pty keeps only the rate of what ser2net sets (it forces 8N1), so the rate tells.
+    QTest::addColumn<QString>("stty");
+    QTest::newRow("parameters pushed") << "?baud=115200&data=8&parity=none&stop=1"
+                                       << "speed 115200 baud";
+    QTest::newRow("remote keeps its own") << "" << "speed 9600 baud";
+}
+
+void TestCli::sendOverRemoteSerial()
+{
+    QFETCH(QString, query);
+    QFETCH(QString, stty);
+    testsupport::PtyPair pty;
+    testsupport::Ser2net server;
+    QString why;
+    if (!pty.start(&why) || !server.start(pty.portA(), &why)) {
+        QSKIP(qPrintable(why));
+    }
+    auto reader = startPeer({QStringLiteral("serial-read"), pty.portB(), QStringLiteral("5")});
+    QVERIFY(reader->waitForReadyRead(10000)); // "ready"
+    const Result result = cli({QStringLiteral("send"),
+                               QStringLiteral("rfc2217://127.0.0.1:%1%2").arg(server.port()).arg(query),
+                               QStringLiteral("--hex"), QStringLiteral("FF 00 FF FF 41"),
+                               QStringLiteral("--wait-ms"), QStringLiteral("500")});
+    QCOMPARE(result.code, 0);
+    QVERIFY(reader->waitForFinished(15000));
+    // The escape byte reaches the device as it was given, neither doubled nor eaten.
+    QCOMPARE(QString::fromLatin1(reader->readAll()).split(QLatin1Char('\n')).value(1),
+             QStringLiteral("ff00ffff41"));
+    const QString settings = testsupport::sttySettings(pty.portA());
+    QVERIFY2(settings.contains(stty), qPrintable(settings));
+}
+
+void TestCli::monitorOverRemoteSerial()
+{
+    testsupport::PtyPair pty;
+    testsupport::Ser2net server;
+    QString why;
+    if (!pty.start(&why) || !server.start(pty.portA(), &why)) {
+        QSKIP(qPrintable(why));
+    }
+    auto monitor = startCli({QStringLiteral("monitor"),
+                             QStringLiteral("rfc2217://127.0.0.1:%1?baud=57600").arg(server.port()),
+                             QStringLiteral("--hex"), QStringLiteral("--duration"),
+                             QStringLiteral("6")});
+    // The pushed rate shows that the monitor is connected and in control of the line.
+    QTRY_VERIFY_WITH_TIMEOUT(testsupport::sttySettings(pty.portA()).contains("speed 57600 baud"),
+                             10000);
+    auto device = startPeer({QStringLiteral("serial-talk"), pty.portB(),
+                             QStringLiteral("ff00ff41ffff"), QStringLiteral("0")});
+    QVERIFY(device->waitForFinished(15000));
+    QVERIFY(monitor->waitForFinished(20000));
+    QCOMPARE(monitor->exitCode(), 0);
+    QCOMPARE(QString::fromLatin1(monitor->readAllStandardOutput()).remove(QRegularExpression("\\s")),
+             QStringLiteral("FF00FF41FFFF"));
 }
 
 void TestCli::runScriptExitCodesAndJUnit_data()

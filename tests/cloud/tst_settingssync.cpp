@@ -188,17 +188,7 @@ void SettingsSyncTest::firstSyncCreatesItem()
     QCOMPARE(a->agreedRevision(), 1);
     const QJsonObject item = cloudItem();
     QCOMPARE(item.value(QStringLiteral("revision")).toInt(), 1);
-    QCOMPARE(item.value(QStringLiteral("payload"))
-                 .toObject()
-                 .value(QStringLiteral("settings"))
-                 .toObject()
-                 .value(QStringLiteral("display"))
-                 .toObject()
-                 .value(QStringLiteral("font"))
-                 .toObject()
-                 .value(QStringLiteral("point_size"))
-                 .toInt(),
-             14);
+    QCOMPARE(item[u"payload"][u"settings"][u"display"][u"font"][u"point_size"].toInt(), 14);
 }
 
 void SettingsSyncTest::conflictFromOneRevision_data()
@@ -255,16 +245,7 @@ void SettingsSyncTest::conflictFromOneRevision()
                  (QStringList{QStringLiteral("b-host"), QStringLiteral("shared"),
                               QStringLiteral("a-host")}));
         QCOMPARE(b->state.format, bChanged.format);
-        QCOMPARE(cloudItem()
-                     .value(QStringLiteral("payload"))
-                     .toObject()
-                     .value(QStringLiteral("settings"))
-                     .toObject()
-                     .value(QStringLiteral("connection"))
-                     .toObject()
-                     .value(QStringLiteral("network"))
-                     .toObject()
-                     .value(QStringLiteral("target_hosts"))
+        QCOMPARE(cloudItem()[u"payload"][u"settings"][u"connection"][u"network"][u"target_hosts"]
                      .toArray()
                      .size(),
                  3);

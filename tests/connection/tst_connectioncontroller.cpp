@@ -32,6 +32,18 @@ Settings ptySettings(const QString &path)
     return settings;
 }
 
+// The server's end of a TCP client the controller has connected to `server`.
+QTcpSocket *connectClient(ConnectionController &controller, QTcpServer &server)
+{
+    QSignalSpy arrived(&controller, &ConnectionController::peerArrived);
+    controller.connectTcpClient("127.0.0.1", server.serverPort());
+    if (!arrived.wait(Timeout) ||
+        !QTest::qWaitFor([&] { return server.hasPendingConnections(); }, Timeout)) {
+        return nullptr;
+    }
+    return server.nextPendingConnection();
+}
+
 QStringList texts(const QSignalSpy &spy)
 {
     QStringList list;
@@ -113,11 +125,8 @@ void TestConnectionController::closeAllRaisesDisconnectedOnce()
     QTcpServer server;
     QVERIFY(server.listen(QHostAddress::LocalHost, 0));
     ConnectionController controller;
-    QSignalSpy arrived(&controller, &ConnectionController::peerArrived);
-    controller.connectTcpClient("127.0.0.1", server.serverPort());
-    QVERIFY(arrived.wait(Timeout));
-    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), Timeout);
-    QTcpSocket *peer = server.nextPendingConnection();
+    QTcpSocket *peer = connectClient(controller, server);
+    QVERIFY(peer);
 
     QSignalSpy disconnected(&controller, &ConnectionController::tcpClientDisconnected);
     controller.setReadThrottled(ModeTcpClient, true);
@@ -152,12 +161,9 @@ void TestConnectionController::peerCloseRaisesDisconnected()
     QTcpServer server;
     QVERIFY(server.listen(QHostAddress::LocalHost, 0));
     ConnectionController controller;
-    QSignalSpy arrived(&controller, &ConnectionController::peerArrived);
     QSignalSpy error(&controller, &ConnectionController::errorOccurred);
-    controller.connectTcpClient("127.0.0.1", server.serverPort());
-    QVERIFY(arrived.wait(Timeout));
-    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), Timeout);
-    QTcpSocket *peer = server.nextPendingConnection();
+    QTcpSocket *peer = connectClient(controller, server);
+    QVERIFY(peer);
 
     QByteArray got;
     connect(&controller, &ConnectionController::readyRead, this,
@@ -264,14 +270,10 @@ void TestConnectionController::udpTargetByNameIsResolved_data()
 {
     QTest::addColumn<QString>("host");
     QTest::addColumn<QString>("ending");
-    QTest::newRow("address") << "127.0.0.1"
-                             << "delivered";
-    QTest::newRow("name") << "localhost"
-                          << "delivered";
-    QTest::newRow("unresolvable") << "no-such-host.invalid"
-                                  << "unresolved";
-    QTest::newRow("closed before the answer") << "localhost"
-                                              << "closed";
+    QTest::newRow("address") << "127.0.0.1" << "delivered";
+    QTest::newRow("name") << "localhost" << "delivered";
+    QTest::newRow("unresolvable") << "no-such-host.invalid" << "unresolved";
+    QTest::newRow("closed before the answer") << "localhost" << "closed";
 }
 
 void TestConnectionController::udpTargetByNameIsResolved()

@@ -40,6 +40,11 @@ void TestConnectionUrl::parses_data()
     QTest::newRow("udp picks a free local port") << "udp://10.0.0.2:9000" << int(ModeUdpClient)
                                                  << "10.0.0.2:9000 local 0";
     QTest::newRow("udp server") << "udp-server://0.0.0.0:5000" << int(ModeUdpServer) << ":5000";
+    QTest::newRow("remote serial pushes its parameters")
+        << "rfc2217://dev.local:2217?baud=115200&parity=odd" << int(ModeRemoteSerial)
+        << "dev.local:2217 push 115200 3/Odd";
+    QTest::newRow("remote serial keeps the remote's own") << "rfc2217://[::1]:2217"
+                                                          << int(ModeRemoteSerial) << "::1:2217 keep";
 }
 
 void TestConnectionUrl::parses()
@@ -74,6 +79,12 @@ void TestConnectionUrl::parses()
     case ModeUdpClient:
         printed = QStringLiteral("%1:%2 local %3").arg(s.targetHost).arg(s.targetPort).arg(s.udpLocalPort);
         break;
+    case ModeRemoteSerial:
+        printed = QStringLiteral("%1:%2 ").arg(s.targetHost).arg(s.targetPort) +
+                  (s.useRemoteSerialConfig
+                       ? QStringLiteral("keep")
+                       : QStringLiteral("push %1 %2/%3").arg(s.baudRate).arg(s.parity).arg(s.stringParity));
+        break;
     default:
         printed = QStringLiteral("%1:%2").arg(s.targetHost).arg(s.targetPort);
         break;
@@ -97,6 +108,8 @@ void TestConnectionUrl::refuses_data()
     QTest::newRow("bad baud") << "serial:/dev/x?baud=-5" << "baud=-5";
     QTest::newRow("bad data bits") << "serial:/dev/x?data=9" << "data=9";
     QTest::newRow("bad parity") << "serial:/dev/x?parity=maybe" << "parity=maybe";
+    QTest::newRow("remote serial, bad stop bits") << "rfc2217://h:1?stop=3" << "stop=3";
+    QTest::newRow("remote serial, unknown parameter") << "rfc2217://h:1?local=5" << "local";
     QTest::newRow("bad udp local") << "udp://h:1?local=x" << "local=x";
     QTest::newRow("parameter of another transport") << "tcp://h:1?local=5" << "local";
 }

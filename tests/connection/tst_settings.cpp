@@ -1,4 +1,3 @@
-#include "app/settingsservice.h"
 #include "connection/settings.h"
 #include "connection/settingscodec.h"
 
@@ -18,7 +17,6 @@ private slots:
     void remoteLabel();
     void hostListKeepsNewestLastWithoutDuplicates();
     void codecConversions();
-    void defaultsMatchTheRecords();
 };
 
 void TestSettings::modeFromStoredInt_data()
@@ -110,34 +108,13 @@ void TestSettings::remoteLabel_data()
     QTest::addColumn<QString>("portName");
     QTest::addColumn<QString>("shareLabel");
     QTest::addColumn<QString>("label");
-    QTest::newRow("ipv4") << 7 << "10.0.0.2"
-                          << ""
-                          << ""
-                          << "10.0.0.2:23";
-    QTest::newRow("ipv6 bracketed") << 7 << "::1"
-                                    << ""
-                                    << ""
-                                    << "[::1]:23";
-    QTest::newRow("already bracketed") << 7 << "[::1]"
-                                       << ""
-                                       << ""
-                                       << "[::1]:23";
-    QTest::newRow("empty host") << 7 << ""
-                                << ""
-                                << ""
-                                << "";
-    QTest::newRow("relay port name") << 8 << "h"
-                                     << "COM7"
-                                     << "bench"
-                                     << "COM7";
-    QTest::newRow("relay share label") << 8 << "h"
-                                       << ""
-                                       << "bench"
-                                       << "bench";
-    QTest::newRow("tcp client has none") << 2 << "h"
-                                         << "x"
-                                         << "y"
-                                         << "";
+    QTest::newRow("ipv4") << 7 << "10.0.0.2" << "" << "" << "10.0.0.2:23";
+    QTest::newRow("ipv6 bracketed") << 7 << "::1" << "" << "" << "[::1]:23";
+    QTest::newRow("already bracketed") << 7 << "[::1]" << "" << "" << "[::1]:23";
+    QTest::newRow("empty host") << 7 << "" << "" << "" << "";
+    QTest::newRow("relay port name") << 8 << "h" << "COM7" << "bench" << "COM7";
+    QTest::newRow("relay share label") << 8 << "h" << "" << "bench" << "bench";
+    QTest::newRow("tcp client has none") << 2 << "h" << "x" << "y" << "";
 }
 
 void TestSettings::remoteLabel()
@@ -174,24 +151,6 @@ void TestSettings::codecConversions()
     QCOMPARE(SettingsCodec::sendIntervalToMs(1000000, 60000), 60000000000LL);
     QCOMPARE(SettingsCodec::sendIntervalToMs(7, -3), 7);
     QCOMPARE(SettingsCodec::rotateSizeBytesToMb(104857599), 99);
-}
-
-void TestSettings::defaultsMatchTheRecords()
-{
-    const Settings s = SettingsService::defaultPortSettings("ttyUSB3");
-    QCOMPARE(s.name, QString("ttyUSB3"));
-    QCOMPARE(s.baudRate, 9600);
-    QCOMPARE(s.targetHostList, QStringList({"127.0.0.1"}));
-    QVERIFY(s.dtrOn && s.rtsOn && s.useRemoteSerialConfig);
-
-    FormatSetting f = SettingsService::defaultFormatSettings();
-    QCOMPARE(f.logFileName, unresolvedLogFileName());
-    QVERIFY(f.logFilePath.endsWith("vlm_%S-%Y%M%D.log"));
-    QVERIFY(QDir::isAbsolutePath(f.logFilePath));
-    QCOMPARE(f.terminalEnterMode, LineEndingCR);
-    QVERIFY(!f.txAutoFeedLine());
-    f.txLineEndingMode = LineEndingCRLF;
-    QVERIFY(f.txAutoFeedLine());
 }
 
 QTEST_GUILESS_MAIN(TestSettings)

@@ -1,7 +1,10 @@
 #include "app/mainwindow.h"
 #include "decode/frametemplatecodec.h"
 #include "decode/frametemplatedialog.h"
+#include "decode/decoderunner.h"
+#include "decode/framespanel.h"
 #include "decode/modbusbuilderdialog.h"
+#include "recording/sessionexportdialog.h"
 #include "session/serialportwidget.h"
 #include "templates.h"
 
@@ -160,24 +163,12 @@ void TestDecodeDialogs::formErrors_data()
     QTest::newRow("delimiter") << "delimiterEdit"
                                << "0D 0"
                                << "Delimiter: Hex bytes need two digits each.";
-    QTest::newRow("poly") << "polyEdit"
-                          << "10x21"
-                          << "Poly: not a hex number";
-    QTest::newRow("offset") << "field:1"
-                            << "three"
-                            << "Field 1: the offset is not a number";
-    QTest::newRow("length") << "field:3"
-                            << "-"
-                            << "Field 1: the length is not a number";
-    QTest::newRow("bits") << "field:4"
-                          << "5-7"
-                          << "Field 1: bits are written \"5..7\"";
-    QTest::newRow("scale") << "field:6"
-                           << "1,5"
-                           << "Field 1: scale and add are numbers";
-    QTest::newRow("decimals") << "field:8"
-                              << "two"
-                              << "Field 1: decimals is a number";
+    QTest::newRow("poly") << "polyEdit" << "10x21" << "Poly: not a hex number";
+    QTest::newRow("offset") << "field:1" << "three" << "Field 1: the offset is not a number";
+    QTest::newRow("length") << "field:3" << "-" << "Field 1: the length is not a number";
+    QTest::newRow("bits") << "field:4" << "5-7" << "Field 1: bits are written \"5..7\"";
+    QTest::newRow("scale") << "field:6" << "1,5" << "Field 1: scale and add are numbers";
+    QTest::newRow("decimals") << "field:8" << "two" << "Field 1: decimals is a number";
     QTest::newRow("when") << "field:11"
                           << "3:01"
                           << "Field 1: When is written \"3=01\" (byte 3 is 0x01)";
@@ -268,6 +259,10 @@ void TestDecodeDialogs::windowKeepsTemplatesAndChoices()
     QVERIFY(window.loadFile(path));
     QCOMPARE(window.frameTemplates(), QList<FrameTemplate>{templates::sensor()});
     QCOMPARE(window.decoderChoice(0).templateName, QStringLiteral("Sensor"));
+    // The port decodes with it, its frames panel open.
+    SerialPortWidget *port = window.portWidget(0);
+    QCOMPARE(port->decodeRunner()->hold(), DecodeRunner::NoHold);
+    QVERIFY(port->framesPanel()->isVisibleTo(port));
 
     // The editor is reached from the Tools menu and from a port; a rename is followed.
     window.frameTemplatesDialogHook = [](FrameTemplateDialog &dialog) {
@@ -277,7 +272,15 @@ void TestDecodeDialogs::windowKeepsTemplatesAndChoices()
     };
     window.findChild<QAction *>("acToolsFrameTemplates")->trigger();
     QCOMPARE(window.decoderChoice(0), (DecoderChoice{DecoderChoice::Template, "Sensor v2", true}));
+    QCOMPARE(port->decodeRunner()->hold(), DecodeRunner::NoHold);
     QVERIFY(window.isWindowModified());
+    // Saved and loaded again, the port keeps its choice.
+    QVERIFY(window.saveFile(path, false));
+    {
+        MainWindow again;
+        QVERIFY(again.loadFile(path));
+        QCOMPARE(again.decoderChoice(0), window.decoderChoice(0));
+    }
     window.frameTemplatesDialogHook = [](FrameTemplateDialog &dialog) {
         dialog.removeTemplate();
         dialog.accept();
@@ -285,6 +288,13 @@ void TestDecodeDialogs::windowKeepsTemplatesAndChoices()
     };
     Q_EMIT window.portWidget(0)->frameTemplatesEditRequested();
     QCOMPARE(window.decoderChoice(0).kind, DecoderChoice::None);
+
+    // File > Export Session offers every port's history.
+    window.findChild<QAction *>("acFileExportSession")->trigger();
+    auto *exporter = window.findChild<SessionExportDialog *>();
+    QVERIFY(exporter && exporter->isVisible());
+    QCOMPARE(exporter->sources().size(), 1);
+    exporter->close();
 
     // The builder writes into the focused port's send box.
     window.findChild<QAction *>("acToolsModbusBuilder")->trigger();

@@ -112,45 +112,19 @@ void TestDecodeDriver::escape_data()
     QTest::addColumn<QString>("asText");  // escape with the formula guard
     QTest::addColumn<QString>("asValue"); // escapeValue
 
-    QTest::newRow("plain") << "Read Coils"
-                           << "Read Coils"
-                           << "Read Coils";
-    QTest::newRow("number with a unit") << "-5 mV"
-                                        << "'-5 mV"
-                                        << "-5 mV";
-    QTest::newRow("exponent") << "1.5e-3 kPa"
-                              << "1.5e-3 kPa"
-                              << "1.5e-3 kPa";
-    QTest::newRow("sum") << "-5+3"
-                         << "'-5+3"
-                         << "'-5+3";
-    QTest::newRow("unit with a formula") << "5 =A1"
-                                         << "5 =A1"
-                                         << "5 =A1";
-    QTest::newRow("formula") << "=SUM(A1)"
-                             << "'=SUM(A1)"
-                             << "'=SUM(A1)";
-    QTest::newRow("at, plus") << "@x"
-                              << "'@x"
-                              << "'@x";
-    QTest::newRow("tab first") << "\tx"
-                               << "'\tx"
-                               << "'\tx";
-    QTest::newRow("CR first") << "\rx"
-                              << "\"'\rx\""
-                              << "\"'\rx\"";
-    QTest::newRow("comma, quote") << "a,\"b\""
-                                  << "\"a,\"\"b\"\"\""
-                                  << "\"a,\"\"b\"\"\"";
-    QTest::newRow("formula with a comma") << "=1,2"
-                                          << "\"'=1,2\""
-                                          << "\"'=1,2\"";
-    QTest::newRow("blank around") << " 5"
-                                  << "\" 5\""
-                                  << "\" 5\"";
-    QTest::newRow("line feed") << "a\nb"
-                               << "\"a\nb\""
-                               << "\"a\nb\"";
+    QTest::newRow("plain") << "Read Coils" << "Read Coils" << "Read Coils";
+    QTest::newRow("number with a unit") << "-5 mV" << "'-5 mV" << "-5 mV";
+    QTest::newRow("exponent") << "1.5e-3 kPa" << "1.5e-3 kPa" << "1.5e-3 kPa";
+    QTest::newRow("sum") << "-5+3" << "'-5+3" << "'-5+3";
+    QTest::newRow("unit with a formula") << "5 =A1" << "5 =A1" << "5 =A1";
+    QTest::newRow("formula") << "=SUM(A1)" << "'=SUM(A1)" << "'=SUM(A1)";
+    QTest::newRow("at, plus") << "@x" << "'@x" << "'@x";
+    QTest::newRow("tab first") << "\tx" << "'\tx" << "'\tx";
+    QTest::newRow("CR first") << "\rx" << "\"'\rx\"" << "\"'\rx\"";
+    QTest::newRow("comma, quote") << "a,\"b\"" << "\"a,\"\"b\"\"\"" << "\"a,\"\"b\"\"\"";
+    QTest::newRow("formula with a comma") << "=1,2" << "\"'=1,2\"" << "\"'=1,2\"";
+    QTest::newRow("blank around") << " 5" << "\" 5\"" << "\" 5\"";
+    QTest::newRow("line feed") << "a\nb" << "\"a\nb\"" << "\"a\nb\"";
 }
 
 void TestDecodeDriver::escape()

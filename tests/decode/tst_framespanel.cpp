@@ -12,11 +12,8 @@
 #include <QJsonDocument>
 #include <QLabel>
 #include <QPlainTextEdit>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTableView>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTreeWidget>
 #include <QtTest>
@@ -30,7 +27,6 @@ private slots:
     void statusBannerAndDecoderList();
     void csvExportsReadByPython();
     void tableActions();
-    void liveModbusFromPymodbus();
 };
 
 namespace {
@@ -201,70 +197,6 @@ void TestFramesPanel::tableActions()
     QCOMPARE(copied.size(), 1);
     QVERIFY(copied.first().first().toString().startsWith(QStringLiteral("1\t")));
     QCOMPARE(QApplication::clipboard()->text(), copied.first().first().toString());
-}
-
-void TestFramesPanel::liveModbusFromPymodbus()
-{
-    // A Modbus TCP slave of pymodbus answers our requests; what went each way is fed to
-    // the runner as a port session would, and the table exports to a CSV Python reads.
-    if (QProcess::execute(Python, {"-c", "import pymodbus"}) != 0) {
-        QSKIP("python3-pymodbus is not installed (scripts/deps.sh test installs it)");
-    }
-    QTcpServer probe;
-    QVERIFY(probe.listen(QHostAddress::LocalHost, 0));
-    const quint16 port = probe.serverPort();
-    probe.close();
-    QProcess slave;
-    slave.start(Python, {QFINDTESTDATA("modbus_peer.py"), "server", "tcp", QString::number(port)});
-    const auto stopSlave = qScopeGuard([&slave] {
-        slave.terminate();
-        if (!slave.waitForFinished(5000)) {
-            slave.kill();
-            slave.waitForFinished(5000);
-        }
-    });
-    QTcpSocket socket;
-    QTRY_VERIFY_WITH_TIMEOUT(
-        [&] {
-            socket.abort();
-            socket.connectToHost(QHostAddress::LocalHost, port);
-            return socket.waitForConnected(200);
-        }(),
-        20000);
-
-    DecodeRunner runner;
-    runner.setChoice({DecoderChoice::ModbusTcp, {}, true});
-    FramesPanel panel(&runner);
-    const QString peer = QStringLiteral("127.0.0.1:%1").arg(port);
-    connect(&socket, &QTcpSocket::readyRead, &runner,
-            [&] { runner.ingestRx(socket.readAll(), peer); });
-    const QList<QByteArray> requests{tcp(1, "01 04 00 02 00 03"), tcp(2, "01 02 00 00 00 08"),
-                                     tcp(3, "01 03 03 E8 00 02")};
-    for (const QByteArray &request : requests) {
-        const int rows = panel.model()->rowCount();
-        socket.write(request);
-        runner.ingestTx(request, peer);
-        QTRY_COMPARE_WITH_TIMEOUT(panel.model()->rowCount(), rows + 2, 10000);
-    }
-    QCOMPARE(panel.statusText(), QStringLiteral("6 frame(s)"));
-
-    QTemporaryDir dir;
-    QString error;
-    const QString path = dir.filePath("live.csv");
-    QVERIFY2(panel.writeCsv(path, false, &error), qPrintable(error));
-    const QList<QStringList> rows = readCsv(path, &error);
-    QVERIFY2(error.isEmpty(), qPrintable(error));
-    QCOMPARE(rows.size(), 7);
-    QStringList statuses;
-    for (const QStringList &row : rows.mid(1)) {
-        QCOMPARE(row.at(4), QStringLiteral("Modbus TCP"));
-        statuses.append(row.at(2) + u' ' + row.at(5));
-    }
-    QCOMPARE(statuses, QStringList({"TX OK", "RX OK", "TX OK", "RX OK", "TX OK", "RX EXCEPTION"}));
-    // Input registers 2..4 hold 1002..1004 on the slave.
-    QVERIFY2(rows.at(2).at(11).contains(QStringLiteral("1002")), qPrintable(rows.at(2).at(11)));
-    QVERIFY(rows.at(2).at(11).contains(QStringLiteral("1004")));
-    QCOMPARE(rows.at(2).at(9), QStringLiteral("1")); // paired with the request
 }
 
 QTEST_MAIN(TestFramesPanel)

@@ -2,6 +2,7 @@
 #include "decode/frameinterpreter.h"
 #include "decode/framesplitter.h"
 #include "decode/templatestreamdecoder.h"
+#include "modbusframes.h"
 #include "templates.h"
 
 #include <QRandomGenerator>
@@ -11,10 +12,7 @@ Q_DECLARE_METATYPE(FrameTemplate)
 
 namespace {
 
-QByteArray hex(const char *digits)
-{
-    return QByteArray::fromHex(digits);
-}
+using frames::hex;
 
 // A frame of the sensor template around `body`, with its length and SUM8; `damage`
 // changes the checksum.

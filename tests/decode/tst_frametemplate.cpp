@@ -1,6 +1,7 @@
 #include "decode/frameinterpreter.h"
 #include "decode/frametemplatecodec.h"
 #include "decode/frametemplatetext.h"
+#include "modbusframes.h"
 #include "templates.h"
 
 #include <QSettings>
@@ -12,14 +13,7 @@ Q_DECLARE_METATYPE(FieldSpec)
 Q_DECLARE_METATYPE(Endian)
 Q_DECLARE_METATYPE(FrameStatus)
 
-namespace {
-
-QByteArray hex(const char *digits)
-{
-    return QByteArray::fromHex(digits);
-}
-
-} // namespace
+using frames::hex;
 
 class TestFrameTemplate : public QObject
 {

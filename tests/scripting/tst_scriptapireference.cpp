@@ -39,7 +39,11 @@ void TestScriptApiReference::namesAreTheRegisteredFunctions()
     QStringList sorted = reference;
     sorted.sort();
     QCOMPARE(globals, sorted);
-    QCOMPARE(reference.size(), 34);
+    // The names the engine suggests from are the same, and port beside them.
+    QStringList api = ScriptEngine::apiNames();
+    QVERIFY(api.removeAll(QStringLiteral("port")) == 1);
+    api.sort();
+    QCOMPARE(api, sorted);
     for (const ScriptApiReference::Entry &entry : ScriptApiReference::entries()) {
         QVERIFY2(!entry.results.isEmpty() && !entry.description.isEmpty(), qPrintable(entry.name));
     }

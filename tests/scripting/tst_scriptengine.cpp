@@ -76,8 +76,7 @@ void TestScriptEngine::syntaxErrors_data()
     QTest::newRow("precompiled chunk") << "\x1bLua\x54" << "attempt to load a binary chunk (mode "
                                                            "is 't')"
                                        << -1;
-    QTest::newRow("unfinished string") << "x = 'abc\ny = 1"
-                                       << "unfinished string near ''abc'" << 1;
+    QTest::newRow("unfinished string") << "x = 'abc\ny = 1" << "unfinished string near ''abc'" << 1;
 }
 
 // A syntax error gives its message without the position, and the line; nothing runs.
@@ -494,8 +493,7 @@ void TestScriptEngine::hints_data()
                                "case-sensitive), or declare it at the top of the script with %1 "
                                "= nil, or use local.";
     QTest::newRow("elif") << "if a then\nelif b then\nend" << "Lua writes elif as elseif.";
-    QTest::newRow("elif in a string") << "print('elif') x"
-                                      << "";
+    QTest::newRow("elif in a string") << "print('elif') x" << "";
     QTest::newRow("full-width comma")
         << QString::fromUtf8("print(1\xef\xbc\x8c 2)")
         << QString::fromUtf8("This line has the full-width character \"\xef\xbc\x8c\", typed with "

@@ -1,9 +1,5 @@
-// Hostile scripts on a port panel's runner with the Scripts window open. Each ends as it
-// should: Failed with a reason that says why, or still Running (its loop goes round)
-// until Stop ends it. Its end reason and every line it leaves in the port's receive view
-// and in the window keep to the output limit, and the next run on the port works. A new
-// hostile case is one row. Without the guards most rows hold the thread for seconds to
-// hours, so a broken guard shows as a time-out.
+// Hostile scripts on a port panel with the Scripts window open: each fails with its reason
+// or keeps running until stopped, within the output limit; a broken guard shows as a time-out.
 
 #include "scripting/scriptapi.h"
 #include "session/scriptportlink.h"
@@ -142,19 +138,11 @@ void TestScriptHostile::hostile_data()
         << "expectAny: the list has 300 texts; it may have at most 256";
     QTest::newRow("toHex of 10 MB") << "local h = toHex(('x'):rep(10e6))" << QByteArray()
                                     << "not enough memory";
-    QTest::newRow("a growing table") << "local t = {}\nwhile true do t[#t + 1] = ('x'):rep(1000) .. #t end"
-                                     << QByteArray() << "not enough memory";
     // Texts of a megabyte and more: the reason is cut to the output limit.
     QTest::newRow("fail with 1 MB") << "fail(string.rep('x', 1e6))" << QByteArray()
                                     << QString(16383, u'x') + QChar(0x2026);
     QTest::newRow("error with 3 MB") << "error(('y'):rep(3e6))" << QByteArray()
                                      << QString(100, u'y');
-    QTest::newRow("a table.sort comparator that never returns")
-        << "table.sort({3, 1, 2}, function(a, b) while true do end end)" << QByteArray()
-        << "ran too long where it cannot pause";
-    QTest::newRow("onReceive that never returns")
-        << "onReceive(function() while true do end end)\nidle()" << QByteArray("x")
-        << "onReceive";
 
     // Loops of calls that are each allowed: the run goes on, in slices, until stopped.
     QTest::newRow("plain find of a long needle")
@@ -175,8 +163,6 @@ void TestScriptHostile::hostile_data()
     QTest::newRow("gsub of every byte of 1 MB under pcall")
         << looping("local s = ('x'):rep(1 << 20)", "pcall(string.gsub, s, '.', {})")
         << QByteArray() << Running;
-    QTest::newRow("errors caught by pcall")
-        << looping("", "pcall(error, 'again')") << QByteArray() << Running;
     QTest::newRow("a full heap, string.rep under pcall")
         << looping("local t = {}\nfor i = 1, 250000 do t[i] = {} end",
                    "pcall(string.rep, 'x', 1 << 24)")

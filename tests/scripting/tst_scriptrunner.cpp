@@ -1,11 +1,7 @@
-// Script runs on live ports: the sample scripts against real peers (a TCP modem, a TCP
-// client, a Modbus master over a pseudo-terminal), the write backlog under a tight
-// send loop, the rule that a port runs a sequence or a script but never both, and the
-// runner's own timing, signal order and receive view lines.
+// Script runs on live ports against real peers, and the runner's timing and view lines.
 
 #include "automation/commandlibrary.h"
 #include "connection/connectioncontroller.h"
-#include "connection/messagecodec.h"
 #include "connection/multiclientserver.h"
 #include "scripting/scriptlibrary.h"
 #include "session/scriptportlink.h"
@@ -53,11 +49,6 @@ bool waitUntil(const std::function<bool()> &done, int ms = Timeout)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
     }
     return done();
-}
-
-QByteArray modbus(const char *hex)
-{
-    return MessageCodec::appendChecksum(QByteArray::fromHex(hex), 4);
 }
 
 // What a runner reported, in order: "started", the output texts, "finished <state>".
@@ -142,7 +133,6 @@ private slots:
     void atRegressionAgainstModem_data();
     void atRegressionAgainstModem();
     void pingPongResponderAnswersClient();
-    void modbusSlaveAnswersMaster_data();
     void modbusSlaveAnswersMaster();
     void tightSendLoopKeepsBacklogNearLimit();
     void sequenceAndScriptExcludeEachOther();
@@ -249,20 +239,12 @@ void TestScriptRunner::pingPongResponderAnswersClient()
     QVERIFY(recorder.receiveView.last().endsWith(" s: stopped by the user"));
 }
 
-void TestScriptRunner::modbusSlaveAnswersMaster_data()
-{
-    QTest::addColumn<QString>("master");
-    QTest::newRow("mbpoll") << "mbpoll";
-    QTest::newRow("hand-written") << "";
-}
-
 // The Modbus sample is a slave on one end of a pseudo-terminal pair; a master on the
 // other end reads two holding registers, writes one, and reads it back.
 void TestScriptRunner::modbusSlaveAnswersMaster()
 {
-    QFETCH(QString, master);
-    const QString tool = master.isEmpty() ? QString() : QStandardPaths::findExecutable(master);
-    if (!master.isEmpty() && tool.isEmpty()) {
+    const QString tool = QStandardPaths::findExecutable(QStringLiteral("mbpoll"));
+    if (tool.isEmpty()) {
         QSKIP("mbpoll is not installed (scripts/test.sh installs it)");
     }
     testsupport::PtyPair pty;
@@ -279,46 +261,22 @@ void TestScriptRunner::modbusSlaveAnswersMaster()
     int line = 0;
     QVERIFY2(link->startScript(sample(ModbusSlave), &error, &line), qPrintable(error));
 
-    if (!tool.isEmpty()) {
-        // mbpoll blocks on the port, so it runs beside the event loop that answers it.
-        const auto poll = [&](const QStringList &extra) {
-            QProcess process;
-            process.start(tool, QStringList{"-m", "rtu", "-a", "1", "-0", "-t", "4", "-b", "9600",
-                                            "-P", "none", "-1", "-o", "2"} +
-                                    extra);
-            waitUntil([&] { return process.state() == QProcess::NotRunning; });
-            return QString::fromLocal8Bit(process.readAllStandardOutput() +
-                                          process.readAllStandardError());
-        };
-        QString out = poll({"-r", "0", "-c", "2", pty.portB()});
-        QVERIFY2(out.contains("[0]: \t1234") && out.contains("[1]: \t5678"), qPrintable(out));
-        out = poll({"-r", "5", pty.portB(), "4321"});
-        QVERIFY2(out.contains("Written 1 references"), qPrintable(out));
-        out = poll({"-r", "5", "-c", "1", pty.portB()});
-        QVERIFY2(out.contains("[5]: \t4321"), qPrintable(out));
-    } else {
-        ConnectionController device;
-        Settings deviceSettings;
-        deviceSettings.name = pty.portB();
-        QVERIFY(device.openSerial(deviceSettings, QString(), "B", true));
-        QByteArray answer;
-        connect(&device, &ConnectionController::readyRead, this,
-                [&] { answer += device.readAvailable(ModeSerial); });
-        // Sends the request in two pieces `split` bytes apart, as a slow line delivers it.
-        const auto ask = [&](const QByteArray &request, qsizetype size, qsizetype split) {
-            answer.clear();
-            device.sendSerial(request.left(split), deviceSettings, QString());
-            QTest::qWait(20);
-            device.sendSerial(request.mid(split), deviceSettings, QString());
-            waitUntil([&] { return answer.size() >= size; });
-            return answer;
-        };
-        QCOMPARE(ask(modbus("010300000002"), 9, 8), modbus("01030404D2162E"));
-        QCOMPARE(ask(modbus("0106000510E1"), 8, 3), modbus("0106000510E1"));
-        QCOMPARE(ask(modbus("010300050001"), 7, 5), modbus("01030210E1"));
-        // Registers beyond the table give exception 2.
-        QCOMPARE(ask(modbus("010300630005"), 5, 8), modbus("018302"));
-    }
+    // mbpoll blocks on the port, so it runs beside the event loop that answers it.
+    const auto poll = [&](const QStringList &extra) {
+        QProcess process;
+        process.start(tool, QStringList{"-m", "rtu", "-a", "1", "-0", "-t", "4", "-b", "9600", "-P",
+                                        "none", "-1", "-o", "2"} +
+                                extra);
+        waitUntil([&] { return process.state() == QProcess::NotRunning; });
+        return QString::fromLocal8Bit(process.readAllStandardOutput() +
+                                      process.readAllStandardError());
+    };
+    QString out = poll({"-r", "0", "-c", "2", pty.portB()});
+    QVERIFY2(out.contains("[0]: \t1234") && out.contains("[1]: \t5678"), qPrintable(out));
+    out = poll({"-r", "5", pty.portB(), "4321"});
+    QVERIFY2(out.contains("Written 1 references"), qPrintable(out));
+    out = poll({"-r", "5", "-c", "1", pty.portB()});
+    QVERIFY2(out.contains("[5]: \t4321"), qPrintable(out));
     // The sample logs each write; log lines also reach the receive view.
     QTRY_VERIFY_WITH_TIMEOUT(panel.viewText().contains("register 5 = 4321"), Timeout);
     QVERIFY(link->scriptRunning());

@@ -29,32 +29,12 @@ class TestScriptSamples : public QObject
 {
     Q_OBJECT
 private slots:
-    void samplesLoad_data();
-    void samplesLoad();
     void atRegression_data();
     void atRegression();
     void echoResponder();
     void modbusSlave_data();
     void modbusSlave();
 };
-
-void TestScriptSamples::samplesLoad_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::newRow("at_regression") << "at_regression";
-    QTest::newRow("echo_responder") << "echo_responder";
-    QTest::newRow("modbus_slave") << "modbus_slave";
-}
-
-void TestScriptSamples::samplesLoad()
-{
-    QFETCH(QString, name);
-    const QString source = sample(qPrintable(name));
-    QVERIFY(!source.isEmpty());
-    QString error;
-    int line = 0;
-    QVERIFY2(ScriptEngine::checkSyntax(source, &error, &line), qPrintable(error));
-}
 
 void TestScriptSamples::atRegression_data()
 {
@@ -144,8 +124,7 @@ void TestScriptSamples::modbusSlave_data()
     QTest::newRow("other slave") << Frames{modbus("020300000001")} << Frames{};
     QTest::newRow("unsupported function") << Frames{modbus("010400000001")}
                                           << Frames{modbus("018401")};
-    QTest::newRow("beyond the table") << Frames{modbus("010300630002")}
-                                      << Frames{modbus("018302")};
+    QTest::newRow("beyond the table") << Frames{modbus("010300630002")} << Frames{modbus("018302")};
     QTest::newRow("count out of range") << Frames{modbus("010300000000")}
                                         << Frames{modbus("018303")};
     QTest::newRow("write beyond the table") << Frames{modbus("010600640001")}

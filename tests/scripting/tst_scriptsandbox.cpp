@@ -122,8 +122,7 @@ void TestScriptSandbox::runawayBodyIsSliced_data()
     QTest::newRow("in a metamethod called by Lua")
         << "local t = setmetatable({}, {__index = function() while true do end end})\n"
            "local x = t.key";
-    QTest::newRow("handler ignores errors")
-        << "while true do pcall(error, 'again') end";
+    QTest::newRow("handler ignores errors") << "while true do pcall(error, 'again') end";
 }
 
 // An endless body keeps giving the event loop its turn, one slice per poll, until stop;

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <QTcpServer>
@@ -99,6 +100,68 @@ QString sttySettings(const QString &path)
     stty.start(QStringLiteral("stty"), {QStringLiteral("-a"), QStringLiteral("-F"), path});
     stty.waitForFinished(10000);
     return QString::fromLocal8Bit(stty.readAllStandardOutput());
+}
+
+namespace {
+QString ser2netPath()
+{
+    return QStandardPaths::findExecutable(QStringLiteral("ser2net"),
+                                          {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")});
+}
+} // namespace
+
+Ser2net::Ser2net() = default;
+
+Ser2net::~Ser2net()
+{
+    if (process) {
+        process->terminate();
+        if (!process->waitForFinished(5000)) {
+            process->kill();
+            process->waitForFinished(5000);
+        }
+    }
+}
+
+bool Ser2net::available()
+{
+    return !ser2netPath().isEmpty();
+}
+
+bool Ser2net::start(const QString &device, QString *why)
+{
+    if (!available()) {
+        *why = QStringLiteral("ser2net is not installed (scripts/deps.sh test installs it)");
+        return false;
+    }
+    tcpPort = closedTcpPort();
+    QFile config(dir.filePath(QStringLiteral("ser2net.yaml")));
+    if (!config.open(QIODevice::WriteOnly)) {
+        *why = config.errorString();
+        return false;
+    }
+    config.write(QStringLiteral("%YAML 1.1\n---\nconnection: &vlm\n"
+                                "  accepter: telnet(rfc2217),tcp,127.0.0.1,%1\n"
+                                "  connector: serialdev,%2,9600n81,local\n")
+                     .arg(tcpPort)
+                     .arg(device)
+                     .toUtf8());
+    config.close();
+    process = std::make_unique<QProcess>();
+    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process->start(ser2netPath(), {QStringLiteral("-n"), QStringLiteral("-d"), QStringLiteral("-c"),
+                                   config.fileName()});
+    const QDeadlineTimer deadline(15000);
+    while (!deadline.hasExpired()) {
+        QTcpSocket probe;
+        probe.connectToHost(QHostAddress::LocalHost, tcpPort);
+        if (probe.waitForConnected(200)) {
+            return true;
+        }
+        QThread::msleep(100);
+    }
+    *why = QStringLiteral("ser2net did not listen on port %1").arg(tcpPort);
+    return false;
 }
 
 } // namespace testsupport

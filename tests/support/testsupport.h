@@ -43,6 +43,25 @@ QByteArray readExactly(QTcpSocket *socket, qsizetype size, int timeoutMs = 10000
 // A local TCP port that nothing listens on, for connections that must be refused.
 quint16 closedTcpPort();
 
+// ser2net serving a serial device as RFC 2217 on a free local port, ended with the
+// object.
+class Ser2net
+{
+public:
+    Ser2net();
+    ~Ser2net();
+    static bool available();
+    // Starts ser2net in front of `device` at 9600 8N1 and waits until it listens. On
+    // failure `why` tells the reason.
+    bool start(const QString &device, QString *why);
+    quint16 port() const { return tcpPort; }
+
+private:
+    QTemporaryDir dir;
+    std::unique_ptr<QProcess> process;
+    quint16 tcpPort = 0;
+};
+
 // The line settings of a serial device as the system has them (`stty -a`), such as
 // "speed 9600 baud; ... cs8 ...".
 QString sttySettings(const QString &path);

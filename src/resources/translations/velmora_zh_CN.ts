@@ -900,57 +900,6 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     </message>
 </context>
 <context>
-    <name>CloudConsoleService</name>
-    <message>
-        <source>Live Console stopped: monthly traffic quota used up. Please top up to continue.</source>
-        <translation>实时控制台已停止：本月流量额度已用完。请充值后继续。</translation>
-    </message>
-    <message>
-        <source>unsupported command: %1</source>
-        <translation>不支持的命令：%1</translation>
-    </message>
-    <message>
-        <source>this computer holds no such share</source>
-        <translation>本机没有这个共享</translation>
-    </message>
-    <message>
-        <source>remote send is disabled on the device</source>
-        <translation>本机已禁用远程发送</translation>
-    </message>
-    <message>
-        <source>remote port control is disabled on the device</source>
-        <translation>本机已禁用远程端口控制</translation>
-    </message>
-    <message>
-        <source>cloud relay is disabled on the device</source>
-        <translation>本机已禁用云中继</translation>
-    </message>
-    <message>
-        <source>the command was meant for an earlier run of this computer</source>
-        <translation>该命令属于本机之前的一次运行</translation>
-    </message>
-    <message>
-        <source>this computer has no port %1</source>
-        <translation>本机没有端口 %1</translation>
-    </message>
-    <message>
-        <source>the hex text is not pairs of hexadecimal digits</source>
-        <translation>十六进制文本不是成对的十六进制数字</translation>
-    </message>
-    <message>
-        <source>empty payload</source>
-        <translation>内容为空</translation>
-    </message>
-    <message>
-        <source>open_relay needs a relay_id and a ticket</source>
-        <translation>open_relay 需要 relay_id 和 ticket</translation>
-    </message>
-    <message>
-        <source>Live Relay is not available on this computer</source>
-        <translation>本机不支持实时中继</translation>
-    </message>
-</context>
-<context>
     <name>CloudSettingsPage</name>
     <message>
         <source>The base address of a velmora-cloud server, such as https://cloud.example.com or http://127.0.0.1:8750. Leave it empty to keep every cloud feature off.</source>
@@ -1611,6 +1560,14 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <source>Enter a rate from 0 to 100000000 bits per second</source>
         <translation>请输入 0 到 100000000 之间的速率（单位 bit/s）</translation>
     </message>
+    <message>
+        <source>Keep the remote port&apos;s own config</source>
+        <translation>保留远程端口自身配置</translation>
+    </message>
+    <message>
+        <source>Leave baud rate, framing and the control lines as the remote port has them; clear it to set them from here</source>
+        <translation>波特率、帧格式和控制线保持远程端口自身的设置；取消勾选则由此处设置</translation>
+    </message>
 </context>
 <context>
     <name>ConnectionUrl</name>
@@ -1639,10 +1596,6 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <translation>local=%1 不是端口：请使用 0 到 65535。</translation>
     </message>
     <message>
-        <source>&quot;%1&quot; is no connection: use serial:PATH, tcp://HOST:PORT, tcp-server://[ADDR]:PORT, udp://HOST:PORT or udp-server://[ADDR]:PORT.</source>
-        <translation>“%1”不是连接：请使用 serial:PATH、tcp://HOST:PORT、tcp-server://[ADDR]:PORT、udp://HOST:PORT 或 udp-server://[ADDR]:PORT。</translation>
-    </message>
-    <message>
         <source>&quot;%1&quot; names no serial port.</source>
         <translation>“%1”未指定串口。</translation>
     </message>
@@ -1662,16 +1615,9 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <source>%1=%2: use one of %3.</source>
         <translation>%1=%2：请使用以下之一：%3。</translation>
     </message>
-</context>
-<context>
-    <name>ConsolePort</name>
     <message>
-        <source>the port is not open</source>
-        <translation>端口未打开</translation>
-    </message>
-    <message>
-        <source>the port refused the data</source>
-        <translation>端口拒绝了数据</translation>
+        <source>&quot;%1&quot; is no connection: use serial:PATH, tcp://HOST:PORT, tcp-server://[ADDR]:PORT, udp://HOST:PORT, udp-server://[ADDR]:PORT or rfc2217://HOST:PORT.</source>
+        <translation>“%1”不是连接：请使用 serial:PATH、tcp://HOST:PORT、tcp-server://[ADDR]:PORT、udp://HOST:PORT、udp-server://[ADDR]:PORT 或 rfc2217://HOST:PORT。</translation>
     </message>
 </context>
 <context>
@@ -2013,30 +1959,6 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <translation>
             <numerusform>重试 %n 次</numerusform>
         </translation>
-    </message>
-    <message>
-        <source>%1 bytes</source>
-        <translation>%1 字节</translation>
-    </message>
-    <message>
-        <source>%1 of %2 bytes</source>
-        <translation>%1 / %2 字节</translation>
-    </message>
-    <message>
-        <source>%1 KB/s</source>
-        <translation>%1 KB/s</translation>
-    </message>
-    <message>
-        <source>%1 s left</source>
-        <translation>剩余 %1 秒</translation>
-    </message>
-    <message>
-        <source>%1 min %2 s left</source>
-        <translation>剩余 %1 分 %2 秒</translation>
-    </message>
-    <message>
-        <source>%1 h %2 min left</source>
-        <translation>剩余 %1 小时 %2 分</translation>
     </message>
 </context>
 <context>
@@ -3611,28 +3533,28 @@ Reopen it now?</source>
         <translation>导出诊断包...</translation>
     </message>
     <message>
-        <source>Live Console</source>
-        <translation>实时控制台</translation>
+        <source>Send File...</source>
+        <translation>发送文件...</translation>
     </message>
     <message>
-        <source>Show This Computer&apos;s Ports in the Browser</source>
-        <translation>在浏览器中显示本机端口</translation>
+        <source>Receive File...</source>
+        <translation>接收文件...</translation>
     </message>
     <message>
-        <source>Allow Sending Data from the Browser</source>
-        <translation>允许从浏览器发送数据</translation>
+        <source>Export Session...</source>
+        <translation>导出会话...</translation>
     </message>
     <message>
-        <source>Allow Opening, Closing and Configuring Ports from the Browser</source>
-        <translation>允许从浏览器打开、关闭和配置端口</translation>
+        <source>Write what the ports received and sent to a file</source>
+        <translation>将各端口收发的数据写入文件</translation>
     </message>
     <message>
-        <source>Allow Live Relay of This Computer&apos;s Ports</source>
-        <translation>允许实时中继本机端口</translation>
+        <source>Receive view: find text, live as data arrives</source>
+        <translation>接收区：查找文本，随数据到达实时更新</translation>
     </message>
     <message>
-        <source>Another computer uses this computer&apos;s cloud identity. Live Console may show the wrong ports.</source>
-        <translation>另一台电脑正在使用本机的云身份。实时控制台可能显示错误的端口。</translation>
+        <source>Find bar: next and previous match</source>
+        <translation>查找栏：下一个和上一个匹配</translation>
     </message>
 </context>
 <context>
@@ -4595,6 +4517,38 @@ Reopen it now?</source>
     <message>
         <source>The port is not open.</source>
         <translation>端口未打开。</translation>
+    </message>
+    <message>
+        <source>The remote peer did not accept RFC 2217 com-port control, so Break cannot be sent.</source>
+        <translation>远程对端未接受 RFC 2217 串口控制，因此无法发送 Break。</translation>
+    </message>
+    <message>
+        <source>Could not send Break: the connection is not open.</source>
+        <translation>无法发送 Break：连接未打开。</translation>
+    </message>
+    <message>
+        <source>Sent Break to the remote port; it is released when you let go.</source>
+        <translation>已向远程端口发送 Break；松开时释放。</translation>
+    </message>
+    <message>
+        <source>this port is not a remote serial port</source>
+        <translation>此端口不是远程串口</translation>
+    </message>
+    <message>
+        <source>a file transfer is using the port</source>
+        <translation>文件传输正在使用该端口</translation>
+    </message>
+    <message>
+        <source>the remote serial port is not connected</source>
+        <translation>远程串口未连接</translation>
+    </message>
+    <message>
+        <source>the remote peer has not accepted RFC 2217 com-port control</source>
+        <translation>远程对端尚未接受 RFC 2217 串口控制</translation>
+    </message>
+    <message>
+        <source>the connection to the remote serial port is not open</source>
+        <translation>到远程串口的连接未打开</translation>
     </message>
 </context>
 <context>
@@ -6662,10 +6616,6 @@ Replace it?</source>
         <translation>已重连 %1</translation>
     </message>
     <message>
-        <source>Break on a remote serial port needs RFC 2217 com-port control, which this build does not include yet.</source>
-        <translation>在远程串口上发送 Break 信号需要 RFC 2217 串口控制功能，此版本尚未包含。</translation>
-    </message>
-    <message>
         <source>RTS is driven by RTS/CTS flow control and cannot be set by hand.</source>
         <translation>RTS 由 RTS/CTS 流控驱动，无法手动设置。</translation>
     </message>
@@ -7108,6 +7058,38 @@ Replace it?</source>
     <message>
         <source>Draw the numbers in the received data as live curves</source>
         <translation>将接收数据中的数字绘制为实时曲线</translation>
+    </message>
+    <message>
+        <source>&lt;font color = green&gt; TCP %1 CONNECTED, remote port %2 &lt;/font&gt;</source>
+        <translation>&lt;font color = green&gt; TCP %1 已连接，远程端口 %2 &lt;/font&gt;</translation>
+    </message>
+    <message>
+        <source>A file transfer is running; the view cannot be paused.</source>
+        <translation>文件传输正在进行，无法暂停显示。</translation>
+    </message>
+    <message>
+        <source>Frames</source>
+        <translation>帧</translation>
+    </message>
+    <message>
+        <source>Decode the traffic into Modbus or template frames</source>
+        <translation>将通信数据解码为 Modbus 帧或模板帧</translation>
+    </message>
+    <message>
+        <source>These bytes are no longer in the receive view.</source>
+        <translation>接收区中已不再包含这些字节。</translation>
+    </message>
+    <message>
+        <source>Find...</source>
+        <translation>查找...</translation>
+    </message>
+    <message>
+        <source>Export Session...</source>
+        <translation>导出会话...</translation>
+    </message>
+    <message>
+        <source>Write what this port received and sent to a file</source>
+        <translation>将此端口收发的数据写入文件</translation>
     </message>
 </context>
 <context>
@@ -8120,6 +8102,69 @@ Dialogs: %3
     </message>
 </context>
 <context>
+    <name>XferCommand</name>
+    <message>
+        <source>Sends or receives files with XMODEM or YMODEM.</source>
+        <translation>使用 XMODEM 或 YMODEM 发送或接收文件。</translation>
+    </message>
+    <message>
+        <source>send or receive.</source>
+        <translation>send（发送）或 receive（接收）。</translation>
+    </message>
+    <message>
+        <source>The connection.</source>
+        <translation>连接。</translation>
+    </message>
+    <message>
+        <source>Sending: the files. Receiving: the folder to save into, or the file to save as.</source>
+        <translation>发送：要发送的文件。接收：保存到的文件夹，或另存为的文件。</translation>
+    </message>
+    <message>
+        <source>xmodem, xmodem-crc, xmodem-1k, ymodem (default) or ymodem-g.</source>
+        <translation>xmodem、xmodem-crc、xmodem-1k、ymodem（默认）或 ymodem-g。</translation>
+    </message>
+    <message>
+        <source>The largest block to send: 128 or 1024 (default).</source>
+        <translation>发送的最大块：128 或 1024（默认）。</translation>
+    </message>
+    <message>
+        <source>Receiving: stop after this many MiB (default 0, no limit).</source>
+        <translation>接收：达到此 MiB 数后停止（默认 0，不限制）。</translation>
+    </message>
+    <message>
+        <source>Say send or receive, then the connection.</source>
+        <translation>请先写 send 或 receive，再写连接。</translation>
+    </message>
+    <message>
+        <source>--protocol %1: use xmodem, xmodem-crc, xmodem-1k, ymodem or ymodem-g.</source>
+        <translation>--protocol %1：请使用 xmodem、xmodem-crc、xmodem-1k、ymodem 或 ymodem-g。</translation>
+    </message>
+    <message>
+        <source>--block-size %1: use 128 or 1024.</source>
+        <translation>--block-size %1：请使用 128 或 1024。</translation>
+    </message>
+    <message>
+        <source>--limit-mb %1: give MiB, 0 or more.</source>
+        <translation>--limit-mb %1：请给出 0 或更大的 MiB 数。</translation>
+    </message>
+    <message>
+        <source>Name the files to send.</source>
+        <translation>请指定要发送的文件。</translation>
+    </message>
+    <message>
+        <source>Name one folder to save into, or one file to save as.</source>
+        <translation>请指定一个保存到的文件夹，或一个另存为的文件。</translation>
+    </message>
+    <message>
+        <source>XMODEM carries no file name: name the file to save as.</source>
+        <translation>XMODEM 不携带文件名：请指定另存为的文件。</translation>
+    </message>
+    <message>
+        <source>The folder %1 does not exist.</source>
+        <translation>文件夹 %1 不存在。</translation>
+    </message>
+</context>
+<context>
     <name>XferFileSink</name>
     <message>
         <source>The folder %1 does not exist.</source>
@@ -8171,6 +8216,33 @@ Dialogs: %3
     <message>
         <source>Could not open %1: %2</source>
         <translation>无法打开 %1：%2</translation>
+    </message>
+</context>
+<context>
+    <name>XferProgressText</name>
+    <message>
+        <source>%1 bytes</source>
+        <translation>%1 字节</translation>
+    </message>
+    <message>
+        <source>%1 of %2 bytes</source>
+        <translation>%1 / %2 字节</translation>
+    </message>
+    <message>
+        <source>%1 KB/s</source>
+        <translation>%1 KB/s</translation>
+    </message>
+    <message>
+        <source>%1 s left</source>
+        <translation>剩余 %1 秒</translation>
+    </message>
+    <message>
+        <source>%1 min %2 s left</source>
+        <translation>剩余 %1 分 %2 秒</translation>
+    </message>
+    <message>
+        <source>%1 h %2 min left</source>
+        <translation>剩余 %1 小时 %2 分</translation>
     </message>
 </context>
 <context>
