@@ -105,6 +105,7 @@ SerialPortWidget *MainWindow::createPortWidget(int index)
     connectPortScripts(port, index);
     connectPortDecode(port);
     connectPortHistory(port);
+    connectPortRelay(port);
     connect(port, &SerialPortWidget::statusShown, this,
             [this, port](const QString &text, int timeoutMs) {
                 onPortStatusShown(port, text, timeoutMs);

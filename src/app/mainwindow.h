@@ -21,6 +21,7 @@
 class QAction;
 class AccountDialog;
 class CloudConsoleService;
+class RelayDialer;
 class DiagnosticPackDialog;
 class QLabel;
 class QMenu;
@@ -273,6 +274,7 @@ private:
     void shareSessionRecordCapacity();
     void createCloudActions();
     void createConsoleActions(); // mainwindow_console.cpp
+    void connectPortRelay(SerialPortWidget *port);
     void setupCloud();
     void updateCloudConsentActions();
     void restoreAccountSession();
@@ -372,4 +374,5 @@ private:
     QAction *acAccountSignOut = nullptr;
     QAction *acAccountSyncNow = nullptr;
     CloudConsoleService *consoleService = nullptr;
+    RelayDialer *relayDialer = nullptr;
 };

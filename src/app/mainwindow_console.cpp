@@ -1,10 +1,12 @@
 // Cloud > Live Console: switching the console on and off, and what a browser may do with
-// this computer's ports. The choices are kept in the application's settings.
+// this computer's ports. The choices are kept in the application's settings. Also the
+// Live Relay client side of every port.
 
 #include "app/mainwindow.h"
 #include "cloud/accountsession.h"
 #include "cloud/cloudconsoleservice.h"
 #include "cloud/deviceidentity.h"
+#include "cloud/relaydialer.h"
 #include "session/consoleport.h"
 #include "session/portsession.h"
 #include "session/serialportwidget.h"
@@ -88,4 +90,12 @@ void MainWindow::createConsoleActions()
                          NoticeWarning);
     });
     on->setChecked(settings.value(onKey, false).toBool());
+}
+
+void MainWindow::connectPortRelay(SerialPortWidget *port)
+{
+    // Every port can be a Live Relay client; the account is the program's own.
+    if (!relayDialer)
+        relayDialer = new RelayDialer(AccountSession::instance(), this);
+    relayDialer->attach(port->session());
 }

@@ -4,6 +4,7 @@
 #include "cli/commandregistry.h"
 #include "cli/crccommand.h"
 #include "cli/decodecommand.h"
+#include "cli/hostcommand.h"
 #include "cli/interruptwatcher.h"
 #include "cli/monitorcommand.h"
 #include "cli/portscommand.h"
@@ -33,6 +34,7 @@ int main(int argc, char *argv[])
     registry.add(std::make_unique<DecodeCommand>());
     registry.add(std::make_unique<CrcCommand>());
     registry.add(std::make_unique<XferCommand>());
+    registry.add(std::make_unique<HostCommand>());
 
     CliOutput out;
     return registry.run(QCoreApplication::arguments(), out);

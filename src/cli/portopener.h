@@ -12,6 +12,7 @@
 #include <QCommandLineOption>
 #include <QObject>
 
+class AccountSession;
 class CliOutput;
 class PortSession;
 class QCommandLineParser;
@@ -23,7 +24,7 @@ public:
     explicit PortOpener(QObject *parent = nullptr);
     ~PortOpener() override;
 
-    // Adds --project and --port.
+    // Adds --project and --port, and the cloud account's options for relay:// URLs.
     static void addOptions(QCommandLineParser &parser);
 
     // Reads the project (when given) and the URL (when given; it overrides the project
@@ -51,4 +52,6 @@ private:
     AutoReplyConfig rules;
     CommandLibrary library;
     ScriptLibrary scriptLibrary;
+    const QCommandLineParser *cloudParser = nullptr;
+    AccountSession *account = nullptr; // signed in for a relay:// connection
 };

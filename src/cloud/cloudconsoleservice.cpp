@@ -6,6 +6,7 @@
 #include "cloud/privacyconsent.h"
 #include "common/logging.h"
 #include "session/consoleport.h"
+#include "session/portsession.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -70,6 +71,7 @@ void CloudConsoleService::setEnabled(bool on)
                               shareSweepTimer})
             timer->stop();
         socket->disconnectFromServer();
+        stopRelays(tr("Live Console was switched off."));
         if (watching) {
             watching = false;
             setCapture(false);
@@ -297,11 +299,16 @@ QJsonObject CloudConsoleService::withRelayCapability(const ConsolePort *port,
                                                      QJsonObject description) const
 {
     // Only a port a relay could really drive is offered for one.
-    if (allowRelay && port->relayCapable()) {
+    if (relayMayOpen(port)) {
         description.insert(key("connection_mode"), key("serial"));
         description.insert(key("capabilities"), QJsonArray{key("open_relay")});
     }
     return description;
+}
+
+bool CloudConsoleService::relayMayOpen(const ConsolePort *port) const
+{
+    return allowRelay && port->relayCapable() && port->session()->portIsOpen();
 }
 
 void CloudConsoleService::uploadSnapshot()

@@ -18,6 +18,7 @@ class AccountSession;
 class ConsolePort;
 class ConsoleSocket;
 class QTimer;
+class RelayController;
 
 class CloudConsoleService : public QObject
 {
@@ -82,11 +83,20 @@ public:
     void queueEvent(const QString &portKey, const QString &type, const QString &text);
     // Adds the relay fields to a port's description when a relay may open it.
     QJsonObject withRelayCapability(const ConsolePort *port, QJsonObject description) const;
+    // Whether a relay could open `port` now: relays allowed here, a serial device, open.
+    bool relayMayOpen(const ConsolePort *port) const;
+    // The port keys that have a relay running.
+    QStringList relayPorts() const { return relays.keys(); }
+    // Ends the relays whose port key `filter` accepts (every relay without a filter).
+    void stopRelays(const QString &reason,
+                    const std::function<bool(const QString &)> &filter = {});
 
 signals:
     void stoppedItself(const QString &text);
     void cidConflictDetected();
     void watchingChanged(bool watching);
+    void relayEngaged(const QString &portKey, const QString &guestName);
+    void relayEnded(const QString &portKey, const QString &reason);
     // A command was carried out (or refused); `errorCode` is empty on success.
     void commandFinished(const QString &command, const QString &portKey, bool ok,
                          const QString &errorCode, const QString &message);
@@ -152,4 +162,5 @@ private:
     qint64 eventBytes = 0;
     quint64 nextSeq = 0;
     QHash<QString, UnconfirmedResult> unconfirmed;
+    QHash<QString, RelayController *> relays;
 };

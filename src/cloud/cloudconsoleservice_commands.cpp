@@ -4,6 +4,7 @@
 
 #include "cloud/accountsession.h"
 #include "cloud/networkservices.h"
+#include "cloud/relaycontroller.h"
 #include "session/consoleport.h"
 
 #include <QRegularExpression>
@@ -151,16 +152,53 @@ void CloudConsoleService::executeOpenRelay(const QString &id, const QString &por
                                            const QJsonObject &payload)
 {
     const QString command = key("open_relay");
-    if (payload.value(key("relay_id")).toString().isEmpty() ||
-        payload.value(key("ticket")).toString().isEmpty()) {
+    const QString relayId = payload.value(key("relay_id")).toString();
+    const QString ticket = payload.value(key("ticket")).toString();
+    if (relayId.isEmpty() || ticket.isEmpty()) {
         reportResult(id, command, portKey, false, key("internal_error"),
                      tr("open_relay needs a relay_id and a ticket"));
         return;
     }
-    // This build carries no relay engine: the request is refused rather than left to
-    // time out on the server.
-    reportResult(id, command, portKey, false, key("unsupported_command"),
-                 tr("Live Relay is not available on this computer"));
+    if (relays.contains(portKey)) {
+        reportResult(id, command, portKey, false, key("relay_busy"),
+                     tr("this port already has a relay"));
+        return;
+    }
+    ConsolePort *port = portFor(portKey);
+    if (!relayMayOpen(port)) {
+        // Allowed, but not a port a relay can drive now (closed, or not a serial device).
+        reportResult(id, command, portKey, false, key("port_not_found"),
+                     tr("this port cannot be relayed now"));
+        return;
+    }
+    QString guest = payload.value(key("guest_name")).toString().trimmed();
+    if (guest.isEmpty())
+        guest = tr("Guest");
+    auto *relay = new RelayController(port, this);
+    relays.insert(portKey, relay);
+    connect(relay, &RelayController::engaged, this,
+            [this, guest](const QString &key) { emit relayEngaged(key, guest); });
+    connect(relay, &RelayController::ended, this, [this, relay, portKey](const QString &reason) {
+        if (relays.value(portKey) == relay)
+            relays.remove(portKey);
+        relay->deleteLater();
+        emit relayEnded(portKey, reason);
+        if (enabled)
+            uploadSnapshot();
+    });
+    relay->start(account->network()->hostAddress(), ticket);
+    reportResult(id, command, portKey, true);
+    uploadSnapshot();
+}
+
+void CloudConsoleService::stopRelays(const QString &reason,
+                                     const std::function<bool(const QString &)> &filter)
+{
+    const QList<RelayController *> running = relays.values();
+    for (RelayController *relay : running) {
+        if (!filter || filter(relay->portKey()))
+            relay->stop(reason);
+    }
 }
 
 void CloudConsoleService::setAllowRemoteRelay(bool on)
@@ -168,6 +206,8 @@ void CloudConsoleService::setAllowRemoteRelay(bool on)
     if (on == allowRelay)
         return;
     allowRelay = on;
+    if (!on)
+        stopRelays(tr("Live Relay was switched off on this computer."));
     if (enabled)
         uploadSnapshot();
 }

@@ -4,6 +4,8 @@
 #include "connection/settings.h"
 #include "session/portsession.h"
 
+#include <QSerialPort>
+
 ConsolePort::ConsolePort(PortSession *session, QObject *parent)
     : QObject(parent), portSession(session)
 {
@@ -102,4 +104,75 @@ bool ConsolePort::applyConfig(const QJsonObject &params, QString *code, QString 
         return refuse(code, why, QStringLiteral("config_failed"), error);
     portSession->settings() = changed;
     return true;
+}
+
+qint64 ConsolePort::relayWrite(const QByteArray &bytes)
+{
+    QString guard;
+    if (bytes.isEmpty() ||
+        !portSession->mayDisturbPort(PortSession::TxActor::Console, PortSession::DisturbData,
+                                     &guard) ||
+        !portSession->portIsOpen())
+        return 0;
+    return portSession->writeRaw(bytes, true, PortSession::UdpTargetMode::Default, QString())
+               ? bytes.size()
+               : 0;
+}
+
+qint64 ConsolePort::relayPendingBytes() const
+{
+    return portSession->connectionController()->pendingWriteBytes(portSession->settings().connMode);
+}
+
+quint8 ConsolePort::modemState() const
+{
+    ConnectionController *controller = portSession->connectionController();
+    QSerialPort *device = controller->serialDevice();
+    if (portSession->settings().connMode != ModeSerial || !device->isOpen() ||
+        !controller->serialControlLinesSupported())
+        return 0;
+    const QSerialPort::PinoutSignals pins = device->pinoutSignals();
+    if (device->error() != QSerialPort::NoError) {
+        // A driver without modem-line reporting (a pseudo-terminal): nothing to tell.
+        device->clearError();
+        return 0;
+    }
+    quint8 state = 0;
+    if (pins & QSerialPort::DataCarrierDetectSignal)
+        state |= 0x80;
+    if (pins & QSerialPort::RingIndicatorSignal)
+        state |= 0x40;
+    if (pins & QSerialPort::DataSetReadySignal)
+        state |= 0x20;
+    if (pins & QSerialPort::ClearToSendSignal)
+        state |= 0x10;
+    return state;
+}
+
+bool ConsolePort::setControlLine(int line, bool on)
+{
+    const auto disturb = line == ConnectionController::LineDtr   ? PortSession::DisturbDtr
+                         : line == ConnectionController::LineRts ? PortSession::DisturbRts
+                                                                 : PortSession::DisturbData;
+    QString guard;
+    if (!portSession->mayDisturbPort(PortSession::TxActor::Console, disturb, &guard))
+        return false;
+    if (line == ConnectionController::LineDtr)
+        portSession->settings().dtrOn = on;
+    else if (line == ConnectionController::LineRts)
+        portSession->settings().rtsOn = on;
+    return portSession->connectionController()->setSerialLine(
+        ConnectionController::SerialLine(line), on);
+}
+
+void ConsolePort::setReadThrottled(bool on)
+{
+    portSession->connectionController()->setReadThrottled(portSession->settings().connMode, on);
+}
+
+bool ConsolePort::supportsThrottle() const
+{
+    // A serial line without flow control cannot be held back (see the controller).
+    const Settings &s = portSession->settings();
+    return s.connMode != ModeSerial || s.flowControl != 0;
 }

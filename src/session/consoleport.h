@@ -34,6 +34,17 @@ public:
     bool closePort(QString *code, QString *why);
     bool applyConfig(const QJsonObject &params, QString *code, QString *why);
 
+    // For a relay that drives the port: bytes written as the console's, counted and
+    // shown as sent (the count taken, 0 when refused); the bytes still on their way
+    // out; the modem lines in RFC 2217's bit order (0 where the device reports none);
+    // and holding the port's reads while the relay cannot take them.
+    qint64 relayWrite(const QByteArray &bytes);
+    qint64 relayPendingBytes() const;
+    quint8 modemState() const;
+    bool setControlLine(int line, bool on);
+    void setReadThrottled(bool on);
+    bool supportsThrottle() const;
+
 signals:
     void consoleTraffic(const QString &portKey, bool rx, const QString &text);
 
