@@ -44,12 +44,10 @@ public:
     bool isOpen() const override { return true; }
 };
 
-QString sttySpeed(const QString &device)
+// velmora-cli as the build leaves it.
+QString cliPath()
 {
-    QProcess stty;
-    stty.start(QStringLiteral("stty"), {QStringLiteral("-F"), device, QStringLiteral("speed")});
-    stty.waitForFinished(5000);
-    return QString::fromLatin1(stty.readAllStandardOutput()).trimmed();
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/../src/cli/velmora-cli");
 }
 
 // Everything this process logged, to check that no ticket is ever written.
@@ -84,6 +82,7 @@ private slots:
     void cloudEndpointCounts();
     void refusedWithoutPermission();
     void clientDrivesHostPort();
+    void cliHostAndRelayClient();
 
 private:
     AccountSession *signIn(const QString &token, const QString &file);
@@ -232,7 +231,7 @@ void LiveRelayTest::refusedWithoutPermission()
     QVERIFY(!ended.first().first().toString().isEmpty());
     QVERIFY(!client->portIsOpen());
     QVERIFY(service->relayPorts().isEmpty());
-    QCOMPARE(sttySpeed(pty.portA()), QStringLiteral("9600"));
+    QVERIFY(testsupport::sttySettings(pty.portA()).contains("speed 9600 baud"));
     delete client;
 }
 
@@ -252,10 +251,12 @@ void LiveRelayTest::clientDrivesHostPort()
     QCOMPARE(service->relayPorts(), QStringList{hostPort->portKey()});
 
     // Line settings reach the real port, and later changes too.
-    QTRY_COMPARE_WITH_TIMEOUT(sttySpeed(pty.portA()), QStringLiteral("57600"), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(testsupport::sttySettings(pty.portA()).contains("speed 57600 baud"),
+                             10000);
     client->settings().baudRate = 19200;
     client->pushRemoteSerialSettings();
-    QTRY_COMPARE_WITH_TIMEOUT(sttySpeed(pty.portA()), QStringLiteral("19200"), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(testsupport::sttySettings(pty.portA()).contains("speed 19200 baud"),
+                             10000);
 
     // 1 MiB with a 0xFF in every four bytes, client to device.
     const QByteArray data = hostileData(1024 * 1024);
@@ -292,6 +293,59 @@ void LiveRelayTest::clientDrivesHostPort()
     QVERIFY(logged.join(QLatin1Char('\n')).contains(QStringLiteral("[RelaySocket] dialling")));
     QVERIFY(!logged.join(QLatin1Char('\n')).contains(QStringLiteral("rtk_")));
     delete client;
+}
+
+// Two velmora-cli processes: one hosts the pty, the other sends through a relay:// URL.
+void LiveRelayTest::cliHostAndRelayClient()
+{
+    QVERIFY(QFileInfo::exists(cliPath()));
+    const QString passwordFile = settingsDir.filePath(QStringLiteral("password"));
+    QFile password(passwordFile);
+    QVERIFY(password.open(QIODevice::WriteOnly));
+    password.write("correct horse 42\n");
+    password.close();
+    const QStringList account{QStringLiteral("--server"), server.baseUrl(),
+                              QStringLiteral("--login"), QStringLiteral("relay@example.com"),
+                              QStringLiteral("--password-file"), passwordFile};
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), settingsDir.filePath(QStringLiteral("cli")));
+
+    QProcess host;
+    host.setProcessEnvironment(environment);
+    host.start(cliPath(), QStringList{QStringLiteral("host"), pty.portA(),
+                                      QStringLiteral("--device-name"), QStringLiteral("Bench-CLI"),
+                                      QStringLiteral("--allow-relay"), QStringLiteral("--json")} +
+                              account);
+    QVERIFY(host.waitForStarted());
+    QString hostOut;
+    QTRY_VERIFY_WITH_TIMEOUT((hostOut += QString::fromUtf8(host.readAllStandardOutput()))
+                                 .contains(QStringLiteral("hosting")),
+                             20000);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        server.call("GET", QStringLiteral("/api/v3/relay/targets"), QByteArray(), live.clientToken)
+            .raw.contains("\"relay_capable\":true"),
+        20000);
+
+    far.readAll();
+    QProcess client;
+    client.setProcessEnvironment(environment);
+    client.start(cliPath(), QStringList{QStringLiteral("send"),
+                                        QStringLiteral("relay://Bench-CLI/ser-1?baud=38400"),
+                                        QStringLiteral("--hex"), QStringLiteral("FF 00 FF FF 41"),
+                                        QStringLiteral("--wait-ms"), QStringLiteral("500")} +
+                                account);
+    QVERIFY(client.waitForFinished(60000));
+    QVERIFY2(client.exitCode() == 0, client.readAllStandardError().constData());
+    QByteArray atDevice;
+    QTRY_VERIFY_WITH_TIMEOUT((atDevice += far.readAll()).size() >= 5, 10000);
+    QCOMPARE(atDevice.toHex(), QByteArray("ff00ffff41"));
+    QVERIFY(testsupport::sttySettings(pty.portA()).contains("speed 38400 baud"));
+    // The host printed the command it carried out.
+    QTRY_VERIFY_WITH_TIMEOUT((hostOut += QString::fromUtf8(host.readAllStandardOutput()))
+                                 .contains(QStringLiteral("\"command\":\"open_relay\"")),
+                             10000);
+    host.terminate();
+    QVERIFY(host.waitForFinished(15000));
 }
 
 QTEST_GUILESS_MAIN(LiveRelayTest)
