@@ -57,7 +57,7 @@ RelayTargetDialog::RelayTargetDialog(AccountSession *session, QWidget *parent)
     tree->setObjectName(QStringLiteral("targetTree"));
     tree->setColumnCount(2);
     tree->setHeaderLabels({tr("Device / Port"), tr("Status")});
-    tree->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    tree->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
     devicesStatus->setObjectName(QStringLiteral("devicesStatus"));
     devicesStatus->setWordWrap(true);
     ownLayout->addWidget(tree);
