@@ -103,6 +103,8 @@ bool ConsolePort::applyConfig(const QJsonObject &params, QString *code, QString 
         !portSession->connectionController()->applySerialParams(changed, &error))
         return refuse(code, why, QStringLiteral("config_failed"), error);
     portSession->settings() = changed;
+    // The port's pane shows what the browser or a relay set.
+    Q_EMIT portSession->remoteSettingsPatched();
     return true;
 }
 
@@ -161,8 +163,11 @@ bool ConsolePort::setControlLine(int line, bool on)
         portSession->settings().dtrOn = on;
     else if (line == ConnectionController::LineRts)
         portSession->settings().rtsOn = on;
-    return portSession->connectionController()->setSerialLine(
+    const bool ok = portSession->connectionController()->setSerialLine(
         ConnectionController::SerialLine(line), on);
+    if (line != ConnectionController::LineBreak)
+        Q_EMIT portSession->remoteSettingsPatched();
+    return ok;
 }
 
 void ConsolePort::setReadThrottled(bool on)

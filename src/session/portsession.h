@@ -272,8 +272,8 @@ signals:
     void rfc2217Answered(quint64 id, const Rfc2217Codec::Event &event);
     // The remote serial state, summary or modem lines changed.
     void remoteSerialChanged();
-    // A forwarded change was taken into the record, so that it shows what the remote
-    // now holds.
+    // A change from afar was taken into the record (a forwarded change, so that it
+    // shows what the remote now holds; or a browser's or relay's line settings).
     void remoteSettingsPatched();
     void transferStarted(FileTransferSession *transfer);
     // The transfer has ended; transfer() gives it while the signal is handled, and it is
