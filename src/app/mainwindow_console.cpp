@@ -89,6 +89,17 @@ void MainWindow::createConsoleActions()
                             "may show the wrong ports."),
                          NoticeWarning);
     });
+    connect(consoleService, &CloudConsoleService::relayEngaged, this,
+            [this](const QString &portKey, const QString &guest) {
+                showStatusNotice(tr("%1 is in use from another computer through Live Relay (%2).")
+                                     .arg(portKey, guest),
+                                 NoticeInfo, 15000);
+            });
+    connect(consoleService, &CloudConsoleService::relayEnded, this,
+            [this](const QString &portKey, const QString &reason) {
+                showStatusNotice(tr("Live Relay of %1 ended: %2").arg(portKey, reason), NoticeInfo,
+                                 15000);
+            });
     on->setChecked(settings.value(onKey, false).toBool());
 }
 
