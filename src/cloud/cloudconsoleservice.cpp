@@ -308,7 +308,7 @@ QJsonObject CloudConsoleService::withRelayCapability(const ConsolePort *port,
 
 bool CloudConsoleService::relayMayOpen(const ConsolePort *port) const
 {
-    return allowRelay && port->relayCapable() && port->session()->portIsOpen();
+    return allowRelay && port->relayCapable();
 }
 
 void CloudConsoleService::uploadSnapshot()

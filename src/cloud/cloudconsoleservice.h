@@ -83,7 +83,8 @@ public:
     void queueEvent(const QString &portKey, const QString &type, const QString &text);
     // Adds the relay fields to a port's description when a relay may open it.
     QJsonObject withRelayCapability(const ConsolePort *port, QJsonObject description) const;
-    // Whether a relay could open `port` now: relays allowed here, a serial device, open.
+    // Whether a relay may open `port`: relays allowed here, and a serial device (a relay
+    // opens a closed port itself and closes it again when it ends).
     bool relayMayOpen(const ConsolePort *port) const;
     // The port keys that have a relay running.
     QStringList relayPorts() const { return relays.keys(); }

@@ -6,6 +6,7 @@
 #include "cloud/networkservices.h"
 #include "cloud/relaycontroller.h"
 #include "session/consoleport.h"
+#include "session/portsession.h"
 
 #include <QRegularExpression>
 #include <QTimer>
@@ -166,9 +167,18 @@ void CloudConsoleService::executeOpenRelay(const QString &id, const QString &por
     }
     ConsolePort *port = portFor(portKey);
     if (!relayMayOpen(port)) {
-        // Allowed, but not a port a relay can drive now (closed, or not a serial device).
+        // Allowed, but not a device a relay can drive (a network connection).
         reportResult(id, command, portKey, false, key("port_not_found"),
-                     tr("this port cannot be relayed now"));
+                     tr("this port cannot be relayed"));
+        return;
+    }
+    // The far computer uses the port as its own: a closed port is opened for the relay
+    // and closed again when the relay ends.
+    const bool openHere = !port->session()->portIsOpen();
+    QString code;
+    QString why;
+    if (openHere && !port->openPort(&code, &why)) {
+        reportResult(id, command, portKey, false, code, why);
         return;
     }
     QString guest = payload.value(key("guest_name")).toString().trimmed();
@@ -186,6 +196,7 @@ void CloudConsoleService::executeOpenRelay(const QString &id, const QString &por
         if (enabled)
             uploadSnapshot();
     });
+    relay->setClosePortAtEnd(openHere);
     relay->start(account->network()->hostAddress(), ticket);
     reportResult(id, command, portKey, true);
     uploadSnapshot();

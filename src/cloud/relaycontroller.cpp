@@ -165,5 +165,7 @@ void RelayController::stop(const QString &reason)
     timer->stop();
     session->finish(now());
     socket->close();
+    if (closePortAtEnd && port && port->session()->portIsOpen())
+        port->session()->close();
     Q_EMIT ended(reason);
 }

@@ -43,6 +43,8 @@ public:
     RelayController(ConsolePort *port, QObject *parent = nullptr);
     ~RelayController() override;
 
+    // The relay opened the port itself: it closes it when it ends.
+    void setClosePortAtEnd(bool on) { closePortAtEnd = on; }
     void start(const QString &baseUrl, const QString &ticket);
     void stop(const QString &reason);
     QString portKey() const { return key; }
@@ -66,4 +68,5 @@ private:
     QTimer *timer;
     QList<QMetaObject::Connection> portLinks;
     bool endedFlag = false;
+    bool closePortAtEnd = false;
 };

@@ -82,11 +82,16 @@ private slots:
     void cloudEndpointCounts();
     void refusedWithoutPermission();
     void clientDrivesHostPort();
+    void relayEnds_data();
+    void relayEnds();
     void cliHostAndRelayClient();
 
 private:
     AccountSession *signIn(const QString &token, const QString &file);
     PortSession *clientPort(int baud);
+    // A client relay port driving the host's port, once com-port control is agreed;
+    // null after a failed check.
+    PortSession *openRelay(int baud);
 
     QTemporaryDir settingsDir;
     CloudProcess server;
@@ -168,6 +173,33 @@ PortSession *LiveRelayTest::clientPort(int baud)
     return session;
 }
 
+PortSession *LiveRelayTest::openRelay(int baud)
+{
+    // The server offers the port for a relay once the host's snapshot says so.
+    bool offered = QTest::qWaitFor(
+        [this] {
+            return server
+                .call("GET", QStringLiteral("/api/v3/relay/targets"), QByteArray(), live.clientToken)
+                .raw.contains("\"relay_capable\":true");
+        },
+        20000);
+    PortSession *client = clientPort(baud);
+    const bool open = offered && client->open() &&
+                      QTest::qWaitFor([client] { return client->portIsOpen(); }, 20000) &&
+                      QTest::qWaitFor(
+                          [client] {
+                              return client->rfc2217Session().state() ==
+                                     Rfc2217ClientSession::ComPort;
+                          },
+                          10000);
+    if (!open || service->relayPorts() != QStringList{hostPort->portKey()}) {
+        qWarning() << "the relay did not open:" << client->lastError();
+        delete client;
+        return nullptr;
+    }
+    return client;
+}
+
 void LiveRelayTest::inviteCodes_data()
 {
     QTest::addColumn<QString>("typed");
@@ -238,17 +270,8 @@ void LiveRelayTest::refusedWithoutPermission()
 void LiveRelayTest::clientDrivesHostPort()
 {
     service->setAllowRemoteRelay(true);
-    // The server offers the port for a relay once the host's snapshot says so.
-    QTRY_VERIFY_WITH_TIMEOUT(
-        server.call("GET", QStringLiteral("/api/v3/relay/targets"), QByteArray(), live.clientToken)
-            .raw.contains("\"relay_capable\":true"),
-        20000);
-    PortSession *client = clientPort(57600);
-    QVERIFY2(client->open(), qPrintable(client->lastError()));
-    QTRY_VERIFY_WITH_TIMEOUT(client->portIsOpen(), 20000);
-    QTRY_COMPARE_WITH_TIMEOUT(client->rfc2217Session().state(), Rfc2217ClientSession::ComPort,
-                              10000);
-    QCOMPARE(service->relayPorts(), QStringList{hostPort->portKey()});
+    PortSession *client = openRelay(57600);
+    QVERIFY(client);
 
     // Line settings reach the real port, and later changes too.
     QTRY_VERIFY_WITH_TIMEOUT(testsupport::sttySettings(pty.portA()).contains("speed 57600 baud"),
@@ -281,17 +304,58 @@ void LiveRelayTest::clientDrivesHostPort()
     QCOMPARE(atClient.size(), data.size());
     QVERIFY(atClient == data);
 
-    // The host closes its port: the client is told and its port closes.
-    QSignalSpy ended(client->connectionController(), &ConnectionController::cloudRelayEnded);
-    hostSession->close();
-    QTRY_VERIFY_WITH_TIMEOUT(!ended.isEmpty(), 15000);
-    QCOMPARE(ended.first().first().toString(), QStringLiteral("The remote end disconnected."));
-    QVERIFY(!client->portIsOpen());
-    QTRY_VERIFY(service->relayPorts().isEmpty());
     // No ticket ever reaches a log, the server's or this program's.
     QVERIFY(!server.log().contains("rtk_"));
     QVERIFY(logged.join(QLatin1Char('\n')).contains(QStringLiteral("[RelaySocket] dialling")));
     QVERIFY(!logged.join(QLatin1Char('\n')).contains(QStringLiteral("rtk_")));
+    delete client;
+}
+
+void LiveRelayTest::relayEnds_data()
+{
+    QTest::addColumn<QString>("end");
+    QTest::addColumn<QString>("clientHears"); // empty: the client ended it
+    QTest::addColumn<QString>("hostHears");
+    const QString gone = QStringLiteral("The remote end disconnected.");
+    QTest::newRow("host closes its port") << "host closes" << gone
+                                          << "the shared port was closed";
+    QTest::newRow("host switches relays off")
+        << "relay off" << gone << "Live Relay was switched off on this computer.";
+    QTest::newRow("client closes") << "client closes" << QString() << gone;
+}
+
+// However a relay ends, both sides are told once, and a port the relay opened itself
+// is closed again.
+void LiveRelayTest::relayEnds()
+{
+    QFETCH(QString, end);
+    QFETCH(QString, clientHears);
+    QFETCH(QString, hostHears);
+    service->setAllowRemoteRelay(true);
+    hostSession->close();
+    PortSession *client = openRelay(9600);
+    QVERIFY(client);
+    QVERIFY(hostSession->portIsOpen()); // opened by the relay
+    QSignalSpy clientEnded(client->connectionController(), &ConnectionController::cloudRelayEnded);
+    QSignalSpy hostEnded(service, &CloudConsoleService::relayEnded);
+    if (end == QLatin1String("host closes"))
+        hostSession->close();
+    else if (end == QLatin1String("relay off"))
+        service->setAllowRemoteRelay(false);
+    else
+        client->close();
+    QTRY_COMPARE_WITH_TIMEOUT(hostEnded.size(), 1, 15000);
+    QCOMPARE(hostEnded.first().at(1).toString(), hostHears);
+    if (!clientHears.isEmpty()) {
+        QTRY_COMPARE_WITH_TIMEOUT(clientEnded.size(), 1, 15000);
+        QCOMPARE(clientEnded.first().first().toString(), clientHears);
+    }
+    QVERIFY(!client->portIsOpen());
+    QVERIFY(service->relayPorts().isEmpty());
+    QVERIFY(!hostSession->portIsOpen());
+    QTest::qWait(200);
+    QCOMPARE(hostEnded.size(), 1);
+    QCOMPARE(clientEnded.size(), clientHears.isEmpty() ? 0 : 1);
     delete client;
 }
 
