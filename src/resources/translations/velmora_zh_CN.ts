@@ -954,16 +954,16 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <translation>该端口已有一个中继</translation>
     </message>
     <message>
-        <source>this port cannot be relayed now</source>
-        <translation>该端口现在无法中继</translation>
-    </message>
-    <message>
         <source>Guest</source>
         <translation>访客</translation>
     </message>
     <message>
         <source>Live Relay was switched off on this computer.</source>
         <translation>本机已关闭 Live Relay。</translation>
+    </message>
+    <message>
+        <source>this port cannot be relayed</source>
+        <translation>该端口无法中继</translation>
     </message>
 </context>
 <context>
@@ -3775,6 +3775,14 @@ Reopen it now?</source>
     <message>
         <source>Another computer uses this computer&apos;s cloud identity. Live Console may show the wrong ports.</source>
         <translation>另一台计算机正在使用本机的云身份。Live Console 可能显示错误的端口。</translation>
+    </message>
+    <message>
+        <source>%1 is in use from another computer through Live Relay (%2).</source>
+        <translation>%1 正被另一台计算机通过 Live Relay 使用（%2）。</translation>
+    </message>
+    <message>
+        <source>Live Relay of %1 ended: %2</source>
+        <translation>%1 的 Live Relay 已结束：%2</translation>
     </message>
 </context>
 <context>
