@@ -286,12 +286,10 @@ void LiveRelayTest::clientDrivesHostPort()
     far.readAll();
     QVERIFY(client->writeRaw(data, true, PortSession::UdpTargetMode::Default, QString()));
     QByteArray atDevice;
-    QVERIFY(QTest::qWaitFor(
-        [&] {
-            atDevice += far.readAll();
-            return atDevice.size() >= data.size();
-        },
-        60000));
+    const QMetaObject::Connection reading =
+        connect(&far, &QSerialPort::readyRead, this, [&] { atDevice += far.readAll(); });
+    QTRY_VERIFY_WITH_TIMEOUT(atDevice.size() >= data.size(), 60000);
+    disconnect(reading);
     QCOMPARE(atDevice.size(), data.size());
     QVERIFY(atDevice == data);
 
