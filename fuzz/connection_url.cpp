@@ -30,6 +30,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     check(error.isEmpty(), "an accepted URL with a reason");
     check(parsed.targetPort >= 0 && parsed.targetPort <= 65535, "target port out of range");
     check(parsed.connMode != ModeSerial || !parsed.name.isEmpty(), "a serial port without a name");
+    check(parsed.connMode != ModeLiveRelay ||
+              ((!parsed.relayCid.isEmpty() || !parsed.relayTargetName.isEmpty()) &&
+               !parsed.relayPortKey.isEmpty()),
+          "a relay port without a computer or a port key");
     check(parsed.dataBits >= 5 && parsed.dataBits <= 8, "data bits out of range");
     check(parsed.baudRate > 0, "baud rate not positive");
     return 0;

@@ -110,6 +110,7 @@ SerialPortWidget *MainWindow::createPortWidget(int index)
     connectPortScripts(port, index);
     connectPortDecode(port);
     connectPortHistory(port);
+    connectPortRelay(port);
     connectPortBridge(port);
     connect(port, &SerialPortWidget::statusShown, this,
             [this, port](const QString &text, int timeoutMs) {
@@ -257,6 +258,7 @@ void MainWindow::createActions()
     createDecodeActions(tools);
     createBridgeActions(tools);
     createCloudActions();
+    createConsoleActions();
     createHelpActions();
 }
 

@@ -21,6 +21,8 @@
 
 class QAction;
 class AccountDialog;
+class CloudConsoleService;
+class RelayDialer;
 class DiagnosticPackDialog;
 class QLabel;
 class QMenu;
@@ -305,6 +307,8 @@ private:
     void saveBridges(QSettings &file);
     void loadBridges(QSettings &file);
     void createCloudActions();
+    void createConsoleActions(); // mainwindow_console.cpp
+    void connectPortRelay(SerialPortWidget *port);
     void createRecordingActions(QMenu *file);
     void setupCloud();
     void updateCloudConsentActions();
@@ -408,4 +412,6 @@ private:
     QAction *acAccountSignIn = nullptr;
     QAction *acAccountSignOut = nullptr;
     QAction *acAccountSyncNow = nullptr;
+    CloudConsoleService *consoleService = nullptr;
+    RelayDialer *relayDialer = nullptr;
 };

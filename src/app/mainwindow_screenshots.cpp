@@ -8,6 +8,7 @@
 #include "automation/autoreplydialog.h"
 #include "automation/autoreplyengine.h"
 #include "automation/commandlibrarydialog.h"
+#include "cloud/relaytargetdialog.h"
 #include "recording/diagnosticpackdialog.h"
 #include "decode/framespanel.h"
 #include "decode/modbuscodec.h"
@@ -22,6 +23,8 @@
 
 #include <QDateTime>
 #include <QDockWidget>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QRandomGenerator>
 #include <QTimer>
 
@@ -144,7 +147,7 @@ QStringList MainWindow::screenshotDialogNames()
             QStringLiteral("commands"),      QStringLiteral("scripts"),
             QStringLiteral("apireference"),  QStringLiteral("shortcuts"),
             QStringLiteral("templates"),     QStringLiteral("modbusbuilder"),
-            QStringLiteral("diagnosticpack"),
+            QStringLiteral("diagnosticpack"), QStringLiteral("relaytarget"),
             QStringLiteral("bridges")};
 }
 
@@ -291,6 +294,31 @@ QWidget *MainWindow::openScreenshotDialog(const QString &name)
     if (name == QLatin1String("shortcuts")) {
         showKeyboardShortcuts();
         return findChild<QDialog *>(QStringLiteral("keyboardShortcutsDialog"));
+    }
+    if (name == QLatin1String("relaytarget")) {
+        // Signed out, with the list a signed-in user would see filled in by hand.
+        auto *dialog = new RelayTargetDialog(nullptr, this);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        const auto port = [](const char *key, const char *name, bool busy) {
+            return QJsonObject{{QStringLiteral("port_key"), QString::fromLatin1(key)},
+                               {QStringLiteral("display_name"), QString::fromLatin1(name)},
+                               {QStringLiteral("relay_capable"), true},
+                               {QStringLiteral("busy"), busy}};
+        };
+        dialog->showTargets(QJsonObject{
+            {QStringLiteral("devices"),
+             QJsonArray{QJsonObject{{QStringLiteral("cid"), QStringLiteral("bench")},
+                                    {QStringLiteral("name"), QStringLiteral("Bench board")},
+                                    {QStringLiteral("online"), true},
+                                    {QStringLiteral("ports"),
+                                     QJsonArray{port("ser-1", "/dev/ttyUSB0", false),
+                                                port("ser-2", "/dev/ttyACM0", true)}}},
+                        QJsonObject{{QStringLiteral("cid"), QStringLiteral("lab")},
+                                    {QStringLiteral("name"), QStringLiteral("Lab PC")},
+                                    {QStringLiteral("online"), true},
+                                    {QStringLiteral("snapshot_pending"), true}}}}});
+        dialog->show();
+        return dialog;
     }
     if (name == QLatin1String("bridges")) {
         // A serial port served on a TCP listener, off so that nothing is opened.

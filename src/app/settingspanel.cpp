@@ -1,6 +1,8 @@
 #include "app/settingspanel.h"
 
 #include "app/settingsservice.h"
+#include "cloud/accountsession.h"
+#include "cloud/relaytargetdialog.h"
 #include "connection/connectionsettingswidget.h"
 #include "connection/displayfont.h"
 #include "connection/portfieldlimits.h"
@@ -213,6 +215,12 @@ QWidget *SettingsPanel::buildConnectionGroup()
     relayTargetLabel = new QLabel(group);
     relayTargetLabel->setObjectName(QStringLiteral("relayTargetLabel"));
     relayTargetLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    auto *relayChooseButton = new QPushButton(tr("Choose..."), group);
+    relayChooseButton->setObjectName(QStringLiteral("relayChooseButton"));
+    relayChooseButton->setToolTip(tr("Choose a port of another computer, or join with an invite "
+                                     "code"));
+    connect(relayChooseButton, &QPushButton::clicked, this, &SettingsPanel::chooseRelayTarget);
+    relayTargetRow = makeRow(group, {relayTargetLabel, relayChooseButton}, true);
     rfc2217UseRemoteBox = makeCheckBox(
         QStringLiteral("rfc2217UseRemoteBox"), tr("Keep the remote port's own config"),
         tr("Leave the remote port's line parameters as they are instead of sending these"), group);
@@ -229,7 +237,7 @@ QWidget *SettingsPanel::buildConnectionGroup()
     connectionForm->addRow(tr("Remote port"), targetPortSpin);
     connectionForm->addRow(tr("Local port"), udpLocalPortSpin);
     connectionForm->addRow(tr("Listen port"), udpServerPortSpin);
-    connectionForm->addRow(tr("Remote computer"), relayTargetLabel);
+    connectionForm->addRow(tr("Remote computer"), relayTargetRow);
     connectionForm->addRow(rfc2217UseRemoteBox);
 
     // Layout changes go first, so that what follows an edit sees the new rows.
@@ -643,6 +651,12 @@ void SettingsPanel::pushPortSettings()
     udpLocalPortSpin->setValue(port.udpLocalPort);
     udpServerPortSpin->setValue(port.udpServerPort);
 
+    showRelayTarget();
+    syncModeRows();
+}
+
+void SettingsPanel::showRelayTarget()
+{
     Settings relay = port;
     relay.connMode = ModeLiveRelay;
     QString target = remoteSerialPortLabel(relay);
@@ -650,8 +664,29 @@ void SettingsPanel::pushPortSettings()
         target = target.isEmpty() ? port.relayTargetName
                                   : tr("%1 on %2").arg(target, port.relayTargetName);
     }
+    if (target.isEmpty() && !port.relayInviteCode.isEmpty()) {
+        target = tr("Invite code %1").arg(port.relayInviteCode);
+    }
     relayTargetLabel->setText(target.isEmpty() ? tr("None chosen") : target);
-    syncModeRows();
+}
+
+void SettingsPanel::chooseRelayTarget()
+{
+    RelayTargetDialog dialog(AccountSession::instance(), this);
+    if (dialog.exec() != QDialog::Accepted) {
+        return;
+    }
+    const RelayTargetDialog::Target chosen = dialog.target();
+    port.relayCid = chosen.cid;
+    port.relayPortKey = chosen.portKey;
+    port.relayPortName = chosen.portName;
+    port.relayTargetName = chosen.deviceName;
+    port.relayInviteCode = chosen.inviteCode;
+    port.relayPasscode = chosen.passcode;
+    port.relayGuestName = chosen.guestName;
+    port.relayShareLabel.clear();
+    showRelayTarget();
+    userEdited();
 }
 
 void SettingsPanel::pushFormatSettings()
@@ -935,7 +970,7 @@ void SettingsPanel::syncModeRows()
     connectionForm->setRowVisible(targetPortSpin, hasHost || mode == ModeTcpServer);
     connectionForm->setRowVisible(udpLocalPortSpin, udpClient);
     connectionForm->setRowVisible(udpServerPortSpin, mode == ModeUdpServer);
-    connectionForm->setRowVisible(relayTargetLabel, mode == ModeLiveRelay);
+    connectionForm->setRowVisible(relayTargetRow, mode == ModeLiveRelay);
     connectionForm->setRowVisible(rfc2217UseRemoteBox, remote);
     if (auto *label = qobject_cast<QLabel *>(connectionForm->labelForField(targetPortSpin))) {
         label->setText(mode == ModeTcpServer ? tr("Listen port") : tr("Remote port"));

@@ -82,6 +82,8 @@ private:
     void onBaudIndexChanged();
     void onCustomBaudRateEntered();
     void syncModeRows();
+    void showRelayTarget();
+    void chooseRelayTarget();
     void syncEnabledStates();
     void showFont();
     void showColors();
@@ -115,6 +117,7 @@ private:
     QSpinBox *udpLocalPortSpin = nullptr;
     QSpinBox *udpServerPortSpin = nullptr;
     QLabel *relayTargetLabel = nullptr;
+    QWidget *relayTargetRow = nullptr;
     QCheckBox *rfc2217UseRemoteBox = nullptr;
 
     QComboBox *rxFormatCombo = nullptr;

@@ -5,6 +5,7 @@
 #include "cli/bridgecommand.h"
 #include "cli/crccommand.h"
 #include "cli/decodecommand.h"
+#include "cli/hostcommand.h"
 #include "cli/exportcommand.h"
 #include "cli/infocommand.h"
 #include "cli/interruptwatcher.h"
@@ -40,6 +41,7 @@ int main(int argc, char *argv[])
     registry.add(std::make_unique<DecodeCommand>());
     registry.add(std::make_unique<CrcCommand>());
     registry.add(std::make_unique<XferCommand>());
+    registry.add(std::make_unique<HostCommand>());
     registry.add(std::make_unique<ServeCommand>());
     registry.add(std::make_unique<BridgeCommand>());
     registry.add(std::make_unique<RecordCommand>());

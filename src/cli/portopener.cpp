@@ -6,11 +6,13 @@
 #include "bridge/rfc2217clientsession.h"
 #include "cli/clicommand.h"
 #include "cli/clioutput.h"
+#include "cli/cloudsignin.h"
 #include "cli/interruptwatcher.h"
 #include "connection/connectioncontroller.h"
 #include "connection/connectionurl.h"
 #include "connection/portdefaults.h"
 #include "connection/wiretextcodecregistry.h"
+#include "cloud/relaydialer.h"
 #include "scripting/scriptlibrarycodec.h"
 #include "session/portsession.h"
 
@@ -23,6 +25,9 @@
 namespace {
 // How long a TCP client may take to connect before the command gives up.
 constexpr int ConnectTimeoutMs = 10000;
+// A relay first asks the server for a ticket, then waits for the far computer to join
+// (the socket gives up on its own after 30 s).
+constexpr int RelayTimeoutMs = 45000;
 
 const QCommandLineOption &projectOption()
 {
@@ -54,6 +59,7 @@ void PortOpener::addOptions(QCommandLineParser &parser)
 {
     parser.addOption(projectOption());
     parser.addOption(portOption());
+    CloudSignIn::addOptions(parser);
 }
 
 int PortOpener::prepare(const QCommandLineParser &parser, const QString &url,
@@ -100,16 +106,17 @@ int PortOpener::prepare(const QCommandLineParser &parser, const QString &url,
         out.error(CliCommand::tr("Name the connection: a URL, or --project FILE --port N."));
         return CliCommand::ExitUsage;
     }
-    return apply(settings, format, url, out);
+    return apply(parser, settings, format, url, out);
 }
 
-int PortOpener::prepareUrl(const QString &url, CliOutput &out)
+int PortOpener::prepareUrl(const QCommandLineParser &parser, const QString &url, CliOutput &out)
 {
-    return apply(PortDefaults::portSettings(QString()), PortDefaults::formatSettings(), url, out);
+    return apply(parser, PortDefaults::portSettings(QString()), PortDefaults::formatSettings(),
+                 url, out);
 }
 
-int PortOpener::apply(const Settings &given, const FormatSetting &givenFormat, const QString &url,
-                      CliOutput &out)
+int PortOpener::apply(const QCommandLineParser &parser, const Settings &given,
+                      const FormatSetting &givenFormat, const QString &url, CliOutput &out)
 {
     Settings settings = given;
     FormatSetting format = givenFormat;
@@ -120,6 +127,10 @@ int PortOpener::apply(const Settings &given, const FormatSetting &givenFormat, c
             return CliCommand::ExitUsage;
         }
     }
+    if (settings.connMode == ModeLiveRelay && !CloudSignIn::check(parser, out)) {
+        return CliCommand::ExitUsage;
+    }
+    cloudParser = &parser;
     // The window's display options mean nothing here; logging is the command's own.
     format.logSaveFlag = false;
     portSession->settings() = settings;
@@ -139,10 +150,21 @@ int PortOpener::open(CliOutput &out)
         session->close();
         return CliCommand::ExitConnection;
     };
+    const bool relay = session->settings().connMode == ModeLiveRelay;
+    if (relay && !account) {
+        account = CloudSignIn::signIn(*cloudParser, QStringLiteral("velmora-cli client"), this,
+                                      out);
+        if (!account) {
+            return CliCommand::ExitConnection;
+        }
+        auto *dialer = new RelayDialer(account, this);
+        dialer->attach(session);
+    }
     if (!session->open()) {
         return failed();
     }
-    if (connectionModeIsTcpClient(session->settings().connMode) && !session->portIsOpen()) {
+    if ((relay || connectionModeIsTcpClient(session->settings().connMode)) &&
+        !session->portIsOpen()) {
         QEventLoop loop;
         bool refused = false;
         bool interrupted = false;
@@ -151,14 +173,21 @@ int PortOpener::open(CliOutput &out)
             refused = true;
             loop.quit();
         });
+        connect(controller, &ConnectionController::cloudRelayEnded, &loop,
+                [&](const QString &reason) {
+                    session->setLastError(reason);
+                    refused = true;
+                    loop.quit();
+                });
         if (InterruptWatcher *watcher = InterruptWatcher::instance()) {
             connect(watcher, &InterruptWatcher::interruptRequested, &loop, [&] {
                 interrupted = true;
                 loop.quit();
             });
         }
-        QTimer::singleShot(ConnectTimeoutMs, &loop, [&] {
-            session->setLastError(CliCommand::tr("no answer within %1 s").arg(ConnectTimeoutMs / 1000));
+        const int timeoutMs = relay ? RelayTimeoutMs : ConnectTimeoutMs;
+        QTimer::singleShot(timeoutMs, &loop, [&] {
+            session->setLastError(CliCommand::tr("no answer within %1 s").arg(timeoutMs / 1000));
             refused = true;
             loop.quit();
         });
@@ -185,6 +214,10 @@ int PortOpener::open(CliOutput &out)
         });
         connect(controller, &ConnectionController::tcpClientDisconnected, &loop,
                 &QEventLoop::quit);
+        connect(controller, &ConnectionController::cloudRelayEnded, &loop, [&](const QString &why) {
+            session->setLastError(why);
+            loop.quit();
+        });
         if (InterruptWatcher *watcher = InterruptWatcher::instance()) {
             connect(watcher, &InterruptWatcher::interruptRequested, &loop, [&] {
                 interrupted = true;
@@ -204,5 +237,7 @@ int PortOpener::open(CliOutput &out)
             [this] { Q_EMIT lost(CliCommand::tr("The serial port went away.")); });
     connect(controller, &ConnectionController::tcpClientDisconnected, this,
             [this] { Q_EMIT lost(CliCommand::tr("The peer closed the connection.")); });
+    connect(controller, &ConnectionController::cloudRelayEnded, this,
+            [this](const QString &reason) { Q_EMIT lost(reason); });
     return CliCommand::ExitOk;
 }

@@ -12,6 +12,7 @@
 #include <QCommandLineOption>
 #include <QObject>
 
+class AccountSession;
 class CliOutput;
 struct FormatSetting;
 struct Settings;
@@ -25,7 +26,7 @@ public:
     explicit PortOpener(QObject *parent = nullptr);
     ~PortOpener() override;
 
-    // Adds --project and --port.
+    // Adds --project and --port, and the cloud account's options for relay:// URLs.
     static void addOptions(QCommandLineParser &parser);
 
     // Reads the project (when given) and the URL (when given; it overrides the project
@@ -34,7 +35,7 @@ public:
     int prepare(const QCommandLineParser &parser, const QString &url, bool projectRequired,
                 CliOutput &out);
     // The connection of `url` alone, with the default format.
-    int prepareUrl(const QString &url, CliOutput &out);
+    int prepareUrl(const QCommandLineParser &parser, const QString &url, CliOutput &out);
     // Opens the session: ExitOk, ExitConnection with the transport's reason, or
     // ExitInterrupted.
     int open(CliOutput &out);
@@ -50,12 +51,14 @@ signals:
     void lost(const QString &reason);
 
 private:
-    int apply(const Settings &given, const FormatSetting &givenFormat, const QString &url,
-              CliOutput &out);
+    int apply(const QCommandLineParser &parser, const Settings &given,
+              const FormatSetting &givenFormat, const QString &url, CliOutput &out);
 
     PortSession *portSession = nullptr;
     QString projectPath;
     AutoReplyConfig rules;
     CommandLibrary library;
     ScriptLibrary scriptLibrary;
+    const QCommandLineParser *cloudParser = nullptr;
+    AccountSession *account = nullptr; // signed in for a relay:// connection
 };

@@ -1,6 +1,7 @@
 #include "cli/replaycommand.h"
 
 #include "cli/clioutput.h"
+#include "cli/cloudsignin.h"
 #include "cli/commandloop.h"
 #include "cli/portopener.h"
 #include "cli/portreplaysource.h"
@@ -40,6 +41,8 @@ void ReplayCommand::configure(QCommandLineParser &parser) const
     parser.addOption({QStringLiteral("fastest"), tr("Plays as fast as the connection takes it.")});
     parser.addOption({QStringLiteral("answer"),
                       tr("Waits for the recorded request before each response.")});
+    // The cloud account, for relay:// connections.
+    CloudSignIn::addOptions(parser);
 }
 
 int ReplayCommand::execute(const QCommandLineParser &parser, CliOutput &out)
@@ -85,7 +88,7 @@ int ReplayCommand::execute(const QCommandLineParser &parser, CliOutput &out)
     PortReplaySource source(&reader, port);
 
     PortOpener opener;
-    int code = opener.prepareUrl(url, out);
+    int code = opener.prepareUrl(parser, url, out);
     if (code == ExitOk) {
         code = opener.open(out);
     }

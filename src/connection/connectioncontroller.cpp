@@ -829,7 +829,7 @@ void ConnectionController::clearUdpPeers()
 // ---------------------------------------------------------------------------
 // Live Relay
 
-void ConnectionController::connectCloudRelay(const QString &url, const QString &token)
+void ConnectionController::prepareCloudRelay()
 {
     if (relaySocket) {
         return;
@@ -852,7 +852,26 @@ void ConnectionController::connectCloudRelay(const QString &url, const QString &
         releaseRelay();
         Q_EMIT cloudRelayEnded(reason);
     });
-    socket->open(url, token);
+}
+
+void ConnectionController::connectCloudRelay(const QString &url, const QString &ticket)
+{
+    prepareCloudRelay();
+    relaySocket->open(url, ticket);
+}
+
+bool ConnectionController::cloudRelayDialling() const
+{
+    return relaySocket && !relaySocket->isOpened();
+}
+
+void ConnectionController::abortCloudRelay(const QString &reason)
+{
+    if (!relaySocket) {
+        return;
+    }
+    releaseRelay();
+    Q_EMIT cloudRelayEnded(reason);
 }
 
 bool ConnectionController::sendCloudRelay(const QByteArray &bytes)

@@ -105,8 +105,14 @@ public:
     const QList<UdpPeer> &udpPeerList() const { return udpPeers; }
     quint16 udpBoundPort() const;
 
-    // Live Relay (mode 8).
-    void connectCloudRelay(const QString &url, const QString &token);
+    // Live Relay (mode 8). The socket exists from the moment the port starts dialling
+    // (while its ticket is fetched), so that the port counts as connecting;
+    // connectCloudRelay opens it with the ticket, abortCloudRelay ends it before that.
+    void prepareCloudRelay();
+    void connectCloudRelay(const QString &url, const QString &ticket);
+    void abortCloudRelay(const QString &reason);
+    // Prepared and not yet opened: the ticket is still being fetched.
+    bool cloudRelayDialling() const;
     bool sendCloudRelay(const QByteArray &bytes);
     bool cloudRelayPaired() const { return relayPaired; }
     void teardownCloudRelay();

@@ -1,6 +1,9 @@
 #include "connection/connectionurl.h"
 
+#include "cloud/deviceidentity.h"
+
 #include <QStringList>
+#include <QUrl>
 #include <QUrlQuery>
 
 namespace {
@@ -162,6 +165,46 @@ bool ConnectionUrl::parse(const QString &text, const Settings &base, Settings *s
         return QString();
     };
 
+    if (scheme == QLatin1String("relay")) {
+        // relay://DEVICE/PORT_KEY: DEVICE is the computer's id or its name as the account
+        // lists it (percent-encoded where it has blanks).
+        if (!rest.startsWith(QLatin1String("//"))) {
+            return fail(tr("\"%1\" needs // after the scheme, as in relay://DEVICE/PORT_KEY.")
+                            .arg(trimmed));
+        }
+        const QString path = rest.mid(2);
+        const qsizetype slash = path.indexOf(QLatin1Char('/'));
+        const QString device =
+            slash > 0 ? QUrl::fromPercentEncoding(path.left(slash).toUtf8()).trimmed() : QString();
+        const QString key = slash > 0 ? QUrl::fromPercentEncoding(path.mid(slash + 1).toUtf8())
+                                      : QString();
+        if (device.isEmpty() || key.isEmpty() || key.contains(QLatin1Char('/'))) {
+            return fail(tr("\"%1\" names no computer and port: use relay://DEVICE/PORT_KEY.")
+                            .arg(trimmed));
+        }
+        const QString unknown = known(lineParameterNames());
+        if (!unknown.isEmpty()) {
+            return fail(tr("\"%1\" is not a parameter of relay connections.").arg(unknown));
+        }
+        s.connMode = ModeLiveRelay;
+        s.relayCid.clear();
+        s.relayTargetName.clear();
+        if (DeviceIdentity::validateCid(device.toLower())) {
+            s.relayCid = device.toLower();
+        } else {
+            s.relayTargetName = device;
+        }
+        s.relayPortKey = key;
+        s.relayPortName.clear();
+        s.relayInviteCode.clear();
+        s.useRemoteSerialConfig = !hasLineParameters(query);
+        if (!parseLineParameters(query, &s, error)) {
+            return false;
+        }
+        *settings = s;
+        return true;
+    }
+
     const bool network = scheme == QLatin1String("tcp") || scheme == QLatin1String("tcp-server") ||
                          scheme == QLatin1String("udp") || scheme == QLatin1String("udp-server") ||
                          scheme == QLatin1String("rfc2217");
@@ -232,8 +275,8 @@ bool ConnectionUrl::parse(const QString &text, const Settings &base, Settings *s
     if (!scheme.isEmpty() && scheme != QLatin1String("serial") &&
         !(scheme.size() == 1 && rest.startsWith(QLatin1Char('\\')))) {
         return fail(tr("\"%1\" is no connection: use serial:PATH, tcp://HOST:PORT, "
-                       "tcp-server://[ADDR]:PORT, udp://HOST:PORT, udp-server://[ADDR]:PORT or "
-                       "rfc2217://HOST:PORT.")
+                       "tcp-server://[ADDR]:PORT, udp://HOST:PORT, udp-server://[ADDR]:PORT, "
+                       "rfc2217://HOST:PORT or relay://DEVICE/PORT_KEY.")
                         .arg(trimmed));
     }
     if (scheme != QLatin1String("serial")) {

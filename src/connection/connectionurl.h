@@ -7,6 +7,8 @@
 //   udp://HOST:PORT[?local=N], udp-server://[ADDR]:PORT
 //   rfc2217://HOST:PORT[?baud=...&data=...&parity=...&stop=...&flow=...] (a remote serial
 //   port: with line parameters they are pushed to it, without them it keeps its own)
+//   relay://DEVICE/PORT_KEY[?baud=...] (a Live Relay port of one of the account's
+//   computers, named by its id or its name; line parameters as for rfc2217)
 // Any parameter may be left out; the record's defaults fill in.
 
 #include "connection/settings.h"

@@ -1,21 +1,27 @@
 #pragma once
 
+// The WebSocket side of a Live Relay, used by both ends. Both dial the gateway with a
+// single-use ticket and are paired by the server; text frames are the server's JSON
+// notices, binary frames the peers' bytes, passed on unchanged.
+
 #include <QObject>
+#include <QString>
+
+class QTimer;
+class QWebSocket;
 
 // What a relay session needs of the socket that carries it.
 class RelayTransport
 {
 public:
     virtual ~RelayTransport() = default;
-    // Bytes accepted for sending; zero or less means failure.
+    // Bytes accepted for sending; zero when nothing was.
     virtual qint64 sendBinary(const QByteArray &bytes) = 0;
     // Bytes accepted but not yet on the wire.
     virtual qint64 pendingBytes() const = 0;
     virtual bool isOpen() const = 0;
 };
 
-// The WebSocket side of a Live Relay: binary frames carry the peers' bytes. This build
-// has no cloud client yet, so opening a relay ends it at once with a clear reason.
 class RelaySocket : public QObject, public RelayTransport
 {
     Q_OBJECT
@@ -30,15 +36,24 @@ public:
     };
     Q_ENUM(Stop)
 
+    static constexpr int PairDeadlineMs = 30000;
+    static constexpr qsizetype MessageBytes = 8192;
+
     explicit RelaySocket(QObject *parent = nullptr);
     ~RelaySocket() override;
 
+    // Dials `baseUrl` (http becomes ws, https wss) at /ws/relay/v1 with the ticket.
     void open(const QString &baseUrl, const QString &ticket);
     void close();
     bool isOpen() const override;
     bool isPaired() const { return pairedFlag; }
+    bool isOpened() const { return openedFlag; }
+    bool hasStopped() const { return stoppedFlag; }
     qint64 sendBinary(const QByteArray &bytes) override;
     qint64 pendingBytes() const override;
+
+    // The sentence for a "peer_refused" reason.
+    static QString refusalText(const QString &reason);
 
 signals:
     void paired(const QString &portKey, const QString &relayId);
@@ -47,8 +62,17 @@ signals:
     void stopped(RelaySocket::Stop stop, const QString &reason);
 
 private:
+    void onTextMessage(const QString &text);
+    void onDisconnected();
+    void onPairDeadline();
+    QString dialFailureText() const;
     void stopOnce(Stop stop, const QString &reason);
 
+    QWebSocket *socket;
+    QTimer *pairDeadline;
+    bool openedFlag = false;
+    bool connectedFlag = false;
     bool pairedFlag = false;
     bool stoppedFlag = false;
+    bool sawControlMessage = false;
 };

@@ -141,9 +141,23 @@ bool PortSession::openTransport(const QString &portName)
         return true;
     case ModeLiveRelay:
         if (!controller->hasCloudRelay()) {
-            refuse(tr("Live Relay needs the cloud client, which this build does not include "
-                      "yet."));
-            return false;
+            if (!relayDialHook) {
+                refuse(tr("Live Relay needs a cloud account: sign in first."));
+                return false;
+            }
+            // The socket stands while the ticket is fetched; a failure ends it through
+            // cloudRelayEnded, as a relay that stops later does.
+            controller->prepareCloudRelay();
+            QString error;
+            if (!relayDialHook(&error)) {
+                controller->teardownCloudRelay();
+                refuse(error);
+                return false;
+            }
+            Q_EMIT statusMessage(portSettings.relayInviteCode.isEmpty()
+                                     ? tr("Opening the relay to %1...").arg(label())
+                                     : tr("Joining with the invite code..."),
+                                 5000);
         }
         return true;
     case ModeTcpServer:
@@ -180,6 +194,7 @@ void PortSession::close()
     endRfc2217Session();
     controller->closeAll(portSettings.connMode,
                          portSettings.connMode == ModeSerial ? portSettings.name : label());
+    Q_EMIT closed();
 }
 
 bool PortSession::portIsOpen() const

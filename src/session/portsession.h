@@ -196,6 +196,11 @@ public:
     std::function<int()> selectedPeerRowHook;
     // Reopens a TCP client or relay that a send finds closed; open() when unset.
     std::function<void()> reopenHook;
+    // Live Relay: starts fetching a ticket for the record's target and, once there is
+    // one, opens the controller's relay with it (connectCloudRelay) or ends it with the
+    // reason (abortCloudRelay). False with the reason in `error` when it cannot begin.
+    // Set by an owner that has a cloud account; without it a relay cannot open.
+    std::function<bool(QString *error)> relayDialHook;
     // Whether something besides this session's own transfer holds the port.
     std::function<bool()> transferRunningHook;
     // Whether the port is an end of a bridge link (a transfer may not start then).
@@ -260,13 +265,15 @@ signals:
     void noted(const QString &text);
     // A lost connection is back.
     void reconnected();
+    // close() has closed the transport.
+    void closed();
     void scriptStateChanged();
     // The remote server answered a forwarded request.
     void rfc2217Answered(quint64 id, const Rfc2217Codec::Event &event);
     // The remote serial state, summary or modem lines changed.
     void remoteSerialChanged();
-    // A forwarded change was taken into the record, so that it shows what the remote
-    // now holds.
+    // A change from afar was taken into the record (a forwarded change, so that it
+    // shows what the remote now holds; or a browser's or relay's line settings).
     void remoteSettingsPatched();
     void transferStarted(FileTransferSession *transfer);
     // The transfer has ended; transfer() gives it while the signal is handled, and it is

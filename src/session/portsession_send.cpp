@@ -184,7 +184,7 @@ bool PortSession::mayDisturbPort(TxActor actor, Disturb disturb, QString *why) c
             return true;
         }
         reason = tr("A file transfer is running.");
-    } else if (disturb == DisturbHarmless || actor == TxActor::Console) {
+    } else if (disturb == DisturbHarmless) {
         return true;
     } else if (disturb == DisturbData) {
         reason = tr("A file transfer is using this port. Sending data now would corrupt it.");

@@ -426,7 +426,7 @@ void TestSerialPortWidget::badInputLeavesPanelStoppedAndUsable_data()
                                       << true << "Could not open 127.0.0.1:0: Port";
     QTest::newRow("server port negative") << 1 << "" << -5 << "Port -5 cannot be listened on"
                                           << true << "Could not open TCP server port -5: Port";
-    QTest::newRow("relay unavailable") << 8 << "" << 0 << "Live Relay needs the cloud client"
+    QTest::newRow("relay without an account") << 8 << "" << 0 << "Live Relay needs a cloud account"
                                        << true << "Could not open";
 }
 

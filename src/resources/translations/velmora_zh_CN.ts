@@ -1224,6 +1224,73 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     </message>
 </context>
 <context>
+    <name>CloudConsoleService</name>
+    <message>
+        <source>Live Console was switched off.</source>
+        <translation>Live Console 已关闭。</translation>
+    </message>
+    <message>
+        <source>Live Console stopped: monthly traffic quota used up. Please top up to continue.</source>
+        <translation>Live Console 已停止：本月流量配额已用完。请充值后继续。</translation>
+    </message>
+    <message>
+        <source>unsupported command: %1</source>
+        <translation>不支持的命令：%1</translation>
+    </message>
+    <message>
+        <source>this computer holds no such share</source>
+        <translation>本机没有这个共享</translation>
+    </message>
+    <message>
+        <source>remote send is disabled on the device</source>
+        <translation>设备上已禁用远程发送</translation>
+    </message>
+    <message>
+        <source>remote port control is disabled on the device</source>
+        <translation>设备上已禁用远程端口控制</translation>
+    </message>
+    <message>
+        <source>cloud relay is disabled on the device</source>
+        <translation>设备上已禁用云中继</translation>
+    </message>
+    <message>
+        <source>the command was meant for an earlier run of this computer</source>
+        <translation>该命令是发给本机上一次运行的</translation>
+    </message>
+    <message>
+        <source>this computer has no port %1</source>
+        <translation>本机没有端口 %1</translation>
+    </message>
+    <message>
+        <source>the hex text is not pairs of hexadecimal digits</source>
+        <translation>十六进制文本不是成对的十六进制数字</translation>
+    </message>
+    <message>
+        <source>empty payload</source>
+        <translation>内容为空</translation>
+    </message>
+    <message>
+        <source>open_relay needs a relay_id and a ticket</source>
+        <translation>open_relay 需要 relay_id 和 ticket</translation>
+    </message>
+    <message>
+        <source>this port already has a relay</source>
+        <translation>该端口已有一个中继</translation>
+    </message>
+    <message>
+        <source>Guest</source>
+        <translation>访客</translation>
+    </message>
+    <message>
+        <source>Live Relay was switched off on this computer.</source>
+        <translation>本机已关闭 Live Relay。</translation>
+    </message>
+    <message>
+        <source>this port cannot be relayed</source>
+        <translation>该端口无法中继</translation>
+    </message>
+</context>
+<context>
     <name>CloudSettingsPage</name>
     <message>
         <source>The base address of a velmora-cloud server, such as https://cloud.example.com or http://127.0.0.1:8750. Leave it empty to keep every cloud feature off.</source>
@@ -1256,6 +1323,45 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     <message>
         <source>This computer&apos;s name</source>
         <translation>本机名称</translation>
+    </message>
+</context>
+<context>
+    <name>CloudSignIn</name>
+    <message>
+        <source>Cannot read the password file %1: %2</source>
+        <translation>无法读取密码文件 %1：%2</translation>
+    </message>
+    <message>
+        <source>The password file %1 is empty.</source>
+        <translation>密码文件 %1 为空。</translation>
+    </message>
+    <message>
+        <source>The cloud server&apos;s address, such as https://HOST.</source>
+        <translation>云服务器地址，例如 https://HOST。</translation>
+    </message>
+    <message>
+        <source>The cloud account&apos;s email address.</source>
+        <translation>云账户的电子邮件地址。</translation>
+    </message>
+    <message>
+        <source>A file whose first line is the account&apos;s password.</source>
+        <translation>第一行为账户密码的文件。</translation>
+    </message>
+    <message>
+        <source>The cloud needs --server BASE, --login EMAIL and --password-file F.</source>
+        <translation>使用云需要 --server BASE、--login EMAIL 和 --password-file F。</translation>
+    </message>
+    <message>
+        <source>the server refused the sign-in</source>
+        <translation>服务器拒绝了登录</translation>
+    </message>
+    <message>
+        <source>no answer within %1 s</source>
+        <translation>%1 秒内无应答</translation>
+    </message>
+    <message>
+        <source>Could not sign in to %1 as %2: %3</source>
+        <translation>无法以 %2 登录 %1：%3</translation>
     </message>
 </context>
 <context>
@@ -1940,8 +2046,31 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <translation>%1=%2：请使用以下之一：%3。</translation>
     </message>
     <message>
-        <source>&quot;%1&quot; is no connection: use serial:PATH, tcp://HOST:PORT, tcp-server://[ADDR]:PORT, udp://HOST:PORT, udp-server://[ADDR]:PORT or rfc2217://HOST:PORT.</source>
-        <translation>“%1”不是连接：请使用 serial:PATH、tcp://HOST:PORT、tcp-server://[ADDR]:PORT、udp://HOST:PORT、udp-server://[ADDR]:PORT 或 rfc2217://HOST:PORT。</translation>
+        <source>&quot;%1&quot; needs // after the scheme, as in relay://DEVICE/PORT_KEY.</source>
+        <translation>“%1”的协议名后需要 //，例如 relay://DEVICE/PORT_KEY。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; names no computer and port: use relay://DEVICE/PORT_KEY.</source>
+        <translation>“%1”未指明计算机和端口：请使用 relay://DEVICE/PORT_KEY。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a parameter of relay connections.</source>
+        <translation>“%1”不是中继连接的参数。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no connection: use serial:PATH, tcp://HOST:PORT, tcp-server://[ADDR]:PORT, udp://HOST:PORT, udp-server://[ADDR]:PORT, rfc2217://HOST:PORT or relay://DEVICE/PORT_KEY.</source>
+        <translation>“%1”不是连接：请使用 serial:PATH、tcp://HOST:PORT、tcp-server://[ADDR]:PORT、udp://HOST:PORT、udp-server://[ADDR]:PORT、rfc2217://HOST:PORT 或 relay://DEVICE/PORT_KEY。</translation>
+    </message>
+</context>
+<context>
+    <name>ConsolePort</name>
+    <message>
+        <source>the port is not open</source>
+        <translation>端口未打开</translation>
+    </message>
+    <message>
+        <source>the port refused the data</source>
+        <translation>端口拒绝了数据</translation>
     </message>
 </context>
 <context>
@@ -3348,6 +3477,73 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     </message>
 </context>
 <context>
+    <name>HostCommand</name>
+    <message>
+        <source>Offers ports to Live Console and Live Relay through the cloud until stopped.</source>
+        <translation>通过云将端口提供给 Live Console 和 Live Relay，直到停止。</translation>
+    </message>
+    <message>
+        <source>The connections to offer.</source>
+        <translation>要提供的连接。</translation>
+    </message>
+    <message>
+        <source>The name this computer has in the account (default: its host name).</source>
+        <translation>本机在账户中的名称（默认：主机名）。</translation>
+    </message>
+    <message>
+        <source>A browser may send data to the ports.</source>
+        <translation>浏览器可以向端口发送数据。</translation>
+    </message>
+    <message>
+        <source>A browser may open, close and configure the ports.</source>
+        <translation>浏览器可以打开、关闭和配置端口。</translation>
+    </message>
+    <message>
+        <source>Another computer may use the ports through Live Relay.</source>
+        <translation>其他计算机可以通过 Live Relay 使用端口。</translation>
+    </message>
+    <message>
+        <source>One JSON object per event.</source>
+        <translation>每个事件一个 JSON 对象。</translation>
+    </message>
+    <message>
+        <source>Name at least one port to offer.</source>
+        <translation>请至少指定一个要提供的端口。</translation>
+    </message>
+    <message>
+        <source>At most 16 ports can be offered.</source>
+        <translation>最多只能提供 16 个端口。</translation>
+    </message>
+    <message>
+        <source>%1: a relay port cannot be offered again.</source>
+        <translation>%1：中继端口不能再次提供。</translation>
+    </message>
+    <message>
+        <source>Could not open %1: %2</source>
+        <translation>无法打开 %1：%2</translation>
+    </message>
+    <message>
+        <source>%1 %2: done</source>
+        <translation>%1 %2：完成</translation>
+    </message>
+    <message>
+        <source>%1 %2: refused (%3) %4</source>
+        <translation>%1 %2：被拒绝（%3）%4</translation>
+    </message>
+    <message>
+        <source>%1: Live Relay with %2</source>
+        <translation>%1：与 %2 的 Live Relay</translation>
+    </message>
+    <message>
+        <source>%1: Live Relay ended: %2</source>
+        <translation>%1：Live Relay 已结束：%2</translation>
+    </message>
+    <message>
+        <source>Hosting %1 as %2; stop with Ctrl+C.</source>
+        <translation>正在以 %2 的身份提供 %1；按 Ctrl+C 停止。</translation>
+    </message>
+</context>
+<context>
     <name>InfoCommand</name>
     <message>
         <source>Tells what a recording holds and how long indexing it took.</source>
@@ -4001,6 +4197,38 @@ Reopen it now?</source>
     <message>
         <source>Find bar: next and previous match</source>
         <translation>查找栏：下一个和上一个匹配</translation>
+    </message>
+    <message>
+        <source>Live Console</source>
+        <translation>Live Console</translation>
+    </message>
+    <message>
+        <source>Show This Computer&apos;s Ports in the Browser</source>
+        <translation>在浏览器中显示本机端口</translation>
+    </message>
+    <message>
+        <source>Allow Sending Data from the Browser</source>
+        <translation>允许从浏览器发送数据</translation>
+    </message>
+    <message>
+        <source>Allow Opening, Closing and Configuring Ports from the Browser</source>
+        <translation>允许从浏览器打开、关闭和配置端口</translation>
+    </message>
+    <message>
+        <source>Allow Live Relay of This Computer&apos;s Ports</source>
+        <translation>允许 Live Relay 使用本机端口</translation>
+    </message>
+    <message>
+        <source>Another computer uses this computer&apos;s cloud identity. Live Console may show the wrong ports.</source>
+        <translation>另一台计算机正在使用本机的云身份。Live Console 可能显示错误的端口。</translation>
+    </message>
+    <message>
+        <source>%1 is in use from another computer through Live Relay (%2).</source>
+        <translation>%1 正被另一台计算机通过 Live Relay 使用（%2）。</translation>
+    </message>
+    <message>
+        <source>Live Relay of %1 ended: %2</source>
+        <translation>%1 的 Live Relay 已结束：%2</translation>
     </message>
     <message>
         <source>Bridges...</source>
@@ -5030,10 +5258,6 @@ Reopen it now?</source>
         <translation>无法连接端口 %1：请使用 1 到 65535 之间的端口号。</translation>
     </message>
     <message>
-        <source>Live Relay needs the cloud client, which this build does not include yet.</source>
-        <translation>Live Relay 需要云客户端，此版本尚未包含。</translation>
-    </message>
-    <message>
         <source>Port %1 cannot be listened on: use 0 to 65535.</source>
         <translation>无法监听端口 %1：请使用 0 到 65535 之间的端口号。</translation>
     </message>
@@ -5076,6 +5300,18 @@ Reopen it now?</source>
     <message>
         <source>the connection to the remote serial port is not open</source>
         <translation>到远程串口的连接未打开</translation>
+    </message>
+    <message>
+        <source>Live Relay needs a cloud account: sign in first.</source>
+        <translation>Live Relay 需要云账户：请先登录。</translation>
+    </message>
+    <message>
+        <source>Opening the relay to %1...</source>
+        <translation>正在打开到 %1 的中继...</translation>
+    </message>
+    <message>
+        <source>Joining with the invite code...</source>
+        <translation>正在使用邀请码加入...</translation>
     </message>
 </context>
 <context>
@@ -5278,14 +5514,230 @@ Replace it?</source>
     </message>
 </context>
 <context>
+    <name>RelayConnector</name>
+    <message>
+        <source>Live Relay needs the online features, which are off. Turn them on under Help &gt; Privacy and Online Features...</source>
+        <translation>Live Relay 需要在线功能，但在线功能已关闭。请在“帮助 &gt; 隐私与在线功能...”中开启。</translation>
+    </message>
+    <message>
+        <source>No remote port has been chosen for this connection yet.</source>
+        <translation>此连接尚未选择远程端口。</translation>
+    </message>
+    <message>
+        <source>That does not look like an invite code.</source>
+        <translation>这看起来不像邀请码。</translation>
+    </message>
+    <message>
+        <source>The relay could not be opened.</source>
+        <translation>无法打开中继。</translation>
+    </message>
+    <message>
+        <source>That computer is no longer bound to this account.</source>
+        <translation>该计算机已不再绑定到此账户。</translation>
+    </message>
+    <message>
+        <source>%1 is offline.</source>
+        <translation>%1 离线。</translation>
+    </message>
+    <message>
+        <source>%1 no longer shares a port called &quot;%2&quot;. Choose it again.</source>
+        <translation>%1 不再共享名为“%2”的端口。请重新选择。</translation>
+    </message>
+    <message>
+        <source>The server did not return a relay ticket.</source>
+        <translation>服务器没有返回中继票据。</translation>
+    </message>
+    <message>
+        <source>%1 (%2)</source>
+        <translation>%1（%2）</translation>
+    </message>
+</context>
+<context>
+    <name>RelayController</name>
+    <message>
+        <source>Live Relay could not change the port&apos;s settings: %1</source>
+        <translation>Live Relay 无法更改端口设置：%1</translation>
+    </message>
+    <message>
+        <source>the shared port was closed</source>
+        <translation>共享的端口已关闭</translation>
+    </message>
+</context>
+<context>
+    <name>RelayDialer</name>
+    <message>
+        <source>Live Relay needs a cloud account: sign in first.</source>
+        <translation>Live Relay 需要云账户：请先登录。</translation>
+    </message>
+    <message>
+        <source>Live Relay needs a signed-in cloud account. Sign in under Cloud &gt; Account first.</source>
+        <translation>Live Relay 需要已登录的云账户。请先在“云 &gt; 账户”中登录。</translation>
+    </message>
+</context>
+<context>
     <name>RelaySocket</name>
     <message>
         <source>Missing relay address or ticket.</source>
         <translation>缺少中继地址或票据。</translation>
     </message>
     <message>
-        <source>Live Relay is not available in this build.</source>
-        <translation>此版本不支持 Live Relay。</translation>
+        <source>The remote computer does not allow Live Relay on that port.</source>
+        <translation>远程计算机不允许在该端口上使用 Live Relay。</translation>
+    </message>
+    <message>
+        <source>The remote port already has a relay session.</source>
+        <translation>远程端口已有一个中继会话。</translation>
+    </message>
+    <message>
+        <source>The remote computer&apos;s ports changed. Choose the port again.</source>
+        <translation>远程计算机的端口已变化。请重新选择端口。</translation>
+    </message>
+    <message>
+        <source>The remote computer declined the relay.</source>
+        <translation>远程计算机拒绝了中继。</translation>
+    </message>
+    <message>
+        <source>The remote computer declined the relay (%1).</source>
+        <translation>远程计算机拒绝了中继（%1）。</translation>
+    </message>
+    <message>
+        <source>The relay is rate limited to %1 bytes per second.</source>
+        <translation>中继速率被限制为每秒 %1 字节。</translation>
+    </message>
+    <message>
+        <source>The remote end disconnected.</source>
+        <translation>远端已断开连接。</translation>
+    </message>
+    <message>
+        <source>The monthly cloud traffic quota is exhausted.</source>
+        <translation>本月云流量配额已用完。</translation>
+    </message>
+    <message>
+        <source>The server closed the relay.</source>
+        <translation>服务器关闭了中继。</translation>
+    </message>
+    <message>
+        <source>The relay gateway could not be reached.</source>
+        <translation>无法连接到中继网关。</translation>
+    </message>
+    <message>
+        <source>The relay gateway could not be reached: %1</source>
+        <translation>无法连接到中继网关：%1</translation>
+    </message>
+    <message>
+        <source>The relay connection was closed (code %1).</source>
+        <translation>中继连接已关闭（代码 %1）。</translation>
+    </message>
+    <message>
+        <source>The remote computer did not join the relay. Check that it is online and that Live Relay is allowed on that port.</source>
+        <translation>远程计算机没有加入中继。请检查它是否在线，以及是否允许在该端口上使用 Live Relay。</translation>
+    </message>
+</context>
+<context>
+    <name>RelayTargetDialog</name>
+    <message>
+        <source>Select a Remote Serial Port</source>
+        <translation>选择远程串口</translation>
+    </message>
+    <message>
+        <source>Join with an invite code</source>
+        <translation>使用邀请码加入</translation>
+    </message>
+    <message>
+        <source>XXXX-XXXX-XXXX or the invite link</source>
+        <translation>XXXX-XXXX-XXXX 或邀请链接</translation>
+    </message>
+    <message>
+        <source>The name the host will see</source>
+        <translation>主机将看到的名称</translation>
+    </message>
+    <message>
+        <source>Invite code</source>
+        <translation>邀请码</translation>
+    </message>
+    <message>
+        <source>Your name</source>
+        <translation>你的名字</translation>
+    </message>
+    <message>
+        <source>Passcode</source>
+        <translation>访问密码</translation>
+    </message>
+    <message>
+        <source>Or choose one of your own devices</source>
+        <translation>或选择你自己的设备</translation>
+    </message>
+    <message>
+        <source>Device / Port</source>
+        <translation>设备 / 端口</translation>
+    </message>
+    <message>
+        <source>Status</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>Sign in to see your own devices.</source>
+        <translation>登录后可查看你自己的设备。</translation>
+    </message>
+    <message>
+        <source>Looking for your devices…</source>
+        <translation>正在查找你的设备…</translation>
+    </message>
+    <message>
+        <source>Waiting for the device to report its ports…</source>
+        <translation>正在等待设备报告其端口…</translation>
+    </message>
+    <message>
+        <source>Online</source>
+        <translation>在线</translation>
+    </message>
+    <message>
+        <source>Offline</source>
+        <translation>离线</translation>
+    </message>
+    <message>
+        <source>In use</source>
+        <translation>使用中</translation>
+    </message>
+    <message>
+        <source>Free</source>
+        <translation>空闲</translation>
+    </message>
+    <message>
+        <source>No other computer of this account shares a port.</source>
+        <translation>此账户没有其他计算机共享端口。</translation>
+    </message>
+    <message>
+        <source>That does not look like an invite code.</source>
+        <translation>这看起来不像邀请码。</translation>
+    </message>
+    <message>
+        <source>Checking the code…</source>
+        <translation>正在检查邀请码…</translation>
+    </message>
+    <message>
+        <source>Too many tries. Wait a minute.</source>
+        <translation>尝试次数过多。请等待一分钟。</translation>
+    </message>
+    <message>
+        <source>That code is not valid or has expired.</source>
+        <translation>该邀请码无效或已过期。</translation>
+    </message>
+    <message>
+        <source>%1 — the host is offline right now.</source>
+        <translation>%1 — 主机现在离线。</translation>
+    </message>
+    <message>
+        <source>%1 — someone is already connected to that port.</source>
+        <translation>%1 — 已有人连接到该端口。</translation>
+    </message>
+    <message>
+        <source>%1 — ready.</source>
+        <translation>%1 — 就绪。</translation>
+    </message>
+    <message>
+        <source>Enter an invite code or choose a port.</source>
+        <translation>请输入邀请码或选择一个端口。</translation>
     </message>
 </context>
 <context>
@@ -8569,6 +9021,14 @@ Replace it?</source>
     <message>
         <source>Display Font</source>
         <translation>显示字体</translation>
+    </message>
+    <message>
+        <source>Choose a port of another computer, or join with an invite code</source>
+        <translation>选择另一台计算机的端口，或使用邀请码加入</translation>
+    </message>
+    <message>
+        <source>Invite code %1</source>
+        <translation>邀请码 %1</translation>
     </message>
 </context>
 <context>

@@ -1,0 +1,288 @@
+#include "cloud/accountsession.h"
+#include "cloud/cloudconsoleservice.h"
+#include "cloud/deviceidentity.h"
+#include "cloud/networkservices.h"
+#include "cloud/privacyconsent.h"
+#include "cloudprocess.h"
+#include "livepeer.h"
+#include "session/consoleport.h"
+#include "session/portsession.h"
+#include "support/testsupport.h"
+
+#include <QSerialPort>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class CloudConsoleTest : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void cidShape_data();
+    void cidShape();
+    void eventQueue_data();
+    void eventQueue();
+    void browserWatchesAndSends();
+    void hostileCommands_data();
+    void hostileCommands();
+
+private:
+    QByteArray readPty(qsizetype size);
+
+    QTemporaryDir settingsDir;
+    CloudProcess server;
+    testsupport::PtyPair pty;
+    QSerialPort far;
+    LiveAccount live;
+    QString hostCid;
+    QString clientCid;
+    NetworkServices *net = nullptr;
+    AccountSession *account = nullptr;
+    PortSession *session = nullptr;
+    ConsolePort *port = nullptr;
+    CloudConsoleService *service = nullptr;
+};
+
+void CloudConsoleTest::initTestCase()
+{
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsDir.path());
+    if (!testsupport::socatAvailable())
+        QSKIP("socat is not installed");
+    QString why;
+    QVERIFY2(server.start({}, &why), qPrintable(why));
+    QVERIFY2(pty.start(&why), qPrintable(why));
+    PrivacyConsent::grant();
+    hostCid = DeviceIdentity::generateCid("host board");
+    clientCid = DeviceIdentity::generateCid("desk pc");
+    live = LiveAccount::create(server, QStringLiteral("owner@example.com"), hostCid, clientCid);
+    QVERIFY(!live.hostToken.isEmpty() && !live.clientToken.isEmpty());
+
+    net = new NetworkServices(this);
+    net->setHostAddress(server.baseUrl());
+    account = new AccountSession(net, settingsDir.filePath(QStringLiteral("host.ini")), this);
+    account->applyLoginResponse({{QStringLiteral("access_token"), live.hostToken},
+                                 {QStringLiteral("expires_in"), 3600}});
+
+    session = new PortSession(this);
+    session->settings().connMode = ModeSerial;
+    session->settings().name = pty.portA();
+    session->portNumber() = 1;
+    QVERIFY2(session->open(), qPrintable(session->lastError()));
+    far.setPortName(pty.portB());
+    QVERIFY(far.open(QIODevice::ReadWrite));
+
+    port = new ConsolePort(session, this);
+    service = new CloudConsoleService(account, hostCid, this);
+    service->setPortListProvider([this] { return QList<ConsolePort *>{port}; });
+    service->setEnabled(true);
+    QTRY_VERIFY_WITH_TIMEOUT(service->useSocket(), 20000);
+}
+
+void CloudConsoleTest::cleanupTestCase()
+{
+    if (service)
+        service->setEnabled(false);
+    far.close();
+    pty.stop();
+    server.stop();
+}
+
+QByteArray CloudConsoleTest::readPty(qsizetype size)
+{
+    QByteArray got;
+    // A short read is returned as it is: the caller's comparison shows what is missing.
+    (void)QTest::qWaitFor(
+        [&] {
+            got += far.readAll();
+            return got.size() >= size;
+        },
+        10000);
+    return got;
+}
+
+void CloudConsoleTest::cidShape_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("valid");
+    QTest::newRow("made") << DeviceIdentity::generateCid("machine-1") << true;
+    QTest::newRow("upper case") << DeviceIdentity::generateCid("machine-1").toUpper() << false;
+    QTest::newRow("braces") << "{" + DeviceIdentity::generateCid("m") + "}" << false;
+    QTest::newRow("groups moved") << QStringLiteral("0123456-78901-2345-6789-0123456789ab") << false;
+    QTest::newRow("short") << QStringLiteral("01234567-89ab-cdef-0123-456789abcde") << false;
+    QTest::newRow("not hex") << QStringLiteral("0123456z-89ab-cdef-0123-456789abcdef") << false;
+    QTest::newRow("empty") << QString() << false;
+}
+
+void CloudConsoleTest::cidShape()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, valid);
+    QCOMPARE(DeviceIdentity::validateCid(text), valid);
+    // The same machine gives the same cid, another machine another.
+    QCOMPARE(DeviceIdentity::generateCid("machine-1"), DeviceIdentity::generateCid("machine-1"));
+    QVERIFY(DeviceIdentity::generateCid("machine-1") != DeviceIdentity::generateCid("machine-2"));
+}
+
+void CloudConsoleTest::eventQueue_data()
+{
+    QTest::addColumn<QStringList>("texts");
+    QTest::addColumn<int>("events");
+    QTest::addColumn<QString>("firstStartsWith");
+    QTest::newRow("long line in pieces") << QStringList{QString(10000, u'a')} << 4 << "a";
+    // Three bytes a character: a piece of 3072 loses a quarter and one character until
+    // it fits 4096 bytes (1295 characters), the rest likewise (1332), then 445 remain.
+    QTest::newRow("wide characters") << QStringList{QString(3072, QChar(0x4e2d))} << 3
+                                     << QString(QChar(0x4e2d));
+    QStringList many;
+    for (int i = 0; i < 20; ++i)
+        many << QString(3000, QChar(u'a' + i));
+    // 20 * 3000 bytes against 32768: the newest ten stay.
+    QTest::newRow("oldest dropped") << many << 10 << "k";
+}
+
+void CloudConsoleTest::eventQueue()
+{
+    QFETCH(QStringList, texts);
+    QFETCH(int, events);
+    QFETCH(QString, firstStartsWith);
+    CloudConsoleService queue(account, hostCid);
+    for (const QString &text : texts)
+        queue.queueEvent(QStringLiteral("SER-1"), QStringLiteral("rx"), text);
+    QCOMPARE(queue.pendingEvents().size(), events);
+    QVERIFY(queue.pendingEventBytes() <= CloudConsoleService::MaxQueueBytes);
+    QVERIFY(queue.pendingEvents().first().text.startsWith(firstStartsWith));
+    QString joined;
+    for (const auto &event : queue.pendingEvents()) {
+        QVERIFY(event.text.toUtf8().size() <= CloudConsoleService::MaxPieceBytes);
+        joined += event.text;
+    }
+    QVERIFY(texts.join(QString()).endsWith(joined));
+}
+
+void CloudConsoleTest::browserWatchesAndSends()
+{
+    service->setAllowRemoteSend(true);
+    LivePeer browser;
+    QString base = server.baseUrl();
+    browser.socket.open(QUrl(base.replace(QStringLiteral("http"), QStringLiteral("ws")) +
+                             QStringLiteral("/ws/console/v1")));
+    QTRY_VERIFY_WITH_TIMEOUT(browser.isConnected(), 10000);
+    browser.sendJson({{QStringLiteral("type"), QStringLiteral("hello")},
+                      {QStringLiteral("role"), QStringLiteral("viewer")},
+                      {QStringLiteral("access_token"), live.clientToken}});
+    QVERIFY(browser.waitFor(QStringLiteral("hello")).value(QStringLiteral("status")).toBool());
+    browser.sendJson({{QStringLiteral("type"), QStringLiteral("watch")},
+                      {QStringLiteral("cid"), hostCid}});
+    QVERIFY(browser.waitFor(QStringLiteral("watch")).value(QStringLiteral("status")).toBool());
+    QTRY_VERIFY_WITH_TIMEOUT(service->isWatching(), 15000);
+
+    // The device speaks: the browser sees it.
+    far.write("hello from the device\n");
+    QString seen;
+    QVERIFY(QTest::qWaitFor(
+        [&] {
+            const QJsonObject frame = browser.waitFor(QStringLiteral("events"), 500);
+            for (const auto &event : frame.value(QStringLiteral("events")).toArray())
+                seen += event.toObject().value(QStringLiteral("payload_text")).toString();
+            return seen.contains(QStringLiteral("hello from the device"));
+        },
+        20000));
+
+    // The browser sends: the device receives it, and the browser sees it as sent.
+    browser.sendJson({{QStringLiteral("type"), QStringLiteral("command")},
+                      {QStringLiteral("cid"), hostCid},
+                      {QStringLiteral("command"), QStringLiteral("send_text")},
+                      {QStringLiteral("port_key"), port->portKey()},
+                      {QStringLiteral("payload"),
+                       QJsonObject{{QStringLiteral("text"), QStringLiteral("PING")},
+                                   {QStringLiteral("line_ending"), QStringLiteral("crlf")}}}});
+    QCOMPARE(readPty(6), QByteArray("PING\r\n"));
+    QVERIFY(QTest::qWaitFor(
+        [&] {
+            const QJsonObject frame = browser.waitFor(QStringLiteral("result"), 500);
+            return frame.value(QStringLiteral("command")).toObject().value(
+                       QStringLiteral("state")) == QStringLiteral("succeeded");
+        },
+        15000));
+    service->setAllowRemoteSend(false);
+}
+
+void CloudConsoleTest::hostileCommands_data()
+{
+    QTest::addColumn<QJsonObject>("change");
+    QTest::addColumn<bool>("allowed");
+    QTest::addColumn<QString>("errorCode"); // empty: the command must be ignored whole
+
+    const QJsonObject text{{QStringLiteral("text"), QStringLiteral("EVIL")}};
+    auto command = [&](const char *name, const QJsonObject &payload = {}) {
+        return QJsonObject{{QStringLiteral("command"), QString::fromLatin1(name)},
+                           {QStringLiteral("payload"), payload}};
+    };
+    QJsonObject foreign = command("send_text", text);
+    foreign.insert(QStringLiteral("cid"), clientCid);
+    QTest::newRow("another computer's command") << foreign << true << QString();
+    QTest::newRow("send while forbidden") << command("send_text", text) << false
+                                          << "permission_denied";
+    QTest::newRow("hex while forbidden")
+        << command("send_hex", {{QStringLiteral("hex"), QStringLiteral("45 56")}}) << false
+        << "permission_denied";
+    QTest::newRow("close while forbidden") << command("close_port") << false << "permission_denied";
+    QTest::newRow("config while forbidden")
+        << command("set_port_config", {{QStringLiteral("baud_rate"), 50}}) << false
+        << "permission_denied";
+    QJsonObject stale = command("send_text", text);
+    stale.insert(QStringLiteral("session_id"), QStringLiteral("an-earlier-run"));
+    QTest::newRow("stale run") << stale << true << "session_mismatch";
+    QJsonObject elsewhere = command("close_port");
+    elsewhere.insert(QStringLiteral("port_key"), QStringLiteral("SER-9"));
+    QTest::newRow("unknown port") << elsewhere << true << "port_not_found";
+    QJsonObject relay = command("open_relay", {{QStringLiteral("ticket"), QStringLiteral("t")},
+                                               {QStringLiteral("relay_id"), QStringLiteral("r")}});
+    QTest::newRow("relay while forbidden") << relay << false << "permission_denied";
+    relay.insert(QStringLiteral("share_id"), QStringLiteral("share-1"));
+    QTest::newRow("relay naming a share") << relay << true << "share_not_found";
+    QTest::newRow("unknown command") << command("format_disk") << true << "unsupported_command";
+}
+
+// A server that turned hostile sends commands straight into the reply handler.
+void CloudConsoleTest::hostileCommands()
+{
+    QFETCH(QJsonObject, change);
+    QFETCH(bool, allowed);
+    QFETCH(QString, errorCode);
+    service->setAllowRemoteSend(allowed);
+    service->setAllowPortControl(allowed);
+    service->setAllowRemoteRelay(allowed && change.contains(QStringLiteral("share_id")));
+
+    QJsonObject command{{QStringLiteral("command_id"), QStringLiteral("cmd_hostile")},
+                        {QStringLiteral("cid"), hostCid},
+                        {QStringLiteral("port_key"), port->portKey()},
+                        {QStringLiteral("session_id"), service->sessionId()}};
+    for (auto it = change.begin(); it != change.end(); ++it)
+        command.insert(it.key(), it.value());
+    QSignalSpy finished(service, &CloudConsoleService::commandFinished);
+    far.readAll();
+    service->onConsoleResponse({{QStringLiteral("type"), QStringLiteral("commands")},
+                                {QStringLiteral("cid"), command.value(QStringLiteral("cid"))},
+                                {QStringLiteral("commands"), QJsonArray{command}}});
+    if (errorCode.isEmpty()) {
+        QCOMPARE(finished.size(), 0);
+    } else {
+        QCOMPARE(finished.size(), 1);
+        QCOMPARE(finished.first().at(2).toBool(), false);
+        QCOMPARE(finished.first().at(3).toString(), errorCode);
+    }
+    // Nothing reached the device and the port stayed as it was.
+    QTest::qWait(200);
+    QCOMPARE(far.readAll(), QByteArray());
+    QVERIFY(session->portIsOpen());
+    QCOMPARE(session->settings().baudRate, 9600);
+    service->setAllowRemoteSend(false);
+    service->setAllowPortControl(false);
+    service->setAllowRemoteRelay(false);
+}
+
+QTEST_GUILESS_MAIN(CloudConsoleTest)
+#include "tst_cloudconsole.moc"
