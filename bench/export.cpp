@@ -17,6 +17,8 @@
 // came in (only the last lines), and the filter switched on; the anchor is the walk of
 // QTextDocument::find over the same view.
 
+#include "procmemory.h"
+
 #include "recording/sessionexport.h"
 #include "recording/sessionexportwriter.h"
 #include "recording/zipwriter.h"
@@ -39,6 +41,10 @@
 
 #include <memory>
 
+using procmemory::peakRssMiB;
+using procmemory::rssMiB;
+using procmemory::resetPeakRss;
+
 namespace {
 
 constexpr qint64 Payload = 100 * 1000 * 1000;
@@ -57,42 +63,6 @@ protected:
         return length;
     }
 };
-
-double peakRssMiB()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly)) {
-        return -1;
-    }
-    for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:")) {
-            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
-        }
-    }
-    return -1;
-}
-
-double rssMiB()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly)) {
-        return -1;
-    }
-    for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith("VmRSS:")) {
-            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
-        }
-    }
-    return -1;
-}
-
-void resetPeakRss()
-{
-    QFile clear(QStringLiteral("/proc/self/clear_refs"));
-    if (clear.open(QIODevice::WriteOnly)) {
-        clear.write("5");
-    }
-}
 
 // Mostly printable text, as devices send it, with a few control bytes.
 QByteArray payloadOf(QRandomGenerator &random, int size)

@@ -4,6 +4,8 @@
 // lost bytes (sent minus the Rx counter, which must be 0), and the same rate for a bare
 // QTcpSocket reader on the same kind of peer.
 
+#include "procmemory.h"
+
 #include "connection/settings.h"
 #include "floodpeer.h"
 #include "session/serialportwidget.h"
@@ -23,6 +25,9 @@
 #include <cmath>
 #include <memory>
 #include <vector>
+
+using procmemory::peakRssMiB;
+using procmemory::resetPeakRss;
 
 namespace {
 
@@ -52,27 +57,6 @@ void spin(int ms)
 }
 
 // Peak resident set size in MiB since the last reset.
-double peakRssMiB()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly)) {
-        return -1;
-    }
-    for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:")) {
-            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
-        }
-    }
-    return -1;
-}
-
-void resetPeakRss()
-{
-    QFile clear(QStringLiteral("/proc/self/clear_refs"));
-    if (clear.open(QIODevice::WriteOnly)) {
-        clear.write("5");
-    }
-}
 
 // Lag of a 1 ms precise timer: how late each tick came.
 class LagProbe

@@ -3,6 +3,8 @@
 // of a 1 ms probe timer on the same event loop and the peak resident set are reported.
 // The bar: no poll above 50 ms, no gap above 100 ms, never more than 200 MiB.
 
+#include "procmemory.h"
+
 #include "connection/settings.h"
 #include "session/scriptportlink.h"
 #include "app/scriptwindow.h"
@@ -20,32 +22,13 @@
 #include <functional>
 #include <memory>
 
+using procmemory::peakRssMiB;
+using procmemory::resetPeakRss;
+
 namespace {
 
 constexpr int RunMs = 3000;
 constexpr int EndMs = 10000;
-
-double peakRssMiB()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly)) {
-        return -1;
-    }
-    for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:")) {
-            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
-        }
-    }
-    return -1;
-}
-
-void resetPeakRss()
-{
-    QFile clear(QStringLiteral("/proc/self/clear_refs"));
-    if (clear.open(QIODevice::WriteOnly)) {
-        clear.write("5");
-    }
-}
 
 // CPU time of this thread in milliseconds: unlike the wall clock, it leaves out the
 // time other processes had the core.
