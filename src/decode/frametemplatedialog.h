@@ -61,8 +61,6 @@ public:
     QList<DecodedField> testDetails(int row) const;
     QString errorText() const;
 
-    static QString statusName(FrameStatus status);
-
 public slots:
     void accept() override;
 

@@ -3,6 +3,7 @@
 
 #include "decode/frametemplatedialog.h"
 
+#include "decode/frametablemodel.h"
 #include "decode/frametemplatetext.h"
 #include "decode/templatestreamdecoder.h"
 
@@ -11,25 +12,6 @@
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QTableWidget>
-
-QString FrameTemplateDialog::statusName(FrameStatus status)
-{
-    switch (status) {
-    case FrameStatus::Ok:
-        return tr("OK");
-    case FrameStatus::Exception:
-        return tr("Exception");
-    case FrameStatus::ChecksumError:
-        return tr("Checksum error");
-    case FrameStatus::Malformed:
-        return tr("Malformed");
-    case FrameStatus::Incomplete:
-        return tr("Incomplete");
-    case FrameStatus::Unrecognized:
-        break;
-    }
-    return tr("Unrecognized");
-}
 
 void FrameTemplateDialog::setTestText(const QString &text)
 {
@@ -75,7 +57,7 @@ QString FrameTemplateDialog::runTest(const QString &text)
         testExplained.append(decoder.explain(frame));
         testResults->addItem(QStringLiteral("#%1  %2  %3")
                                  .arg(frame.seq)
-                                 .arg(statusName(frame.status), frame.summary));
+                                 .arg(FrameTableModel::statusText(frame.status), frame.summary));
     }
     say(QString());
     testResults->setCurrentRow(0);

@@ -3221,30 +3221,6 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <translation>字段 %1：条件的写法为“3=01”（第 3 字节为 0x01）</translation>
     </message>
     <message>
-        <source>OK</source>
-        <translation>正确</translation>
-    </message>
-    <message>
-        <source>Exception</source>
-        <translation>异常</translation>
-    </message>
-    <message>
-        <source>Checksum error</source>
-        <translation>校验错误</translation>
-    </message>
-    <message>
-        <source>Malformed</source>
-        <translation>格式错误</translation>
-    </message>
-    <message>
-        <source>Incomplete</source>
-        <translation>不完整</translation>
-    </message>
-    <message>
-        <source>Unrecognized</source>
-        <translation>无法识别</translation>
-    </message>
-    <message>
         <source>Paste some bytes to decode.</source>
         <translation>请粘贴要解码的字节。</translation>
     </message>
