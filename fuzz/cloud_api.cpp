@@ -1,16 +1,21 @@
 // Sends the input to one of the cloud server's endpoints, in-process (router, endpoint
-// code and an in-memory SQLite store), signed in or not, and checks the reply: never a
-// server error for any input, and always the four fields a client routes by.
+// code and an in-memory SQLite store), signed in or not, from some address, and checks
+// the reply: never a server error for any input, and always the four fields a client
+// routes by. Two guest shares wait in the store, one with a passcode and one without,
+// so that joins get past the code.
 
 #include "accountapi.h"
 #include "apirequest.h"
 #include "clientapi.h"
+#include "consolehub.h"
 #include "database.h"
 #include "deviceapi.h"
 #include "mailer.h"
 #include "passwordhasher.h"
+#include "relayhub.h"
 #include "router.h"
 #include "servercontext.h"
+#include "shareapi.h"
 #include "syncapi.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -47,6 +52,9 @@ constexpr Endpoint kEndpoints[] = {
     {"PUT", "/api/v3/sync/items/%1/default"},   {"PUT", "/api/v3/sync/items/settings/%1"},
     {"GET", "/api/v3/clients/%1"},              {"POST", "/api/v3/clients/%1/info"},
     {"GET", "/api/v3/releases/latest?platform=%1"}, {"GET", "/api/v3/cloud/quota"},
+    {"POST", "/api/v3/relay/shares"},           {"GET", "/api/v3/relay/shares?cid=%1"},
+    {"DELETE", "/api/v3/relay/shares/%1"},      {"GET", "/api/v3/relay/join/%1"},
+    {"POST", "/api/v3/relay/join"},             {"GET", "/api/v3/relay/join/7KQ2-M9XD-4HT%1"},
     {"GET", "/api/v3/%1"},
 };
 
@@ -64,6 +72,9 @@ struct Server
     std::unique_ptr<DeviceApi> devices;
     std::unique_ptr<SyncApi> sync;
     std::unique_ptr<ClientApi> clients;
+    std::unique_ptr<ConsoleHub> console;
+    std::unique_ptr<RelayHub> relays;
+    std::unique_ptr<ShareApi> shares;
     QString token;
 
     Server()
@@ -82,6 +93,10 @@ struct Server
         sync->addRoutes(router);
         clients = std::make_unique<ClientApi>(*context);
         clients->addRoutes(router);
+        console = std::make_unique<ConsoleHub>(*context);
+        relays = std::make_unique<RelayHub>(*context, *console);
+        shares = std::make_unique<ShareApi>(*context, *console, *relays);
+        shares->addRoutes(router);
         UserRecord user{0, QStringLiteral("fuzz@example.com"), QStringLiteral("F"),
                         PasswordHasher::hashNow(QStringLiteral("password"), {1, 8, 1}), 1};
         TokenPair tokens;
@@ -89,6 +104,21 @@ struct Server
                   && context->sessions.open(user.id, QString(), context->now(), &tokens),
               "fuzz account");
         token = tokens.accessToken;
+        for (const char *code : {"7KQ2M9XD4HTW", "7KQ2M9XD4HTX"}) {
+            ShareRecord share;
+            share.shareId = QStringLiteral("shr_") + QString::fromLatin1(code);
+            share.userId = user.id;
+            share.cid = QStringLiteral("0a1b2c3d-0000-4000-8000-00000000000a");
+            share.sessionId = share.portKey = share.portName = QStringLiteral("ser-0");
+            share.code = QString::fromLatin1(code);
+            share.web = QStringLiteral("send");
+            share.relay = true;
+            share.createdAt = context->now();
+            share.expiresAt = share.createdAt + 86400000;
+            if (share.code.endsWith(u'W'))
+                share.passcodeHash = PasswordHasher::hashNow(QStringLiteral("4711"), {1, 8, 1});
+            check(context->shares.create(share) == Lookup::Found, "fuzz shares");
+        }
     }
 };
 
@@ -111,6 +141,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const Endpoint &endpoint = kEndpoints[input.ConsumeIntegralInRange<std::size_t>(
         0, std::size(kEndpoints) - 1)];
     const bool signedIn = input.ConsumeBool();
+    const quint32 address = input.ConsumeIntegral<quint32>();
     const std::string filler = input.ConsumeRandomLengthString(64);
     const std::vector<std::uint8_t> body = input.ConsumeRemainingBytes<std::uint8_t>();
 
@@ -123,7 +154,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     request.segments = ApiRequest::splitPath(request.path);
     request.query = QUrlQuery(url);
     request.body = QByteArray(reinterpret_cast<const char *>(body.data()), qsizetype(body.size()));
-    request.remoteAddress = QHostAddress(QHostAddress::LocalHost);
+    request.remoteAddress = QHostAddress(address);
     if (signedIn)
         request.bearerToken = s.token;
 

@@ -19,6 +19,7 @@ struct ApiRequest
     QByteArray body;
     QString bearerToken;       // from "Authorization: Bearer ..."
     QString guestToken;        // from "X-Relay-Guest-Token"
+    QString host;              // from "Host", when it is a plain host[:port]
     QHostAddress remoteAddress;
     QHash<QString, QString> params; // path captures of the matched route
 

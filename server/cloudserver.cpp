@@ -13,6 +13,7 @@
 #include "relayhub.h"
 #include "router.h"
 #include "servercontext.h"
+#include "shareapi.h"
 #include "serverlog.h"
 #include "syncapi.h"
 
@@ -114,6 +115,8 @@ bool CloudServer::start(QString *error)
     consoleApi->addRoutes(*router);
     relayApi = std::make_unique<RelayApi>(*context, *consoleHub, *relayHub);
     relayApi->addRoutes(*router);
+    shareApi = std::make_unique<ShareApi>(*context, *consoleHub, *relayHub);
+    shareApi->addRoutes(*router);
     addConsolePages(*router);
 
     frontend = new HttpFrontend(*router, HttpFrontend::Limits{}, this);

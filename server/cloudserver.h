@@ -23,6 +23,7 @@ class Mailer;
 class PasswordHasher;
 class Router;
 class ServerContext;
+class ShareApi;
 class SyncApi;
 class QTimer;
 
@@ -54,6 +55,7 @@ private:
     RelayHub *relayHub = nullptr;
     std::unique_ptr<ConsoleApi> consoleApi;
     std::unique_ptr<RelayApi> relayApi;
+    std::unique_ptr<ShareApi> shareApi;
     HttpFrontend *frontend = nullptr;
     QTimer *housekeeping = nullptr;
     quint16 listeningPort = 0;

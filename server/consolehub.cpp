@@ -1,5 +1,6 @@
 #include "consolehub.h"
 
+#include "cloud/sharepolicy.h"
 #include "consolerules.h"
 #include "devicestore.h"
 #include "secrets.h"
@@ -9,6 +10,8 @@
 #include <QJsonDocument>
 #include <QTimer>
 #include <QWebSocket>
+
+#include <algorithm>
 
 namespace {
 
@@ -84,6 +87,8 @@ QJsonObject ConsoleCommand::statusJson() const
                      {QStringLiteral("port_key"), portKey},
                      {QStringLiteral("state"), stateName(state)},
                      {QStringLiteral("created_at"), ServerContext::isoTime(createdAt)}};
+    if (!shareId.isEmpty())
+        json.insert(QStringLiteral("share_id"), shareId);
     if (!errorCode.isEmpty())
         json.insert(QStringLiteral("error_code"), errorCode);
     if (!message.isEmpty())
@@ -109,6 +114,7 @@ struct ConsoleHub::Live
     qint64 viewersGoneAt = 0;
     bool toldGone = true;
     QList<QJsonObject> backlog;
+    QList<qint64> backlogTimes; // when each backlog event arrived
     qint64 backlogBytes = 0;
 };
 
@@ -117,6 +123,17 @@ struct ConsoleHub::Viewer
     qint64 userId = 0;
     QString cid;     // empty while watching nothing
     QString portKey; // empty: every port
+    // A share's guest; empty shareId for the owner's browser.
+    QString shareId;
+    QString shareCid;
+    QString sharePort;
+    QString level;
+    QString guestName;
+    qint64 shareCreatedAt = 0;
+    qint64 expiresAt = 0;
+    qint64 since = 0;
+
+    bool isGuest() const { return !shareId.isEmpty(); }
 };
 
 ConsoleHub::ConsoleHub(ServerContext &context, QObject *parent)
@@ -170,7 +187,8 @@ QJsonObject ConsoleHub::contact(const Device &device, const QString &version)
 {
     Live *entry = live(device.userId, device.cid);
     bool conflict = false;
-    if (device.sessionId != entry->sessionId) {
+    const bool newRun = device.sessionId != entry->sessionId;
+    if (newRun) {
         // A new run takes over quietly (the old one is most likely gone); a displaced
         // run that speaks again means two computers answer to one cid.
         conflict = !entry->sessionId.isEmpty() && device.sessionId == entry->previousSession;
@@ -187,6 +205,8 @@ QJsonObject ConsoleHub::contact(const Device &device, const QString &version)
     QJsonObject fields = stateFields(*entry);
     if (conflict)
         fields.insert(QStringLiteral("cid_conflict"), true);
+    if (newRun && runChanged)
+        runChanged(device.userId, device.cid, device.sessionId);
     return fields;
 }
 
@@ -220,14 +240,23 @@ bool ConsoleHub::storeEvents(const Device &device, const QJsonArray &events, Ref
         const QJsonObject event = value.toObject();
         byPort[event[u"port_key"].toString()].append(event);
         entry->backlog.append(event);
+        entry->backlogTimes.append(now);
         entry->backlogBytes += event[u"payload_text"].toString().size();
     }
-    while (entry->backlogBytes > kBacklogBytes && !entry->backlog.isEmpty())
+    while (entry->backlogBytes > kBacklogBytes && !entry->backlog.isEmpty()) {
         entry->backlogBytes -= entry->backlog.takeFirst()[u"payload_text"].toString().size();
+        entry->backlogTimes.removeFirst();
+    }
+    QList<QWebSocket *> expired;
     for (auto it = viewers.cbegin(); it != viewers.cend(); ++it) {
         const Viewer &viewer = *it.value();
         if (viewer.userId != entry->userId || viewer.cid != entry->cid)
             continue;
+        // A guest sees nothing past its share's end: checked on each batch, not at a sweep.
+        if (viewer.isGuest() && now >= viewer.expiresAt) {
+            expired.append(it.key());
+            continue;
+        }
         QJsonArray mine;
         if (viewer.portKey.isEmpty()) {
             for (const QJsonArray &list : byPort)
@@ -241,6 +270,8 @@ bool ConsoleHub::storeEvents(const Device &device, const QJsonArray &events, Ref
                                 {QStringLiteral("cid"), entry->cid},
                                 {QStringLiteral("events"), mine}});
     }
+    for (QWebSocket *socket : std::as_const(expired))
+        endGuest(socket, QStringLiteral("expired"), QStringLiteral("The share expired."));
     return true;
 }
 
@@ -315,15 +346,17 @@ std::optional<QString> ConsoleHub::enqueue(ConsoleCommand command, Refusal *refu
         return std::nullopt;
     }
     // Every command naming a share must stay within that share's port: a guest's
-    // share of one port opens no other.
+    // share of one port opens no other. The share is looked up on each command, so an
+    // expired or revoked one stops at once.
     if (!command.shareId.isEmpty()) {
-        const std::optional<QString> sharedPort =
-            shareResolver ? shareResolver(command.userId, command.shareId) : std::nullopt;
-        if (!sharedPort) {
+        QString sharedPort;
+        if (!shareResolver) {
             *refusal = {404, QStringLiteral("share_not_found"), QStringLiteral("There is no such share.")};
             return std::nullopt;
         }
-        if (*sharedPort != command.portKey) {
+        if (!shareResolver(command.userId, command.shareId, &sharedPort, refusal))
+            return std::nullopt;
+        if (sharedPort != command.portKey) {
             *refusal = {403, QStringLiteral("share_port_mismatch"),
                         QStringLiteral("The command names a port other than its share's.")};
             return std::nullopt;
@@ -441,6 +474,13 @@ void ConsoleHub::tick()
         else
             ++it;
     }
+    QList<QWebSocket *> expired;
+    for (auto it = viewers.cbegin(); it != viewers.cend(); ++it) {
+        if (it.value()->isGuest() && now >= it.value()->expiresAt)
+            expired.append(it.key());
+    }
+    for (QWebSocket *socket : std::as_const(expired))
+        endGuest(socket, QStringLiteral("expired"), QStringLiteral("The share expired."));
     for (auto it = devices.begin(); it != devices.end();) {
         Live *entry = it.value();
         if (entry->viewers == 0 && !entry->toldGone && now - entry->viewersGoneAt >= kWatchGraceMs) {
@@ -493,6 +533,8 @@ void ConsoleHub::onText(QWebSocket *socket, const QString &text)
                            QStringLiteral("The first frame must be a hello."));
     if (frame[u"role"].toString() == u"viewer")
         onViewerHello(socket, frame);
+    else if (frame[u"role"].toString() == u"guest")
+        onGuestHello(socket, frame);
     else
         onDeviceHello(socket, frame);
 }
@@ -593,6 +635,43 @@ void ConsoleHub::onViewerFrame(QWebSocket *socket, Viewer &viewer, const QJsonOb
 {
     const QString type = frame[u"type"].toString();
     const QString cid = frame[u"cid"].toString().trimmed().toLower();
+    if (viewer.isGuest()) {
+        if (endGuestIfExpired(socket, viewer, context.now()))
+            return;
+        const QString port = frame[u"port_key"].toString();
+        if (type == u"unwatch") {
+            setWatch(socket, {}, {});
+        } else if (type == u"watch") {
+            if ((cid.isEmpty() || cid == viewer.shareCid) &&
+                (port.isEmpty() || port == viewer.sharePort))
+                return setWatch(socket, viewer.shareCid, viewer.sharePort);
+            sendJson(socket, {{QStringLiteral("type"), QStringLiteral("watch")},
+                              {QStringLiteral("status"), false},
+                              {QStringLiteral("code"), QStringLiteral("share_port_mismatch")},
+                              {QStringLiteral("description"),
+                               QStringLiteral("The invite covers one port only.")}});
+        } else if (type == u"command") {
+            Refusal refusal;
+            const std::optional<QString> id =
+                guestCommand(viewer, consolerules::commandFrom(frame), &refusal);
+            QJsonObject reply{{QStringLiteral("type"), QStringLiteral("command")},
+                              {QStringLiteral("status"), id.has_value()},
+                              {QStringLiteral("request_id"), frame[u"request_id"]}};
+            if (id) {
+                reply.insert(QStringLiteral("command"), commandStatus(viewer.userId, *id));
+            } else {
+                reply.insert(QStringLiteral("code"), refusal.code);
+                reply.insert(QStringLiteral("description"), refusal.description);
+            }
+            sendJson(socket, reply);
+            if (refusal.code == u"share_expired" || refusal.code == u"share_revoked")
+                endGuest(socket,
+                         refusal.code == u"share_expired" ? QStringLiteral("expired")
+                                                          : QStringLiteral("revoked"),
+                         refusal.description);
+        }
+        return;
+    }
     const auto bound = [&]() {
         DeviceRecord record;
         return context.devices.find(viewer.userId, cid, &record) == Lookup::Found;
@@ -651,14 +730,20 @@ void ConsoleHub::setWatch(QWebSocket *socket, const QString &cid, const QString 
     viewersChanged(*entry);
     DeviceRecord record;
     context.devices.find(viewer->userId, cid, &record);
+    QJsonObject device = deviceList(viewer->userId, {record}).first().toObject();
+    if (viewer->isGuest())
+        device = visibleTo(*viewer, device);
     sendJson(socket, {{QStringLiteral("type"), QStringLiteral("watch")},
                       {QStringLiteral("status"), true},
                       {QStringLiteral("cid"), cid},
                       {QStringLiteral("port_key"), portKey},
-                      {QStringLiteral("device"), deviceList(viewer->userId, {record}).first()}});
+                      {QStringLiteral("device"), device}});
+    // A guest sees the recent traffic of its port since the share was made, no older.
     QJsonArray recent;
-    for (const QJsonObject &event : std::as_const(entry->backlog)) {
-        if (portKey.isEmpty() || event[u"port_key"].toString() == portKey)
+    for (qsizetype i = 0; i < entry->backlog.size(); ++i) {
+        const QJsonObject &event = entry->backlog[i];
+        if ((portKey.isEmpty() || event[u"port_key"].toString() == portKey) &&
+            (!viewer->isGuest() || entry->backlogTimes.value(i) >= viewer->shareCreatedAt))
             recent.append(event);
     }
     if (!recent.isEmpty())
@@ -689,8 +774,155 @@ void ConsoleHub::pushToViewers(const Live &entry, const QJsonObject &frame, cons
 {
     for (auto it = viewers.cbegin(); it != viewers.cend(); ++it) {
         const Viewer &viewer = *it.value();
-        if (viewer.userId == entry.userId && viewer.cid == entry.cid
-            && (portKey.isEmpty() || viewer.portKey.isEmpty() || viewer.portKey == portKey))
-            sendJson(it.key(), frame);
+        if (viewer.userId != entry.userId || viewer.cid != entry.cid ||
+            !(portKey.isEmpty() || viewer.portKey.isEmpty() || viewer.portKey == portKey))
+            continue;
+        const QJsonObject visible = visibleTo(viewer, frame);
+        if (!visible.isEmpty())
+            sendJson(it.key(), visible);
     }
+}
+
+QJsonObject ConsoleHub::visibleTo(const Viewer &viewer, const QJsonObject &frame) const
+{
+    if (!viewer.isGuest())
+        return frame;
+    if (frame.contains(u"ports")) {
+        // A snapshot or a device: the guest's port only, the others stay unknown to it.
+        QJsonArray mine;
+        for (const QJsonValue &port : frame[u"ports"].toArray()) {
+            if (port[u"port_key"].toString() == viewer.sharePort)
+                mine.append(port);
+        }
+        QJsonObject copy = frame;
+        copy.insert(QStringLiteral("ports"), mine);
+        return copy;
+    }
+    if (frame[u"type"].toString() == u"result" &&
+        frame[u"command"][u"share_id"].toString() != viewer.shareId)
+        return {};
+    return frame;
+}
+
+void ConsoleHub::onGuestHello(QWebSocket *socket, const QJsonObject &hello)
+{
+    GuestGrant grant;
+    Refusal refusal{401, QStringLiteral("unauthorized"),
+                    QStringLiteral("The invite is no longer valid.")};
+    if (!guestResolver || !guestResolver(hello[u"guest_token"].toString(), &grant, &refusal))
+        return refuseHello(socket, refusal.code, refusal.description);
+    auto *viewer = new Viewer;
+    viewer->userId = grant.userId;
+    viewer->shareId = grant.shareId;
+    viewer->shareCid = grant.cid;
+    viewer->sharePort = grant.portKey;
+    viewer->level = grant.level;
+    viewer->guestName = grant.guestName;
+    viewer->shareCreatedAt = grant.createdAt;
+    viewer->expiresAt = grant.expiresAt;
+    viewer->since = context.now();
+    viewers.insert(socket, viewer);
+    qCInfo(lcServer).noquote() << "share" << grant.shareId << "browser guest joined";
+    sendJson(socket,
+             {{QStringLiteral("type"), QStringLiteral("hello")},
+              {QStringLiteral("status"), true},
+              {QStringLiteral("code"), QStringLiteral("ok")},
+              {QStringLiteral("share"), QJsonObject{{QStringLiteral("share_id"), grant.shareId},
+                                                    {QStringLiteral("cid"), grant.cid},
+                                                    {QStringLiteral("port_key"), grant.portKey},
+                                                    {QStringLiteral("port_name"), grant.portName},
+                                                    {QStringLiteral("label"), grant.label},
+                                                    {QStringLiteral("web"), grant.level},
+                                                    {QStringLiteral("guest_name"), grant.guestName},
+                                                    {QStringLiteral("expires_at"),
+                                                     ServerContext::isoTime(grant.expiresAt)}}}});
+    setWatch(socket, grant.cid, grant.portKey);
+}
+
+std::optional<QString> ConsoleHub::guestCommand(Viewer &viewer, ConsoleCommand command,
+                                                Refusal *refusal)
+{
+    if (context.now() >= viewer.expiresAt) {
+        *refusal = {410, QStringLiteral("share_expired"), QStringLiteral("The share expired.")};
+        return std::nullopt;
+    }
+    command.userId = viewer.userId;
+    command.cid = viewer.shareCid;
+    command.shareId = viewer.shareId;
+    if (command.portKey.isEmpty())
+        command.portKey = viewer.sharePort;
+    if (!consolerules::checkBrowserCommand(command, refusal))
+        return std::nullopt;
+    SharePolicy::Need need = SharePolicy::Need::Control;
+    SharePolicy::Level level = SharePolicy::Level::None;
+    SharePolicy::needOf(command.command, &need);
+    if (!SharePolicy::parseLevel(viewer.level, &level) || !SharePolicy::allows(level, need)) {
+        *refusal = {
+            403, QStringLiteral("permission_denied"),
+            need == SharePolicy::Need::Control
+                ? QStringLiteral("The invite does not allow port control.")
+                : QStringLiteral("The invite lets you watch only; it does not allow sending.")};
+        return std::nullopt;
+    }
+    return enqueue(command, refusal);
+}
+
+bool ConsoleHub::endGuestIfExpired(QWebSocket *socket, const Viewer &viewer, qint64 now)
+{
+    if (!viewer.isGuest() || now < viewer.expiresAt)
+        return false;
+    endGuest(socket, QStringLiteral("expired"), QStringLiteral("The share expired."));
+    return true;
+}
+
+void ConsoleHub::endGuest(QWebSocket *socket, const QString &reason, const QString &description)
+{
+    Viewer *viewer = viewers.take(socket);
+    if (!viewer)
+        return;
+    if (Live *entry = devices.value(key(viewer->userId, viewer->cid));
+        entry && !viewer->cid.isEmpty()) {
+        --entry->viewers;
+        viewersChanged(*entry);
+    }
+    qCInfo(lcServer).noquote() << "share" << viewer->shareId << "browser guest ended:" << reason;
+    delete viewer;
+    sendJson(socket, {{QStringLiteral("type"), QStringLiteral("share_ended")},
+                      {QStringLiteral("reason"), reason},
+                      {QStringLiteral("description"), description}});
+    socket->close(QWebSocketProtocol::CloseCodeNormal, description.left(120));
+}
+
+void ConsoleHub::endShare(const QString &shareId, const QString &reason, const QString &description)
+{
+    if (shareId.isEmpty())
+        return;
+    QList<QWebSocket *> guests;
+    for (auto it = viewers.cbegin(); it != viewers.cend(); ++it) {
+        if (it.value()->shareId == shareId)
+            guests.append(it.key());
+    }
+    for (QWebSocket *socket : std::as_const(guests))
+        endGuest(socket, reason, description);
+    // What the computer has not collected yet never reaches the port.
+    for (ConsoleCommand &command : commands) {
+        if (command.shareId == shareId && command.state == ConsoleCommand::State::Queued)
+            end(command, QStringLiteral("share_ended"), description);
+    }
+}
+
+QJsonArray ConsoleHub::webGuests(const QString &shareId) const
+{
+    QList<const Viewer *> guests;
+    for (const Viewer *viewer : viewers) {
+        if (viewer->shareId == shareId)
+            guests.append(viewer);
+    }
+    std::sort(guests.begin(), guests.end(),
+              [](const Viewer *a, const Viewer *b) { return a->since < b->since; });
+    QJsonArray out;
+    for (const Viewer *viewer : std::as_const(guests))
+        out.append(QJsonObject{{QStringLiteral("name"), viewer->guestName},
+                               {QStringLiteral("since"), ServerContext::isoTime(viewer->since)}});
+    return out;
 }

@@ -4,7 +4,8 @@
 // which run, the ports each last reported, recent traffic, the browsers watching, and
 // the commands waiting for a computer or for its result. A computer speaks over REST
 // or over /ws/console/v1 with the same payloads; a browser lists over REST and
-// watches over /ws/console/v1 after a "viewer" hello.
+// watches over /ws/console/v1 after a "viewer" hello. A guest of a share watches one
+// port after a "guest" hello, and may do there what its share allows.
 
 #include <QHash>
 #include <QJsonArray>
@@ -67,14 +68,39 @@ public:
         QString code;
         QString description;
     };
-    // The port a share covers, when `shareId` is a share of `userId`. Shares are kept
-    // elsewhere; without a resolver every command naming a share is refused.
-    using ShareResolver = std::function<std::optional<QString>(qint64 userId, const QString &shareId)>;
+    // What a guest's token admits to: one port of one computer, at a browser level,
+    // until the share ends.
+    struct GuestGrant
+    {
+        qint64 userId = 0;
+        QString cid;
+        QString shareId;
+        QString portKey;
+        QString portName;
+        QString label;
+        QString level; // "view", "send", "control"
+        QString guestName;
+        qint64 createdAt = 0;
+        qint64 expiresAt = 0;
+    };
+    // The port a share covers, when `shareId` is a live share of `userId`; otherwise
+    // false with `refusal` set. Shares are kept elsewhere; without a resolver every
+    // command naming a share is refused.
+    using ShareResolver = std::function<bool(qint64 userId, const QString &shareId,
+                                             QString *portKey, Refusal *refusal)>;
+    // The grant of a guest token, or false with `refusal` set.
+    using GuestResolver =
+        std::function<bool(const QString &token, GuestGrant *grant, Refusal *refusal)>;
+    // Told when a computer starts a new run (its shares of other runs are stale).
+    using RunChanged =
+        std::function<void(qint64 userId, const QString &cid, const QString &sessionId)>;
 
     explicit ConsoleHub(ServerContext &context, QObject *parent = nullptr);
     ~ConsoleHub() override;
 
     void setShareResolver(ShareResolver resolver) { shareResolver = std::move(resolver); }
+    void setGuestResolver(GuestResolver resolver) { guestResolver = std::move(resolver); }
+    void setRunChanged(RunChanged hook) { runChanged = std::move(hook); }
 
     // A computer's contact (heartbeat, poll, ...): notes it online and gives the state
     // fields of every reply to it (cid, ws, watching, authoritative, need_snapshot,
@@ -104,6 +130,12 @@ public:
     QJsonObject port(qint64 userId, const QString &cid, const QString &portKey) const;
     bool hasSnapshot(qint64 userId, const QString &cid) const;
 
+    // Ends share `shareId` here: its guests are told `reason` with `description` and
+    // their sockets close, and its commands not yet collected fail.
+    void endShare(const QString &shareId, const QString &reason, const QString &description);
+    // The browser guests of share `shareId`: name and since (ISO time), oldest first.
+    QJsonArray webGuests(const QString &shareId) const;
+
     // Takes a socket of /ws/console/v1.
     void acceptSocket(QWebSocket *socket);
 
@@ -118,6 +150,16 @@ private:
     void onDeviceFrame(QWebSocket *socket, const Device &device, const QJsonObject &frame);
     void onViewerHello(QWebSocket *socket, const QJsonObject &hello);
     void onViewerFrame(QWebSocket *socket, Viewer &viewer, const QJsonObject &frame);
+    void onGuestHello(QWebSocket *socket, const QJsonObject &hello);
+    // A guest's command: its share's port only, at its share's level.
+    std::optional<QString> guestCommand(Viewer &viewer, ConsoleCommand command, Refusal *refusal);
+    // Closes a guest's socket after telling it why; true when the guest's share has
+    // passed its end and it was closed.
+    bool endGuestIfExpired(QWebSocket *socket, const Viewer &viewer, qint64 now);
+    void endGuest(QWebSocket *socket, const QString &reason, const QString &description);
+    // `frame` as viewer `viewer` may see it: a guest sees only its own port and the
+    // results of its share's commands; empty when it is not for that viewer at all.
+    QJsonObject visibleTo(const Viewer &viewer, const QJsonObject &frame) const;
     void onSocketGone(QWebSocket *socket);
     void setWatch(QWebSocket *socket, const QString &cid, const QString &portKey);
     void viewersChanged(Live &entry);
@@ -128,6 +170,8 @@ private:
 
     ServerContext &context;
     ShareResolver shareResolver;
+    GuestResolver guestResolver;
+    RunChanged runChanged;
     QHash<QString, Live *> devices;            // "userId/cid"
     QHash<QString, ConsoleCommand> commands;   // by id
     QHash<QWebSocket *, Viewer *> viewers;

@@ -8,6 +8,7 @@
 
 #include <QHttpServerRequest>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTimer>
 #include <QWebSocket>
@@ -146,6 +147,11 @@ bool HttpFrontend::handleRequest(const QHttpServerRequest &httpRequest, QTcpSock
     if (authorization.size() > 7 && authorization.left(7).toLower() == "bearer ")
         request.bearerToken = QString::fromLatin1(authorization.mid(7).trimmed());
     request.guestToken = QString::fromLatin1(httpRequest.value("x-relay-guest-token").trimmed());
+    // The Host header goes into invite links: only a plain name or address and port.
+    static const QRegularExpression plainHost(QStringLiteral("^[A-Za-z0-9.:\\[\\]-]{1,255}$"));
+    const QString host = QString::fromLatin1(httpRequest.value("host").trimmed());
+    if (plainHost.match(host).hasMatch())
+        request.host = host;
     const bool close = httpRequest.value("connection").trimmed().toLower() == "close";
 
     const auto slot = std::make_shared<Slot>();

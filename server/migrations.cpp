@@ -75,6 +75,33 @@ const char *const kStep1[] = {
     " PRIMARY KEY (user_id, period))",
 };
 
+// Step 2: guest shares. One row per invite of one port; the code is what the owner
+// copies again from the share list, the passcode is kept only as an Argon2id hash.
+// A share ends by revoked_at (with its reason) or by reaching expires_at; rows stay
+// a while after that so the owner's computer learns why a share ended.
+const char *const kStep2[] = {
+    "CREATE TABLE guest_shares ("
+    " id {id},"
+    " share_id TEXT NOT NULL UNIQUE,"
+    " user_id BIGINT NOT NULL REFERENCES users(id) ON DELETE CASCADE,"
+    " cid TEXT NOT NULL,"
+    " session_id TEXT NOT NULL,"
+    " port_key TEXT NOT NULL,"
+    " port_name TEXT NOT NULL,"
+    " label TEXT NOT NULL,"
+    " code TEXT NOT NULL UNIQUE,"
+    " passcode_hash TEXT NOT NULL,"
+    " web TEXT NOT NULL,"
+    " relay SMALLINT NOT NULL,"
+    " created_at BIGINT NOT NULL,"
+    " expires_at BIGINT NOT NULL,"
+    " revoked_at BIGINT,"
+    " revoke_reason TEXT NOT NULL DEFAULT '',"
+    " wrong_passcodes INTEGER NOT NULL DEFAULT 0)",
+    "CREATE INDEX guest_shares_by_device ON guest_shares(user_id, cid)",
+    "CREATE INDEX guest_shares_by_expiry ON guest_shares(expires_at)",
+};
+
 QStringList dialect(const char *const *begin, const char *const *end, Database::Kind kind)
 {
     // SQLite's AUTOINCREMENT never hands out an id twice, like PostgreSQL's identity.
@@ -93,5 +120,6 @@ QList<Migration> migrations(Database::Kind kind)
 {
     return {
         {1, dialect(std::begin(kStep1), std::end(kStep1), kind)},
+        {2, dialect(std::begin(kStep2), std::end(kStep2), kind)},
     };
 }

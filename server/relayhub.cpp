@@ -39,7 +39,11 @@ struct RelayHub::Relay
     QString cid;
     QString portKey;
     QString guestTokenDigest;
+    QString shareId;
+    QString guestName;
+    qint64 notAfter = 0; // a share's relay ends with its share
     qint64 createdAt = 0;
+    qint64 pairedAt = 0;
     QPointer<QWebSocket> side[2];
     bool joined[2] = {false, false};
     bool paired = false;
@@ -76,9 +80,10 @@ RelayHub::~RelayHub()
     qDeleteAll(relays);
 }
 
-std::optional<RelayHub::Opened> RelayHub::open(qint64 userId, const QString &cid, const QString &portKey,
-                                               const QString &shareId, const QString &guestName, bool guest,
-                                               ConsoleHub::Refusal *refusal)
+std::optional<RelayHub::Opened> RelayHub::open(qint64 userId, const QString &cid,
+                                               const QString &portKey, const QString &shareId,
+                                               const QString &guestName, bool guest,
+                                               ConsoleHub::Refusal *refusal, qint64 notAfter)
 {
     if (!console.isOnline(userId, cid)) {
         *refusal = {409, QStringLiteral("device_offline"), QStringLiteral("The computer is offline.")};
@@ -114,6 +119,9 @@ std::optional<RelayHub::Opened> RelayHub::open(qint64 userId, const QString &cid
     relay->cid = cid;
     relay->portKey = portKey;
     relay->createdAt = context.now();
+    relay->shareId = shareId;
+    relay->guestName = guestName;
+    relay->notAfter = notAfter;
     relay->allowance = allowance;
     relay->tokens = double(qMax(context.options.relayRateBytes, kPieceBytes));
     relay->refilled.start();
@@ -170,6 +178,23 @@ bool RelayHub::close(const QString &relayId, const Closer &closer)
     return true;
 }
 
+void RelayHub::endShare(const QString &shareId)
+{
+    for (Relay *relay : std::as_const(relays)) {
+        if (!relay->ended && !shareId.isEmpty() && relay->shareId == shareId)
+            end(*relay, typed("closing"));
+    }
+}
+
+std::optional<RelayHub::Guest> RelayHub::guestOf(const QString &shareId) const
+{
+    for (const Relay *relay : relays) {
+        if (!relay->ended && relay->paired && relay->shareId == shareId)
+            return Guest{relay->guestName, relay->pairedAt};
+    }
+    return std::nullopt;
+}
+
 bool RelayHub::portBusy(qint64 userId, const QString &cid, const QString &portKey) const
 {
     return std::any_of(relays.cbegin(), relays.cend(), [&](const Relay *relay) {
@@ -208,6 +233,7 @@ void RelayHub::acceptSocket(QWebSocket *socket)
     qCInfo(lcServer).noquote() << "relay" << relay->id << (side == Host ? "host" : "client") << "joined";
     if (relay->side[Host] && relay->side[Client]) {
         relay->paired = true;
+        relay->pairedAt = context.now();
         QJsonObject ready = typed("ready");
         ready.insert(QStringLiteral("port_key"), relay->portKey);
         ready.insert(QStringLiteral("relay_id"), relay->id);
@@ -227,6 +253,11 @@ void RelayHub::onBinary(QWebSocket *socket, const QByteArray &bytes)
 
 void RelayHub::forward(Relay &relay, int from, const QByteArray &bytes)
 {
+    // A share's relay carries nothing past the share's end, not even until the next tick.
+    if (relay.notAfter > 0 && context.now() >= relay.notAfter) {
+        qCInfo(lcServer).noquote() << "relay" << relay.id << "ended with its share";
+        return end(relay, typed("closing"));
+    }
     if (relay.carried + bytes.size() > relay.allowance) {
         qCInfo(lcServer).noquote() << "relay" << relay.id << "used its allowance of" << relay.allowance
                                    << "bytes";
@@ -331,7 +362,8 @@ void RelayHub::tick()
     for (auto it = relays.begin(); it != relays.end();) {
         Relay *relay = it.value();
         const bool late = now - relay->createdAt > kPairingMs;
-        if (late && !relay->paired && !relay->ended)
+        const bool over = relay->notAfter > 0 && now >= relay->notAfter;
+        if ((over || (late && !relay->paired)) && !relay->ended)
             end(*relay, typed("closing"));
         // An ended relay stays until its tickets expire, so a late side learns the end.
         if (relay->ended && (late || (relay->joined[Host] && relay->joined[Client]))) {

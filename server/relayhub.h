@@ -44,14 +44,26 @@ public:
     RelayHub(ServerContext &context, ConsoleHub &console, QObject *parent = nullptr);
     ~RelayHub() override;
 
+    // The guest of a share's relay: who, and since when (ms) the relay is paired.
+    struct Guest
+    {
+        QString name;
+        qint64 since = 0;
+    };
+
     // Opens a relay to `portKey` of computer `cid` of `userId` and queues the host's
-    // "open_relay". `shareId` and `guestName` are for a guest's relay through a share.
+    // "open_relay". `shareId` and `guestName` are for a guest's relay through a share,
+    // which ends at `notAfter` (ms; 0: no end) with its share.
     std::optional<Opened> open(qint64 userId, const QString &cid, const QString &portKey,
                                const QString &shareId, const QString &guestName, bool guest,
-                               ConsoleHub::Refusal *refusal);
+                               ConsoleHub::Refusal *refusal, qint64 notAfter = 0);
     // Ends relay `relayId` for `closer`; false when there is no such relay of theirs.
     bool close(const QString &relayId, const Closer &closer);
     bool portBusy(qint64 userId, const QString &cid, const QString &portKey) const;
+    // Ends every relay of share `shareId` at once; both ends are told "closing".
+    void endShare(const QString &shareId);
+    // The paired guest of share `shareId`, if any.
+    std::optional<Guest> guestOf(const QString &shareId) const;
 
     // Takes a socket of /ws/relay/v1.
     void acceptSocket(QWebSocket *socket);

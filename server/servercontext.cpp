@@ -21,12 +21,16 @@ ServerContext::ServerContext(Database &db, const ServerOptions &options, Mailer 
     , devices(db)
     , sync(db, 1000)
     , clients(db)
+    , shares(db)
     , traffic(users, options.monthlyQuotaBytes)
     , codesPerEmail(1, kMinute)
     , codesPerAddress(20, 60 * kMinute)
     , failedLoginsPerEmail(10, 15 * kMinute)
     , failedLoginsPerAddress(50, 15 * kMinute)
     , reportsPerAddress(60, 60 * kMinute)
+    , joinsPerAddress(20, kMinute)
+    , joinsPerCode(10, kMinute)
+    , peeksPerAddress(60, kMinute)
 {
 }
 
@@ -56,7 +60,9 @@ void ServerContext::housekeeping()
     traffic.flush();
     sessions.purge(t);
     users.purge(t);
-    for (RateLimiter *limiter : {&codesPerEmail, &codesPerAddress, &failedLoginsPerEmail,
-                                 &failedLoginsPerAddress, &reportsPerAddress})
+    shares.purge(t);
+    for (RateLimiter *limiter :
+         {&codesPerEmail, &codesPerAddress, &failedLoginsPerEmail, &failedLoginsPerAddress,
+          &reportsPerAddress, &joinsPerAddress, &joinsPerCode, &peeksPerAddress})
         limiter->prune(t);
 }

@@ -9,6 +9,7 @@
 #include "ratelimiter.h"
 #include "serveroptions.h"
 #include "sessionstore.h"
+#include "sharestore.h"
 #include "syncstore.h"
 #include "trafficmeter.h"
 #include "userstore.h"
@@ -35,6 +36,7 @@ public:
     DeviceStore devices;
     SyncStore sync;
     ClientStore clients;
+    ShareStore shares;
     TrafficMeter traffic;
 
     RateLimiter codesPerEmail;
@@ -42,6 +44,10 @@ public:
     RateLimiter failedLoginsPerEmail;
     RateLimiter failedLoginsPerAddress;
     RateLimiter reportsPerAddress;
+    // Guest shares: joins per address and per invite code, looks at a code per address.
+    RateLimiter joinsPerAddress;
+    RateLimiter joinsPerCode;
+    RateLimiter peeksPerAddress;
 
     qint64 now() const;
     // The signed-in caller of `request`, or the reply that refuses it (401, or 500 when

@@ -2,6 +2,7 @@
 
 #include <QCommandLineParser>
 #include <QDir>
+#include <QUrl>
 
 #include <cstdio>
 
@@ -71,7 +72,14 @@ ServerOptions::Parsed ServerOptions::parse(const QStringList &arguments, ServerO
                                        QStringLiteral("Bytes per second one Live Relay may carry "
                                                       "(default 0: no limit)."),
                                        QStringLiteral("BYTES"));
-    parser.addOptions({listen, data, database, mail, tokenLife, quota, relayAllowance, relayRate});
+    const QCommandLineOption publicUrl(
+        QStringLiteral("public-url"),
+        QStringLiteral("The address browsers reach this server at, for "
+                       "invite links (default: http:// and the Host "
+                       "the request was made to)."),
+        QStringLiteral("URL"));
+    parser.addOptions(
+        {listen, data, database, mail, tokenLife, quota, relayAllowance, relayRate, publicUrl});
 
     if (!parser.parse(arguments)) {
         *error = parser.errorText();
@@ -126,6 +134,16 @@ ServerOptions::Parsed ServerOptions::parse(const QStringList &arguments, ServerO
             *error = QStringLiteral("--%1 wants a number of bytes").arg(option->names().constFirst());
             return Parsed::Error;
         }
+    }
+    if (parser.isSet(publicUrl)) {
+        const QUrl url(parser.value(publicUrl), QUrl::StrictMode);
+        if (!url.isValid() || (url.scheme() != u"http" && url.scheme() != u"https") ||
+            url.host().isEmpty()) {
+            *error = QStringLiteral("--public-url wants an http:// or https:// address");
+            return Parsed::Error;
+        }
+        options->publicUrl =
+            url.toString(QUrl::StripTrailingSlash | QUrl::RemoveQuery | QUrl::RemoveFragment);
     }
     return Parsed::Run;
 }

@@ -18,6 +18,7 @@ struct ServerOptions
     qint64 monthlyQuotaBytes = 0; // 0: no limit
     qint64 relayAllowanceBytes = 0; // bytes one relay may carry; 0: only the monthly quota
     qint64 relayRateBytes = 0;      // bytes per second one relay may carry; 0: no limit
+    QString publicUrl;              // the address guests are sent to; empty: the request's Host
 
     enum class Parsed { Run, Exit, Error };
     // Reads `arguments` (argv). --help and --version print and give Exit; a bad

@@ -2,6 +2,7 @@
 
 #include "app/appearance.h"
 #include "app/setconfigfilepathdialog.h"
+#include "bridge/bridgemanager.h"
 #include "common/logging.h"
 #include "session/serialportwidget.h"
 #include "tools/asciicode.h"
@@ -18,6 +19,8 @@
 #include <QSettings>
 #include <QStatusBar>
 #include <QTimer>
+
+#include <utility>
 
 MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent)
@@ -64,6 +67,8 @@ MainWindow::~MainWindow()
         portTabs->disconnect(this);
     }
     statusRefreshTimer->stop();
+    // Bridges go before the ports they join, so none writes into a closing port.
+    delete std::exchange(bridgeManager, nullptr);
     disconnect(qApp, &QApplication::focusChanged, this, nullptr);
     for (SerialPortWidget *&port : portWidgets) {
         if (!port) {
@@ -106,6 +111,7 @@ SerialPortWidget *MainWindow::createPortWidget(int index)
     connectPortDecode(port);
     connectPortHistory(port);
     connectPortRelay(port);
+    connectPortBridge(port);
     connect(port, &SerialPortWidget::statusShown, this,
             [this, port](const QString &text, int timeoutMs) {
                 onPortStatusShown(port, text, timeoutMs);
@@ -157,6 +163,7 @@ void MainWindow::createActions()
     connect(fileSaveAs, &QAction::triggered, this, [this] { saveAs(); });
     file->addSeparator();
     createHistoryActions(file);
+    createRecordingActions(file);
     file->addSeparator();
     acAutoReconnect = file->addAction(tr("Reconnect Automatically"));
     acAutoReconnect->setObjectName(QStringLiteral("acAutoReconnect"));
@@ -249,6 +256,7 @@ void MainWindow::createActions()
     createAutomationActions(tools);
     createScriptActions(tools);
     createDecodeActions(tools);
+    createBridgeActions(tools);
     createCloudActions();
     createConsoleActions();
     createHelpActions();

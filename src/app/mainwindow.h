@@ -10,6 +10,7 @@
 #include "session/quicksettingsgroups.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QJsonObject>
 #include <QList>
 #include <QMainWindow>
@@ -36,11 +37,18 @@ class ModbusBuilderDialog;
 class QDockWidget;
 class QSettings;
 class MultiPortSettingDlg;
+class RecordSessionDialog;
+class ReplayWindow;
+class SessionRecording;
 class ScriptPortLink;
 class SessionSyncCoordinator;
 class ScriptWindow;
 class SerialPortWidget;
 class ToolBox;
+class BridgeDialog;
+class BridgeManager;
+class PortEndpoint;
+class Rfc2217QuickShareDialog;
 
 // The application window: up to 16 port panels in a grid of splitters or in tabs, the
 // menus, and the status bar with the focused port's traffic, notices and the Live Sync
@@ -93,7 +101,7 @@ public:
     void on_acEditRemove_triggered();
     void on_actionNew_Connection_triggered();
     // What New Connection does with the chosen kind (a NewConnection::Kind): a serial
-    // port or a TCP client through the Add Connection dialog; bridges are not built yet.
+    // port or a TCP client through the Add Connection dialog, or a bridge through Tools > Bridges.
     void addConnectionOfKind(int kind);
     void on_acEditSettings_triggered();
     void on_acViewQuickSettingsFields_triggered();
@@ -190,6 +198,14 @@ public:
     // Help > Export Diagnostic Pack, filled with the state of the window.
     DiagnosticPackDialog *openDiagnosticPackDialog();
 
+    // File > Record Session (a recording of every port into one file, or its end) and
+    // File > Open Recording (mainwindow_recording.cpp).
+    void recordSession();
+    ReplayWindow *openRecording(const QString &path = QString());
+    SessionRecording *recording() const { return sessionRecording; }
+    // Lets tests fill in the Record Session dialog instead of a user.
+    std::function<bool(RecordSessionDialog &)> recordSessionDialogHook;
+
     // The cloud: account, settings sync and the consent (mainwindow_cloud.cpp).
     // The preferences that follow the user between computers, and taking them over.
     SessionState currentSessionState();
@@ -203,6 +219,16 @@ public:
     // offer to sign in before a sync.
     std::function<int()> syncConflictHook;
     std::function<bool()> signInHook;
+
+    // Bridges between ports and ports served on TCP (mainwindow_bridges.cpp).
+    BridgeManager *bridges();
+    BridgeDialog *openBridgeDialog();
+    // Serves port `index` on a local TCP port; the dialog's answer comes from
+    // quickShareHook when set (tests), else from the user.
+    void openQuickShare(int index);
+    std::function<bool(Rfc2217QuickShareDialog &)> quickShareHook;
+    // Saved bridges whose ports the bench does not have yet.
+    QList<BridgeConfig> waitingBridgeConfigs() const { return waitingBridges; }
 
     // Documentation images.
     bool runScreenshotScene(const QString &name);
@@ -272,9 +298,18 @@ private:
     void createHistoryActions(QMenu *file);
     void connectPortHistory(SerialPortWidget *port);
     void shareSessionRecordCapacity();
+    void createBridgeActions(QMenu *tools);
+    void connectPortBridge(SerialPortWidget *port);
+    void syncBridgePorts();
+    void adoptWaitingBridges();
+    void updateBridgeBadges();
+    void removeBridgesOfPort(int index);
+    void saveBridges(QSettings &file);
+    void loadBridges(QSettings &file);
     void createCloudActions();
     void createConsoleActions(); // mainwindow_console.cpp
     void connectPortRelay(SerialPortWidget *port);
+    void createRecordingActions(QMenu *file);
     void setupCloud();
     void updateCloudConsentActions();
     void restoreAccountSession();
@@ -306,6 +341,8 @@ private:
     QPointer<SerialPortWidget> lastFocusedPort;
     QPointer<ToolBox> toolBoxDialog;
     QPointer<AsciiCode> asciiDialog;
+    SessionRecording *sessionRecording = nullptr;
+    QAction *acRecordSession = nullptr;
 
     // Project and last-used state.
     QString currentFile;
@@ -323,8 +360,10 @@ private:
     std::array<ScriptPortLink *, MaxPorts> scriptLinks{};
     QList<FrameTemplate> frameTemplateList;
     QPointer<ModbusBuilderDialog> modbusBuilder;
-    // The project's bridges, written back as they were read; never enabled on load.
-    QList<BridgeConfig> projectBridges;
+    BridgeManager *bridgeManager = nullptr;
+    QHash<SerialPortWidget *, QPointer<QObject>> bridgeEnds; // each panel's PortEndpoint
+    QList<BridgeConfig> waitingBridges;
+    QPointer<BridgeDialog> bridgeDialog;
     QAction *acAutoReconnect = nullptr;
     QAction *acOpenLastConnection = nullptr;
 

@@ -9,6 +9,8 @@
 #include "cloud/deviceidentity.h"
 #include "connection/settings.h"
 #include "recording/diagnosticpackdialog.h"
+#include "recording/sessionrecorder.h"
+#include "recording/sessionrecording.h"
 #include "session/serialportwidget.h"
 
 #include <QDir>
@@ -94,6 +96,7 @@ DiagnosticPackDialog *MainWindow::openDiagnosticPackDialog()
                                   info.hasProductIdentifier() ? info.productIdentifier() : -1});
     }
 
+    qint64 heldTraffic = 0;
     for (int i = 0; i < portCountValue; ++i) {
         const SerialPortWidget *port = portWidgets[size_t(i)];
         DiagnosticPack::PortSnapshot snapshot;
@@ -113,7 +116,16 @@ DiagnosticPackDialog *MainWindow::openDiagnosticPackDialog()
             snapshot.sequencesText = SequenceReport::toText(runs, QTimeZone::systemTimeZone());
             snapshot.sequencesJson = SequenceReport::toJson(runs);
         }
+        // What the port's history holds now goes in when the user ticks session data.
+        if (const SessionRecorder *history = port->sessionRecorder()) {
+            DiagnosticPack::fillTraffic(snapshot, *history);
+            heldTraffic += history->stats().payloadBytes;
+        }
         input.ports.append(snapshot);
+    }
+    // A recording being written goes in with the session data too.
+    if (sessionRecording && sessionRecording->isRecording()) {
+        input.recordings.append(sessionRecording->currentPath());
     }
 
     // The project as a save would write it, read back key by key.
@@ -125,7 +137,7 @@ DiagnosticPackDialog *MainWindow::openDiagnosticPackDialog()
             input.project.insert(key, project.value(key));
         }
     }
-    auto *dialog = new DiagnosticPackDialog(0, this);
+    auto *dialog = new DiagnosticPackDialog(heldTraffic, this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setInput(input);
     dialog->show();

@@ -90,6 +90,7 @@ void MainWindow::updateGrid()
         }
     }
     updateStatusBar();
+    syncBridgePorts();
     Q_EMIT portsChanged();
     // A window wider or taller than its screen shrinks once the panels allow it (the
     // layouts settle first).
@@ -490,6 +491,7 @@ void MainWindow::removeLastPort()
         return;
     }
     SerialPortWidget *port = portWidgets[size_t(portCountValue - 1)];
+    removeBridgesOfPort(portCountValue - 1);
     port->stop();
     --portCountValue;
     port->hide();
@@ -524,8 +526,7 @@ void MainWindow::addConnectionOfKind(int kind)
         addConnection(ModeTcpClient);
         break;
     default:
-        showStatusNotice(tr("Bridges between ports are not available in this build yet."),
-                         NoticeWarning);
+        openBridgeDialog();
         break;
     }
 }

@@ -6,7 +6,7 @@
 #include "app/settingsservice.h"
 #include "automation/autoreplycodec.h"
 #include "automation/autoreplyengine.h"
-#include "bridge/bridgecodec.h"
+#include "bridge/bridgemanager.h"
 #include "common/logging.h"
 #include "connection/wiretextcodecregistry.h"
 #include "plot/plotcodec.h"
@@ -57,7 +57,7 @@ bool MainWindow::writeSettingFile(const QString &path, bool showProgress)
     saveAutomation(file);
     saveScripts(file);
     saveDecode(file);
-    BridgeCodec::save(file, projectBridges);
+    saveBridges(file);
     for (int i = 0; i < portCountValue; ++i) {
         PlotCodec::save(file, ProjectCodec::plotGroup(i), portWidgets[size_t(i)]->plotConfig());
     }
@@ -102,7 +102,9 @@ bool MainWindow::readSettingFile(const QString &path, QString *error)
     }
     quickSettings = project.quickSettings;
     // A project is a new bench: its ports are made afresh, so no view, counter, log or
-    // run of the old ones carries over.
+    // run of the old ones carries over, nor a bridge of the old ones.
+    bridges()->setConfigs({});
+    waitingBridges.clear();
     while (portCountValue > 0) {
         removeLastPort();
     }
@@ -124,12 +126,7 @@ bool MainWindow::readSettingFile(const QString &path, QString *error)
     loadAutomation(file);
     loadScripts(file);
     loadDecode(file);
-    // A project never starts a bridge by itself: bridges open ports and listen on the
-    // network, so they come back disabled until the user turns them on.
-    projectBridges = BridgeCodec::load(file);
-    for (BridgeConfig &bridge : projectBridges) {
-        bridge.enabled = false;
-    }
+    loadBridges(file);
     return true;
 }
 

@@ -2,7 +2,6 @@
 // --screenshot-dialog).
 
 #include "app/mainwindow.h"
-#include "cloud/relaytargetdialog.h"
 
 #include "app/multiportsettingdlg.h"
 #include "app/newconnection.h"
@@ -13,6 +12,8 @@
 #include "recording/diagnosticpackdialog.h"
 #include "decode/framespanel.h"
 #include "decode/modbuscodec.h"
+#include "bridge/bridgedialog.h"
+#include "bridge/bridgemanager.h"
 #include "scripting/scriptapireferencedialog.h"
 #include "plot/plotpanel.h"
 #include "app/scriptwindow.h"
@@ -146,7 +147,8 @@ QStringList MainWindow::screenshotDialogNames()
             QStringLiteral("commands"),      QStringLiteral("scripts"),
             QStringLiteral("apireference"),  QStringLiteral("shortcuts"),
             QStringLiteral("templates"),     QStringLiteral("modbusbuilder"),
-            QStringLiteral("diagnosticpack"), QStringLiteral("relaytarget")};
+            QStringLiteral("diagnosticpack"), QStringLiteral("relaytarget"),
+            QStringLiteral("bridges")};
 }
 
 bool MainWindow::runScreenshotScene(const QString &name)
@@ -316,6 +318,25 @@ QWidget *MainWindow::openScreenshotDialog(const QString &name)
                                     {QStringLiteral("online"), true},
                                     {QStringLiteral("snapshot_pending"), true}}}}});
         dialog->show();
+        return dialog;
+    }
+    if (name == QLatin1String("bridges")) {
+        // A serial port served on a TCP listener, off so that nothing is opened.
+        setPortCount(2);
+        portWidgets[0]->applySettings(
+            sampleSettings(ModeSerial, QStringLiteral("/dev/ttyUSB0"), 6000));
+        syncBridgePorts();
+        BridgeConfig config;
+        config.name = QStringLiteral("PLC gateway");
+        config.portA = 0;
+        config.portB = -1;
+        config.useBuiltinListener = true;
+        config.listenPort = 4001;
+        config.enabled = false;
+        QString error;
+        bridges()->addLink(config, &error);
+        BridgeDialog *dialog = openBridgeDialog();
+        dialog->selectRow(0);
         return dialog;
     }
     if (name == QLatin1String("newconnection")) {

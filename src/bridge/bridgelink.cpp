@@ -34,6 +34,16 @@ BridgeLink::~BridgeLink()
     stop();
 }
 
+BridgeEndpoint *BridgeLink::endpointA() const
+{
+    return endA;
+}
+
+BridgeEndpoint *BridgeLink::endpointB() const
+{
+    return endB;
+}
+
 QString BridgeLink::label() const
 {
     if (!cfg.name.isEmpty()) {

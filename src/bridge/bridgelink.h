@@ -59,8 +59,10 @@ public:
     void refreshState();
 
     const BridgeConfig &config() const { return cfg; }
-    BridgeEndpoint *endpointA() const { return endA; }
-    BridgeEndpoint *endpointB() const { return endB; }
+    // Out of line: reading a QPointer needs the complete end type, which this header
+    // only declares.
+    BridgeEndpoint *endpointA() const;
+    BridgeEndpoint *endpointB() const;
     bool isRunning() const { return running; }
     State state() const { return current; }
     QString stateDetail() const;

@@ -1,5 +1,7 @@
 #include "cli/commandloop.h"
 
+#include "cli/clicommand.h"
+#include "cli/clioutput.h"
 #include "cli/interruptwatcher.h"
 #include "cli/portopener.h"
 
@@ -53,4 +55,17 @@ void CommandLoop::finish(End end)
     ended = true;
     result = end;
     loop->quit();
+}
+
+int CommandLoop::exitCode(End end, CliOutput &out) const
+{
+    switch (end) {
+    case Interrupted:
+        return CliCommand::ExitInterrupted;
+    case ConnectionLost:
+        out.error(reason);
+        return CliCommand::ExitConnection;
+    default:
+        return CliCommand::ExitOk;
+    }
 }

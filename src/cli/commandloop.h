@@ -8,6 +8,7 @@
 
 #include <functional>
 
+class CliOutput;
 class PortOpener;
 
 class CommandLoop : public QObject
@@ -36,6 +37,8 @@ public:
     void finish(End end = Finished);
     QString lostReason() const { return reason; }
     bool wasInterrupted() const { return interrupted; }
+    // The exit code for a loop that ended with `end`: a lost connection is told on `out`.
+    int exitCode(End end, CliOutput &out) const;
 
 private:
     class QEventLoop *loop = nullptr;

@@ -4,9 +4,11 @@
 #include "cli/commandloop.h"
 #include "cli/durationoption.h"
 #include "cli/portopener.h"
+#include "cli/recordingfile.h"
 #include "decode/decodedriver.h"
 #include "decode/frametemplatecodec.h"
 #include "decode/templatestreamdecoder.h"
+#include "recording/replayreader.h"
 #include "session/portsession.h"
 
 #include <QCommandLineParser>
@@ -43,7 +45,8 @@ void DecodeCommand::configure(QCommandLineParser &parser) const
                       tr("Decodes with a frame template of the --project library."),
                       QStringLiteral("NAME")});
     parser.addOption({QStringLiteral("events"),
-                      tr("An events file: lines of \"<ms> <tx|rx> <hex> [peer]\"."),
+                      tr("An events file (lines of \"<ms> <tx|rx> <hex> [peer]\") or a "
+                         ".vlmlog recording, with --port ID for one of its ports."),
                       QStringLiteral("FILE")});
     DurationOption::add(parser);
     parser.addOption({QStringLiteral("csv"), tr("Writes the frames CSV to FILE."),
@@ -110,7 +113,49 @@ int DecodeCommand::execute(const QCommandLineParser &parser, CliOutput &out)
     };
 
     int code = ExitOk;
-    if (fromEvents) {
+    const QString eventsPath = parser.value(QStringLiteral("events"));
+    if (fromEvents && eventsPath.endsWith(QLatin1String(".vlmlog"), Qt::CaseInsensitive)) {
+        // A recording: one port's data, timed as recorded, read a slice at a time.
+        RecordingFile recording;
+        int port = -1;
+        if (!recording.open(eventsPath, &error) ||
+            !recording.portIndex(parser.isSet(QStringLiteral("port")) ? parser.value(QStringLiteral("port"))
+                                                                   : QString(),
+                                 &port, &error)) {
+            out.error(error);
+            return ExitUsage;
+        }
+        const ReplayIndex &idx = recording.index();
+        if (port < 0 && idx.ports.size() > 1) {
+            out.error(tr("%1 holds %2 ports: choose one with --port ID.")
+                          .arg(eventsPath)
+                          .arg(idx.ports.size()));
+            return ExitUsage;
+        }
+        const std::unique_ptr<QIODevice> input = recording.document().openDevice();
+        if (!input) {
+            out.error(tr("Could not read the recording again."));
+            return ExitUsage;
+        }
+        ReplayReader reader(input.get(), &idx);
+        driver->setWallBase(QDateTime::fromMSecsSinceEpoch(idx.firstUs / 1000));
+        ReplayEvent event;
+        for (; reader.peek(&event); reader.pop()) {
+            const SessionEvent &e = event.event;
+            if (e.kind == SessionEvent::Note || (port >= 0 && event.portIndex != port)) {
+                continue;
+            }
+            DecodeEvent decoded;
+            decoded.ms = (event.playUs - idx.firstUs) / 1000;
+            decoded.direction = e.kind == SessionEvent::Tx ? FrameDirection::Tx : FrameDirection::Rx;
+            decoded.bytes = e.bytes;
+            decoded.peer = e.peer;
+            driver->feed(decoded);
+            printLines();
+        }
+        driver->finish();
+        printLines();
+    } else if (fromEvents) {
         QFile file(parser.value(QStringLiteral("events")));
         if (!file.open(QIODevice::ReadOnly)) {
             out.error(tr("Cannot read %1: %2").arg(file.fileName(), file.errorString()));

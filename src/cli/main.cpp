@@ -2,15 +2,22 @@
 
 #include "cli/clioutput.h"
 #include "cli/commandregistry.h"
+#include "cli/bridgecommand.h"
 #include "cli/crccommand.h"
 #include "cli/decodecommand.h"
 #include "cli/hostcommand.h"
+#include "cli/exportcommand.h"
+#include "cli/infocommand.h"
 #include "cli/interruptwatcher.h"
 #include "cli/monitorcommand.h"
 #include "cli/portscommand.h"
+#include "cli/recordcommand.h"
+#include "cli/replaycommand.h"
 #include "cli/runscriptcommand.h"
 #include "cli/runsequencecommand.h"
+#include "cli/searchcommand.h"
 #include "cli/sendcommand.h"
+#include "cli/servecommand.h"
 #include "cli/simulatecommand.h"
 #include "cli/xfercommand.h"
 
@@ -35,6 +42,13 @@ int main(int argc, char *argv[])
     registry.add(std::make_unique<CrcCommand>());
     registry.add(std::make_unique<XferCommand>());
     registry.add(std::make_unique<HostCommand>());
+    registry.add(std::make_unique<ServeCommand>());
+    registry.add(std::make_unique<BridgeCommand>());
+    registry.add(std::make_unique<RecordCommand>());
+    registry.add(std::make_unique<ReplayCommand>());
+    registry.add(std::make_unique<InfoCommand>());
+    registry.add(std::make_unique<ExportCommand>());
+    registry.add(std::make_unique<SearchCommand>());
 
     CliOutput out;
     return registry.run(QCoreApplication::arguments(), out);

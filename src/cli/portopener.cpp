@@ -106,6 +106,19 @@ int PortOpener::prepare(const QCommandLineParser &parser, const QString &url,
         out.error(CliCommand::tr("Name the connection: a URL, or --project FILE --port N."));
         return CliCommand::ExitUsage;
     }
+    return apply(settings, format, url, out);
+}
+
+int PortOpener::prepareUrl(const QString &url, CliOutput &out)
+{
+    return apply(PortDefaults::portSettings(QString()), PortDefaults::formatSettings(), url, out);
+}
+
+int PortOpener::apply(const Settings &given, const FormatSetting &givenFormat, const QString &url,
+                      CliOutput &out)
+{
+    Settings settings = given;
+    FormatSetting format = givenFormat;
     if (!url.isEmpty()) {
         QString error;
         if (!ConnectionUrl::parse(url, settings, &settings, &error)) {

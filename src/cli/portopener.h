@@ -14,6 +14,8 @@
 
 class AccountSession;
 class CliOutput;
+struct FormatSetting;
+struct Settings;
 class PortSession;
 class QCommandLineParser;
 
@@ -32,6 +34,8 @@ public:
     // CliCommand::ExitCode: ExitOk or ExitUsage after a sentence on `out`.
     int prepare(const QCommandLineParser &parser, const QString &url, bool projectRequired,
                 CliOutput &out);
+    // The connection of `url` alone, with the default format.
+    int prepareUrl(const QString &url, CliOutput &out);
     // Opens the session: ExitOk, ExitConnection with the transport's reason, or
     // ExitInterrupted.
     int open(CliOutput &out);
@@ -47,6 +51,9 @@ signals:
     void lost(const QString &reason);
 
 private:
+    int apply(const Settings &given, const FormatSetting &givenFormat, const QString &url,
+              CliOutput &out);
+
     PortSession *portSession = nullptr;
     QString projectPath;
     AutoReplyConfig rules;

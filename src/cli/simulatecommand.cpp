@@ -106,13 +106,5 @@ int SimulateCommand::execute(const QCommandLineParser &parser, CliOutput &out)
     loop.watch(&opener);
     const CommandLoop::End end = loop.exec();
     session->close();
-    switch (end) {
-    case CommandLoop::Interrupted:
-        return ExitInterrupted;
-    case CommandLoop::ConnectionLost:
-        out.error(loop.lostReason());
-        return ExitConnection;
-    default:
-        return ExitOk;
-    }
+    return loop.exitCode(end, out);
 }

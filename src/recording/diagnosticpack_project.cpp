@@ -3,6 +3,8 @@
 
 #include "recording/diagnosticpack.h"
 
+#include "bridge/bridgecodec.h"
+
 #include <QFile>
 #include <QRegularExpression>
 #include <QSet>
@@ -55,42 +57,11 @@ const QSet<QString> &portKeepKeys()
 // A bridge's settings, except its capture path, which is a path.
 const QSet<QString> &bridgeKeepKeys()
 {
-    static const QSet<QString> keys = {
-        QStringLiteral("Name"),
-        QStringLiteral("PortA"),
-        QStringLiteral("PortB"),
-        QStringLiteral("UseBuiltinListener"),
-        QStringLiteral("ListenPort"),
-        QStringLiteral("Direction"),
-        QStringLiteral("Enabled"),
-        QStringLiteral("AutoOpenPeer"),
-        QStringLiteral("ShowForwardedInDisplay"),
-        QStringLiteral("DisplayMuteBytesPerSec"),
-        QStringLiteral("FramingMode"),
-        QStringLiteral("FramingIdleGapMs"),
-        QStringLiteral("FramingDelimiterHex"),
-        QStringLiteral("FramingFixedLength"),
-        QStringLiteral("FramingMaxBytes"),
-        QStringLiteral("FramingMaxHoldMs"),
-        QStringLiteral("QueueLimitBytes"),
-        QStringLiteral("HighWatermark"),
-        QStringLiteral("LowWatermark"),
-        QStringLiteral("SinkPendingLimitBytes"),
-        QStringLiteral("OverflowPolicy"),
-        QStringLiteral("FloodGuardEnabled"),
-        QStringLiteral("FloodRateBytesPerSec"),
-        QStringLiteral("FloodWindowMs"),
-        QStringLiteral("FanoutMode"),
-        QStringLiteral("UdpTargetMode"),
-        QStringLiteral("Protocol"),
-        QStringLiteral("ModbusTransactionTimeoutMs"),
-        QStringLiteral("ArbiterResponseTimeoutMs"),
-        QStringLiteral("ArbiterMaxQueuedRequests"),
-        QStringLiteral("AllowedPeers"),
-        QStringLiteral("LogEnabled"),
-        QStringLiteral("LogHex"),
-        QStringLiteral("LogRotateBytes"),
-    };
+    static const QSet<QString> keys = [] {
+        QStringList names = BridgeCodec::keyNames();
+        names.removeAll(QStringLiteral("LogFilePath"));
+        return QSet<QString>(names.cbegin(), names.cend());
+    }();
     return keys;
 }
 

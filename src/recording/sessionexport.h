@@ -57,6 +57,12 @@ public:
         int textColumn = 0; // CSV text column: 0 escaped ASCII, 1 decoded with the port's encoding
         int dataAs = 0;     // text rows: 0 hex, 1 escaped text
         bool truncated = false;
+        // An export written in slices: later slices leave the header out, and the
+        // first one's header counts the whole export when `records` is set.
+        bool rowsOnly = false;
+        qint64 records = -1;
+        qint64 firstUs = 0;
+        qint64 lastUs = 0;
     };
 
     struct CArrayOptions

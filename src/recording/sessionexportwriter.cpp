@@ -142,7 +142,9 @@ bool SessionExportWriter::step(qsizetype rows)
     }
     if (!d->started) {
         d->started = true;
-        d->writeHeader();
+        if (!d->options.rowsOnly) {
+            d->writeHeader();
+        }
     }
     for (qsizetype n = 0; n < rows && d->next < d->rows.size() && !d->failed; ++n) {
         const Row &row = d->rows[d->next++];
@@ -257,7 +259,13 @@ void SessionExportWriter::Private::writeHeader()
             ports.append(oneLine(QStringLiteral("%1 (%2)").arg(source.info.label, source.info.mode)));
         }
         buffer += "# Ports:   " + ports.join(QStringLiteral("; ")).toUtf8() + '\n';
-        if (rows.empty()) {
+        if (options.records > 0) {
+            buffer += "# Records: " + QByteArray::number(options.records) + ", ";
+            time.append(buffer, options.firstUs);
+            buffer += " to ";
+            time.append(buffer, options.lastUs);
+            buffer += '\n';
+        } else if (rows.empty() || options.records == 0) {
             buffer += "# Records: 0\n";
         } else {
             buffer += "# Records: " + QByteArray::number(qsizetype(rows.size())) + ", ";

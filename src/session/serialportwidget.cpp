@@ -663,6 +663,7 @@ bool SerialPortWidget::start(const QString &portName)
                        ? tr("Connecting to %1 ...").arg(endpointText())
                        : tr("Opened %1").arg(endpointText()));
     }
+    Q_EMIT openStateChanged();
     return true;
 }
 
@@ -701,6 +702,9 @@ void SerialPortWidget::stop()
     if (nextOpenSettings) {
         portSettings = *std::exchange(nextOpenSettings, std::nullopt);
         updateDisplay();
+    }
+    if (wasActive) {
+        Q_EMIT openStateChanged();
     }
 }
 

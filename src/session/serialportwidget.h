@@ -40,6 +40,10 @@ class PlotPanel;
 struct PlotConfig;
 class QMenu;
 class QKeyEvent;
+class QToolButton;
+class PortBridgeHooks;
+class PortEndpoint;
+enum class FanoutMode : qint32;
 class ReceiveRenderer;
 class QTimer;
 class Ui_SerialPortWidget;
@@ -250,6 +254,15 @@ public:
     bool breakIsHeld() const { return breakHeld; }
     void toggleControlLine(int line);
     QString explainInertControlLine() const;
+
+    // Bridges (serialportwidget_bridge.cpp): the port's hooks for a bridge, a new bridge
+    // end over them, what a bridge using the port asks of it, and the badge that says so.
+    PortBridgeHooks *bridgeHooks();
+    PortEndpoint *createBridgeEndpoint();
+    void setBridgeActive(bool active, FanoutMode fanout, const QStringList &allowedPeers);
+    bool bridgeActive() const;
+    void setBridgeBadge(const QString &text);
+    QString bridgeBadgeText() const;
     static constexpr int MinimumBreakMs = 300;
     static constexpr int MinimumBreakIndicationMs = 800;
 
@@ -264,6 +277,8 @@ signals:
     void peerLost(const QString &peer);
     void peerArrived(const QString &peer);
     void bridgeCloseRequested();
+    // The port was opened or closed.
+    void openStateChanged();
     void autoReplyEditRequested();
     void frameTemplatesEditRequested();
     void plotVisibilityChanged(bool visible);
@@ -367,6 +382,8 @@ private:
 
     // The session and views on its records, which the panel edits and shows.
     PortSession *portSession;
+    PortBridgeHooks *bridgeHooksValue = nullptr;
+    QToolButton *bridgeBadge = nullptr;
     Settings &portSettings;
     FormatSetting &format;
     int &state;

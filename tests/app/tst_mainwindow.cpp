@@ -3,6 +3,12 @@
 #include "app/newconnection.h"
 #include "automation/autoreplyengine.h"
 #include "bridge/bridgecodec.h"
+#include "bridge/bridgedialog.h"
+#include "recording/recordsessiondialog.h"
+#include "recording/replayreader.h"
+#include "recording/replaysource.h"
+#include "recording/replaywindow.h"
+#include "recording/sessionrecording.h"
 #include "session/scriptportlink.h"
 #include "app/scriptwindow.h"
 #include "session/serialportwidget.h"
@@ -71,6 +77,7 @@ private slots:
     void commandPanelActsOnTheFocusedPort();
     void settingsOfARunningPortApplyOrWait();
     void logLinkOpensTheFocusedPortsLog();
+    void recordsEveryPortAndOpensTheRecording();
 
 private:
     QTemporaryDir settingsDir;
@@ -547,9 +554,12 @@ void TestMainWindow::newConnectionAddsTheChosenKind()
     // Panels that share a row start with their settings folded to a strip.
     QVERIFY(window.portWidget(0)->quickSettingsCollapsed());
     QVERIFY(window.portWidget(2)->quickSettingsCollapsed());
+    // A bridge is not a port: the kind opens Tools > Bridges.
     window.addConnectionOfKind(NewConnection::BridgeKind);
     QCOMPARE(window.portCount(), 3);
-    QVERIFY(window.noticeHistory().last().text.startsWith("Bridges"));
+    auto *bridges = window.findChild<BridgeDialog *>();
+    QVERIFY(bridges && bridges->isVisible());
+    bridges->close();
 
     // Four side by side fit a 1366 by 768 screen; a panel's settings open on one click.
     window.addConnectionOfKind(NewConnection::TcpIpKind);
@@ -597,6 +607,62 @@ void TestMainWindow::hiddenFieldsLeaveEveryPaneAndKeepTheirValue()
     window.portWidget(1)->start(QString());
     QCOMPARE(window.portWidget(1)->settings().parity, 3);
     window.portWidget(1)->stop();
+}
+
+// File > Record Session records what every port sends and receives into one file, and
+// File > Open Recording shows it.
+void TestMainWindow::recordsEveryPortAndOpensTheRecording()
+{
+    QTcpServer peer;
+    QVERIFY(peer.listen(QHostAddress::LocalHost));
+    QTemporaryDir dir;
+    const QString path = dir.filePath("bench.vlmlog");
+    MainWindow window;
+    window.setPortCount(2);
+    window.updateGrid();
+    window.recordSessionDialogHook = [&](RecordSessionDialog &dialog) {
+        SessionRecording::Options options = dialog.options();
+        options.path = path;
+        dialog.setOptions(options);
+        return true;
+    };
+    window.findChild<QAction *>("acRecordSession")->trigger();
+    QVERIFY(window.recording()->isRecording());
+    QList<QTcpSocket *> devices;
+    for (int i = 0; i < 2; ++i) {
+        Settings settings = window.portWidget(i)->settings();
+        settings.connMode = ModeTcpClient;
+        settings.targetHost = "127.0.0.1";
+        settings.targetPort = peer.serverPort();
+        window.portWidget(i)->applySettings(settings);
+        QString error;
+        QVERIFY2(window.portWidget(i)->ensurePortOpenForSend(&error), qPrintable(error));
+        QVERIFY(peer.waitForNewConnection(5000));
+        devices.append(peer.nextPendingConnection());
+        devices.last()->write(QByteArray("answer-") + QByteArray::number(i));
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(window.portWidget(1)->rxByteCount(), qint64(8), 5000);
+    window.findChild<QAction *>("acRecordSession")->trigger();
+    QVERIFY(!window.recording()->isRecording());
+
+    ReplayWindow *replay = window.openRecording(path);
+    QVERIFY(replay);
+    replay->indexToEnd();
+    QCOMPARE(replay->index()->ports.size(), 2);
+    // The ports' notes (connected, ...) are recorded too; the received bytes are exact.
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    ReplayReader reader(&file, replay->index());
+    QByteArray received[2];
+    for (ReplayEvent event; reader.peek(&event); reader.pop()) {
+        if (event.event.kind == SessionEvent::Rx) {
+            received[event.portIndex & 1] += event.event.bytes;
+        }
+    }
+    QCOMPARE(QSet<QByteArray>({received[0], received[1]}),
+             QSet<QByteArray>({"answer-0", "answer-1"}));
+    QCOMPARE(replay->index()->endReason, QString("stopped"));
+    replay->close();
 }
 
 QTEST_MAIN(TestMainWindow)

@@ -1,6 +1,7 @@
 // The bridges of a project: which configurations are taken, and how links follow the
 // ports and the rows.
 
+#include "bridge/bridgeeditdialog.h"
 #include "bridge/bridgeendpoint.h"
 #include "bridge/bridgelink.h"
 #include "bridge/bridgemanager.h"
@@ -206,10 +207,38 @@ void TestBridgeManager::validate()
     QCOMPARE(manager.configs().size(), taken.size());
     manager.setTransferQuery([transferring](int port) { return port == transferring; });
     QString error;
-    const bool ok = manager.validate(row(candidate, int(taken.size())), self, &error);
+    const BridgeConfig wanted = row(candidate, int(taken.size()));
+    const bool ok = manager.validate(wanted, self, &error);
     QTEST(error, "error");
     QCOMPARE(ok, error.isEmpty());
     QTEST(manager.fanInWarning(row(candidate), self), "warning");
+
+    // The editor offers only the ports there are and a listener on a real TCP port; a
+    // candidate it can show comes back out of it unchanged in its ends, and OK gives the
+    // same verdict, keeping the editor open with the reason when it refuses.
+    const auto offered = [](int port) { return port >= 0 && port < 3; };
+    if (!offered(wanted.portA) ||
+        !(wanted.useBuiltinListener ? wanted.listenPort > 0 : offered(wanted.portB))) {
+        return;
+    }
+    BridgeEditDialog editor({QStringLiteral("Port 1"), QStringLiteral("Port 2"),
+                             QStringLiteral("Port 3")},
+                            wanted);
+    editor.validator = [&manager, self](const BridgeConfig &c) {
+        QString reason;
+        return manager.validate(c, self, &reason) ? QString() : reason;
+    };
+    editor.accept();
+    QCOMPARE(editor.errorText(), error);
+    QCOMPARE(editor.result() == QDialog::Accepted, error.isEmpty());
+    const BridgeConfig shown = editor.config();
+    QCOMPARE(shown.portA, wanted.portA);
+    QCOMPARE(shown.portB, wanted.portB);
+    QCOMPARE(shown.useBuiltinListener, wanted.useBuiltinListener);
+    QCOMPARE(shown.direction, wanted.direction);
+    if (wanted.useBuiltinListener) {
+        QCOMPARE(shown.listenPort, wanted.listenPort);
+    }
 }
 
 void TestBridgeManager::linksFollowPortsAndRows()
@@ -306,5 +335,5 @@ void TestBridgeManager::portEndsFollowTheirPorts()
     delete serial;
 }
 
-QTEST_GUILESS_MAIN(TestBridgeManager)
+QTEST_MAIN(TestBridgeManager)
 #include "tst_bridgemanager.moc"

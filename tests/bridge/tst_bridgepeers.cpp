@@ -6,11 +6,15 @@
 #include "serialbridgeendpoint.h"
 #include "support/testsupport.h"
 
+#include "support/testdata.h"
+
 #include <QCryptographicHash>
 #include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTcpSocket>
 #include <QtTest>
+
+using testdata::randomBytes;
 
 namespace {
 
@@ -112,16 +116,6 @@ int runMbpoll(const QStringList &args, QString *out)
     }
     *out = QString::fromLocal8Bit(process.readAllStandardOutput());
     return process.exitCode();
-}
-
-QByteArray randomBytes(qsizetype size, quint32 seed)
-{
-    QByteArray bytes(size, Qt::Uninitialized);
-    QRandomGenerator random(seed);
-    for (char &c : bytes) {
-        c = char(random.bounded(256));
-    }
-    return bytes;
 }
 
 QByteArray sha256(const QByteArray &bytes)

@@ -8,6 +8,8 @@
 #include "connection/settings.h"
 #include "support/testsupport.h"
 
+#include "support/testdata.h"
+
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -17,6 +19,8 @@
 #include <QTcpSocket>
 #include <QTimer>
 #include <QtTest>
+
+using testdata::randomBytes;
 
 namespace {
 
@@ -95,16 +99,6 @@ bool waitListening(quint16 port)
         QTest::qWait(100);
     }
     return false;
-}
-
-QByteArray randomBytes(qsizetype size, quint32 seed)
-{
-    QByteArray bytes(size, Qt::Uninitialized);
-    QRandomGenerator random(seed);
-    for (char &c : bytes) {
-        c = char(random.bounded(256));
-    }
-    return bytes;
 }
 
 bool havePyserial()

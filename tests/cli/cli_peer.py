@@ -7,6 +7,12 @@
   serial-talk DEV HEX N writes HEX to the serial device DEV and prints as hex what comes
                         back, until N bytes came or 10 s passed
   serial-read DEV N     prints as hex the first N bytes that arrive on DEV (10 s at most)
+  serial-answer DEV N HEX  opens DEV and prints "ready", prints as hex the first N bytes
+                        that arrive (10 s at most), then writes HEX
+  tcp-talk PORT HEX N   connects to PORT on loopback, sends HEX and prints as hex the
+                        first N bytes that come back (10 s at most)
+  modbus-master DEV     reads holding registers 0-1 and 10 of slave 1 over Modbus RTU on
+                        DEV with pymodbus and prints the values, one read a line
 """
 import socket
 import sys
@@ -69,6 +75,36 @@ def serial_read(device, count):
         print(read_serial(port, count).hex(), flush=True)
 
 
+def serial_answer(device, count, hex_bytes):
+    with serial.Serial(device, 115200, timeout=0.1) as port:
+        print("ready", flush=True)
+        print(read_serial(port, count).hex(), flush=True)
+        port.write(bytes.fromhex(hex_bytes))
+        port.flush()
+        time.sleep(0.5)  # the bytes leave the line before it closes
+
+
+def tcp_talk(port, hex_bytes, count):
+    with socket.create_connection(("127.0.0.1", port), timeout=10) as client:
+        client.sendall(bytes.fromhex(hex_bytes))
+        received = b""
+        while len(received) < count:
+            data = client.recv(65536)
+            if not data:
+                break
+            received += data
+        print(received.hex(), flush=True)
+def modbus_master(device):
+    from pymodbus.client import ModbusSerialClient
+
+    client = ModbusSerialClient(port=device, baudrate=115200, timeout=2, retries=5)
+    client.connect()
+    for address, count in ((0, 2), (10, 1)):
+        reply = client.read_holding_registers(address, count, slave=1)
+        print(getattr(reply, "registers", reply), flush=True)
+    client.close()
+
+
 if __name__ == "__main__":
     mode = sys.argv[1]
     if mode == "tcp-echo":
@@ -79,5 +115,11 @@ if __name__ == "__main__":
         serial_talk(sys.argv[2], sys.argv[3], int(sys.argv[4]))
     elif mode == "serial-read":
         serial_read(sys.argv[2], int(sys.argv[3]))
+    elif mode == "serial-answer":
+        serial_answer(sys.argv[2], int(sys.argv[3]), sys.argv[4])
+    elif mode == "tcp-talk":
+        tcp_talk(int(sys.argv[2]), sys.argv[3], int(sys.argv[4]))
+    elif mode == "modbus-master":
+        modbus_master(sys.argv[2])
     else:
         sys.exit("unknown mode " + mode)

@@ -7,9 +7,12 @@
 #include "automation/autoreplycodec.h"
 #include "automation/commandlibrarycodec.h"
 #include "decode/frametemplatecodec.h"
+#include "recording/vlmlog.h"
+#include "recording/vlmlogwriter.h"
 #include "support/testsupport.h"
 
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -48,8 +51,17 @@ private:
     std::unique_ptr<QProcess> startPeer(const QStringList &args, quint16 *port = nullptr);
     // A project with one port on `url`'s connection, a sequence library and rules.
     QString writeProject(const QString &name);
+    // A recording written as the recorder writes it: `events` of port "p1" (and of "p2"
+    // when given) at their times.
+    QString writeRecording(const QString &name, const QList<SessionEvent> &p1,
+                           const QList<SessionEvent> &p2 = {});
+    // A Modbus RTU slave seen from its host: two requests and their responses.
+    QString modbusRecording();
+    // Records a pty and a TCP peer with velmora-cli; leaves the file in `twoPorts`.
+    void recordTwoPorts();
 
     QTemporaryDir dir;
+    QString twoPorts;
 
 private slots:
     void initTestCase();
@@ -71,8 +83,15 @@ private slots:
     void runSequenceAgainstEchoPeer_data();
     void runSequenceAgainstEchoPeer();
     void simulateAnswersPeerOnPty();
+    void forwardsExactBytesBothWays_data();
+    void forwardsExactBytesBothWays();
     void decodeEventsFile_data();
     void decodeEventsFile();
+    void recordTwoPortsAndReadBack_data();
+    void recordTwoPortsAndReadBack();
+    void replayIntoPtyReproducesBytes_data();
+    void replayIntoPtyReproducesBytes();
+    void replayAnswersModbusMaster();
 };
 
 Result TestCli::cli(const QStringList &args, const QByteArray &input)
@@ -142,6 +161,61 @@ QString TestCli::writeProject(const QString &name)
     return path;
 }
 
+QString TestCli::writeRecording(const QString &name, const QList<SessionEvent> &p1,
+                               const QList<SessionEvent> &p2)
+{
+    const QString path = dir.filePath(name);
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return QString();
+    }
+    VlmlogWriter writer(&file);
+    Vlmlog::RecordingHeader header;
+    header.appVersion = QStringLiteral("test");
+    header.timeZone = QStringLiteral("UTC");
+    header.startedAt = 1700000000000000;
+    header.ports = {{QStringLiteral("p1"), QStringLiteral("Device"), QStringLiteral("serial"),
+                     QStringLiteral("115200 8N1"), QStringLiteral("UTF-8"), QStringLiteral("UTF-8"),
+                     {}, {}, 0, 0}};
+    if (!p2.isEmpty()) {
+        header.ports.append({QStringLiteral("p2"), QStringLiteral("Other"), QStringLiteral("tcp"),
+                             {}, {}, {}, {}, {}, 0, 0});
+    }
+    writer.header(header);
+    // Merged by time, as the recorder writes them.
+    QList<std::pair<SessionEvent, QString>> all;
+    for (const SessionEvent &event : p1) {
+        all.append({event, QStringLiteral("p1")});
+    }
+    for (const SessionEvent &event : p2) {
+        all.append({event, QStringLiteral("p2")});
+    }
+    std::stable_sort(all.begin(), all.end(),
+                     [](const auto &a, const auto &b) { return a.first.t < b.first.t; });
+    for (const auto &[event, port] : all) {
+        writer.event(event, port);
+    }
+    writer.end(all.isEmpty() ? header.startedAt : all.last().first.t, QStringLiteral("stopped"), {});
+    writer.flush();
+    return path;
+}
+
+QString TestCli::modbusRecording()
+{
+    const qint64 t0 = 1700000000000000;
+    const auto event = [](qint64 t, quint8 kind, const char *hex) {
+        return SessionEvent{0, t, kind, {}, QByteArray::fromHex(hex), {}};
+    };
+    // Holding registers 0-1 read as 0x1234 0x5678 after 20 ms, register 10 as 0xABCD; the
+    // second request came 300 ms later, split over two reads.
+    return writeRecording(QStringLiteral("modbus.vlmlog"),
+                          {event(t0, SessionEvent::Tx, "010300000002c40b"),
+                           event(t0 + 20000, SessionEvent::Rx, "010304123456788107"),
+                           event(t0 + 320000, SessionEvent::Tx, "0103000a"),
+                           event(t0 + 320400, SessionEvent::Tx, "0001a408"),
+                           event(t0 + 340000, SessionEvent::Rx, "010302abcd06e1")});
+}
+
 void TestCli::initTestCase()
 {
     QVERIFY(dir.isValid());
@@ -199,6 +273,33 @@ void TestCli::refusesWithExitCodeAndReason_data()
     row("sequence needs a project", {QStringLiteral("run-sequence"), QStringLiteral("tcp://") + closed,
                                      QStringLiteral("--sequence"), QStringLiteral("Echo")},
         2, QStringLiteral("--project"));
+    row("serve on a TCP port out of range",
+        {QStringLiteral("serve"), QStringLiteral("serial:") + missing, QStringLiteral("--listen"),
+         QStringLiteral("127.0.0.1:65536")},
+        2, QStringLiteral("--listen"));
+    row("serve speaking an unknown protocol",
+        {QStringLiteral("serve"), QStringLiteral("serial:") + missing, QStringLiteral("--listen"),
+         QStringLiteral("0"), QStringLiteral("--protocol"), QStringLiteral("http")},
+        2, QStringLiteral("http"));
+    row("bridge with one end", {QStringLiteral("bridge"), QStringLiteral("serial:") + missing}, 2,
+        QStringLiteral("URL_A URL_B"));
+    const QString garbage = dir.filePath(QStringLiteral("garbage.vlmlog"));
+    {
+        QFile file(garbage);
+        file.open(QIODevice::WriteOnly);
+        file.write("this is\nnot a recording\n");
+    }
+    row("not a recording", {QStringLiteral("info"), garbage}, 2, QStringLiteral("not a recording"));
+    row("missing recording", {QStringLiteral("export"), dir.filePath(QStringLiteral("none.vlmlog")),
+                              QStringLiteral("--format"), QStringLiteral("csv")},
+        2, QStringLiteral("none.vlmlog"));
+    row("replay of a port the recording lacks",
+        {QStringLiteral("replay"), modbusRecording(), QStringLiteral("--port"), QStringLiteral("p7"),
+         QStringLiteral("--to"), QStringLiteral("tcp://") + closed},
+        2, QStringLiteral("p1"));
+    row("search of bytes that are not hex",
+        {QStringLiteral("search"), modbusRecording(), QStringLiteral("--hex"), QStringLiteral("0x4")},
+        2, QString());
     row("script syntax error names the line",
         {QStringLiteral("run-script"), QStringLiteral("tcp://") + closed,
          QFINDTESTDATA("broken.lua")},
@@ -218,7 +319,8 @@ void TestCli::refusesWithExitCodeAndReason()
 void TestCli::everyCommandHasHelp()
 {
     for (const char *command : {"ports", "monitor", "send", "run-script", "run-sequence",
-                                "simulate", "decode", "crc"}) {
+                                "simulate", "decode", "crc", "record", "replay", "info",
+                                "export", "search"}) {
         const Result result = cli({QLatin1String(command), QStringLiteral("--help")});
         QCOMPARE(result.code, 0);
         QVERIFY2(result.out.startsWith(QStringLiteral("Usage: velmora-cli %1").arg(command)),
@@ -521,6 +623,68 @@ void TestCli::simulateAnswersPeerOnPty()
     QCOMPARE(hit.value(QStringLiteral("bytes")).toInt(), 6);
 }
 
+void TestCli::forwardsExactBytesBothWays_data()
+{
+    QTest::addColumn<bool>("serve");
+    QTest::newRow("serve: a pty to a TCP client") << true;
+    QTest::newRow("bridge: a pty to a pty") << false;
+}
+
+// A device on a pty answers what comes from the far end: over TCP through serve, or from
+// a second pty through bridge. Every byte value travels each way, and an interrupt ends
+// the forwarding with 130.
+void TestCli::forwardsExactBytesBothWays()
+{
+    QFETCH(bool, serve);
+    testsupport::PtyPair device;
+    testsupport::PtyPair far;
+    QString why;
+    if (!device.start(&why) || (!serve && !far.start(&why))) {
+        QSKIP(qPrintable(why));
+    }
+    QByteArray up;
+    QByteArray down;
+    for (int i = 0; i < 1024; ++i) {
+        up += char(i);
+        down += char((i * 7 + 3) & 0xFF);
+    }
+    auto answer = startPeer({QStringLiteral("serial-answer"), device.portB(),
+                             QString::number(up.size()), QString::fromLatin1(down.toHex())});
+    QVERIFY(answer->waitForReadyRead(10000));
+    QCOMPARE(answer->readLine().trimmed(), QByteArray("ready"));
+
+    const QString served = QStringLiteral("serial:") + device.portA();
+    auto run = startCli(serve ? QStringList{QStringLiteral("serve"), served, QStringLiteral("--listen"),
+                                            QStringLiteral("127.0.0.1:0")}
+                              : QStringList{QStringLiteral("bridge"), served,
+                                            QStringLiteral("serial:") + far.portA()});
+    QByteArray said;
+    QTRY_VERIFY_WITH_TIMEOUT((said += run->readAllStandardError()).contains('\n') ||
+                                 run->state() != QProcess::Running,
+                             15000);
+    QVERIFY2(run->state() == QProcess::Running, said.constData());
+    std::unique_ptr<QProcess> talk;
+    if (serve) {
+        const QRegularExpressionMatch port =
+            QRegularExpression(QStringLiteral("TCP port (\\d+)")).match(QString::fromUtf8(said));
+        QVERIFY2(port.hasMatch(), said.constData());
+        talk = startPeer({QStringLiteral("tcp-talk"), port.captured(1),
+                          QString::fromLatin1(up.toHex()), QString::number(down.size())});
+    } else {
+        talk = startPeer({QStringLiteral("serial-talk"), far.portB(), QString::fromLatin1(up.toHex()),
+                          QString::number(down.size())});
+    }
+    QVERIFY(answer->waitForFinished(20000));
+    QCOMPARE(answer->readAll().trimmed(), up.toHex());
+    QVERIFY(talk->waitForFinished(20000));
+    QCOMPARE(talk->readAll().trimmed(), down.toHex());
+
+    ::kill(pid_t(run->processId()), SIGINT);
+    QVERIFY(run->waitForFinished(15000));
+    QCOMPARE(run->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(run->exitCode(), 130);
+}
+
 void TestCli::decodeEventsFile_data()
 {
     QTest::addColumn<QByteArray>("events");
@@ -540,6 +704,10 @@ void TestCli::decodeEventsFile_data()
         << QStringList{QStringLiteral("--template"), QStringLiteral("Sensor"),
                        QStringLiteral("--project"), QStringLiteral("@project")}
         << 0 << QStringList{QStringLiteral("1  RX")};
+    // No events: the recording of modbusRecording(), timed as recorded.
+    QTest::newRow("recording") << QByteArray() << rtu << 0
+                               << QStringList{QStringLiteral("2  RX"), QStringLiteral("(#1, 20 ms)"),
+                                              QStringLiteral("4  RX"), QStringLiteral("(#3, 20 ms)")};
 }
 
 void TestCli::decodeEventsFile()
@@ -549,8 +717,10 @@ void TestCli::decodeEventsFile()
     QFETCH(int, code);
     QFETCH(QStringList, lines);
     decoder.replaceInStrings(QStringLiteral("@project"), writeProject(QStringLiteral("decode.vlm")));
-    const QString path = dir.filePath(QStringLiteral("events.txt"));
-    {
+    QString path = dir.filePath(QStringLiteral("events.txt"));
+    if (events.isEmpty()) {
+        path = modbusRecording();
+    } else {
         QFile file(path);
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(events);
@@ -562,6 +732,164 @@ void TestCli::decodeEventsFile()
     for (const QString &line : lines) {
         QVERIFY2(shown.contains(line), qPrintable(shown));
     }
+}
+
+void TestCli::recordTwoPorts()
+{
+    testsupport::PtyPair pty;
+    QString why;
+    if (!pty.start(&why)) {
+        QSKIP(qPrintable(why));
+    }
+    quint16 port = 0;
+    auto tcp = startPeer({QStringLiteral("tcp-say"), QStringLiteral("TCP-HELLO")}, &port);
+    QVERIFY(port != 0);
+    const QString path = dir.filePath(QStringLiteral("two.vlmlog"));
+    auto recorder = startCli({QStringLiteral("record"), QStringLiteral("serial:") + pty.portA(),
+                              QStringLiteral("tcp://127.0.0.1:%1").arg(port), QStringLiteral("--out"),
+                              path});
+    const auto holds = [&path](const char *text) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) &&
+               file.readAll().toLower().contains(QByteArray(text).toHex());
+    };
+    // The TCP peer greets as soon as it is connected; by then both ports are open.
+    QTRY_VERIFY_WITH_TIMEOUT(holds("TCP-HELLO"), 15000);
+    auto device = startPeer({QStringLiteral("serial-talk"), pty.portB(),
+                             QByteArray("PTY-HELLO\r\n").toHex(), QStringLiteral("0")});
+    QVERIFY(device->waitForFinished(15000));
+    QTRY_VERIFY_WITH_TIMEOUT(holds("PTY-HELLO\r\n"), 15000);
+    ::kill(pid_t(recorder->processId()), SIGINT);
+    QVERIFY(recorder->waitForFinished(15000));
+    QCOMPARE(recorder->exitCode(), 130);
+    tcp->kill();
+    tcp->waitForFinished();
+    twoPorts = path;
+}
+
+void TestCli::recordTwoPortsAndReadBack_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QStringList>("present");
+    QTest::addColumn<QStringList>("absent");
+    const auto row = [](const char *name, const QStringList &args, const QStringList &present,
+                        const QStringList &absent = {}) {
+        QTest::newRow(name) << args << present << absent;
+    };
+    // p1 is the pty (named first), p2 the TCP peer.
+    row("info", {QStringLiteral("info")},
+        {QStringLiteral("Ports: 2"), QStringLiteral("  p1  "), QStringLiteral("  p2  "),
+         QStringLiteral("Bytes: 20"), QStringLiteral("Torn tail: no"), QStringLiteral("Ended: stopped"),
+         QStringLiteral("Indexed in")});
+    row("text export of both ports", {QStringLiteral("export"), QStringLiteral("--format"),
+                                      QStringLiteral("text")},
+        {QStringLiteral("# Records: 2"), QStringLiteral("50 54 59 2D 48 45 4C 4C 4F 0D 0A"),
+         QStringLiteral("54 43 50 2D 48 45 4C 4C 4F")});
+    row("csv export of one port",
+        {QStringLiteral("export"), QStringLiteral("--format"), QStringLiteral("csv"),
+         QStringLiteral("--port"), QStringLiteral("p2")},
+        {QStringLiteral("time,t_us,port,dir,peer,bytes,hex,text"), QStringLiteral("TCP-HELLO")},
+        {QStringLiteral("PTY-HELLO")});
+    row("jsonl export", {QStringLiteral("export"), QStringLiteral("--format"), QStringLiteral("jsonl")},
+        {QStringLiteral("\"p1\""), QStringLiteral("5054592d48454c4c4f0d0a")});
+    row("text search finds both streams", {QStringLiteral("search"), QStringLiteral("--text"),
+                                           QStringLiteral("hello")},
+        {QStringLiteral("  p1  event"), QStringLiteral("  p2  event")});
+    row("hex search in one port",
+        {QStringLiteral("search"), QStringLiteral("--hex"), QStringLiteral("0D 0A"),
+         QStringLiteral("--port"), QStringLiteral("p1")},
+        {QStringLiteral("  p1  event")}, {QStringLiteral("  p2  ")});
+}
+
+void TestCli::recordTwoPortsAndReadBack()
+{
+    QFETCH(QStringList, args);
+    QFETCH(QStringList, present);
+    QFETCH(QStringList, absent);
+    if (twoPorts.isEmpty()) {
+        recordTwoPorts();
+        if (QTest::currentTestFailed() || twoPorts.isEmpty()) {
+            return;
+        }
+    }
+    args.insert(1, twoPorts);
+    const Result result = cli(args);
+    QVERIFY2(result.code == 0, qPrintable(result.err));
+    for (const QString &text : present) {
+        QVERIFY2(result.out.contains(text, Qt::CaseInsensitive), qPrintable(result.out));
+    }
+    for (const QString &text : absent) {
+        QVERIFY2(!result.out.contains(text), qPrintable(result.out));
+    }
+}
+
+void TestCli::replayIntoPtyReproducesBytes_data()
+{
+    QTest::addColumn<QStringList>("pacing");
+    QTest::newRow("recorded timing") << QStringList();
+    QTest::newRow("four times faster") << QStringList{QStringLiteral("--speed"), QStringLiteral("4")};
+    QTest::newRow("fastest") << QStringList{QStringLiteral("--fastest")};
+}
+
+void TestCli::replayIntoPtyReproducesBytes()
+{
+    QFETCH(QStringList, pacing);
+    testsupport::PtyPair pty;
+    QString why;
+    if (!pty.start(&why)) {
+        QSKIP(qPrintable(why));
+    }
+    // Every byte value, in reads of uneven sizes, among sent bytes and another port's
+    // data that must not be played.
+    const qint64 t0 = 1700000000000000;
+    QList<SessionEvent> device;
+    QList<SessionEvent> other;
+    QByteArray expected;
+    for (int i = 0; i < 40; ++i) {
+        QByteArray bytes;
+        for (int k = 0; k < 37 + i * 11; ++k) {
+            bytes.append(char((i * 7 + k) & 0xFF));
+        }
+        expected += bytes;
+        device.append({0, t0 + i * 5000, SessionEvent::Rx, {}, bytes, {}});
+        device.append({0, t0 + i * 5000 + 1000, SessionEvent::Tx, {}, "TX", {}});
+        other.append({0, t0 + i * 5000 + 2000, SessionEvent::Rx, {}, "OTHER", {}});
+    }
+    const QString path = writeRecording(QStringLiteral("play.vlmlog"), device, other);
+    auto reader = startPeer({QStringLiteral("serial-read"), pty.portB(),
+                             QString::number(expected.size())});
+    QVERIFY(reader->waitForReadyRead(10000));
+    QCOMPARE(reader->readLine().trimmed(), QByteArray("ready"));
+    const Result result = cli(QStringList{QStringLiteral("replay"), path, QStringLiteral("--port"),
+                                          QStringLiteral("p1"), QStringLiteral("--to"),
+                                          QStringLiteral("serial:") + pty.portA()} +
+                              pacing);
+    QVERIFY2(result.code == 0, qPrintable(result.err));
+    QVERIFY(reader->waitForFinished(15000));
+    QCOMPARE(reader->readAll().trimmed(), expected.toHex());
+}
+
+void TestCli::replayAnswersModbusMaster()
+{
+    testsupport::PtyPair pty;
+    QString why;
+    if (!pty.start(&why)) {
+        QSKIP(qPrintable(why));
+    }
+    QProcess probe;
+    probe.start(Python, {QStringLiteral("-c"), QStringLiteral("import pymodbus.client")});
+    if (!probe.waitForFinished(20000) || probe.exitCode() != 0) {
+        QSKIP("Debian's python3-pymodbus is needed for the Modbus master");
+    }
+    auto slave = startCli({QStringLiteral("replay"), modbusRecording(), QStringLiteral("--port"),
+                           QStringLiteral("p1"), QStringLiteral("--to"),
+                           QStringLiteral("serial:") + pty.portA(), QStringLiteral("--answer")});
+    auto master = startPeer({QStringLiteral("modbus-master"), pty.portB()});
+    QVERIFY(master->waitForFinished(60000));
+    QCOMPARE(master->readAll(), QByteArray("[4660, 22136]\n[43981]\n"));
+    // The recording ends after its last response, and so does the replay.
+    QVERIFY(slave->waitForFinished(15000));
+    QVERIFY2(slave->exitCode() == 0, slave->readAllStandardError().constData());
 }
 
 QTEST_GUILESS_MAIN(TestCli)

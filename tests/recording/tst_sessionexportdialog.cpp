@@ -1,6 +1,8 @@
 #include "recording/sessionexportdialog.h"
 #include "recording/sessionrecorder.h"
 
+#include "support/testdata.h"
+
 #include <QComboBox>
 #include <QLabel>
 #include <QProgressBar>
@@ -19,6 +21,8 @@ private slots:
     void longExportKeepsTheWindowResponsive();
 };
 
+using testdata::readFile;
+
 namespace {
 
 const qint64 T0 = 1760000000000000; // microseconds
@@ -30,12 +34,6 @@ SessionExport::PortInfo info(const QString &id, const QString &label)
     port.label = label;
     port.mode = QStringLiteral("serial");
     return port;
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace

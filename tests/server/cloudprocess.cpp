@@ -93,7 +93,9 @@ CloudProcess::Reply CloudProcess::call(const QByteArray &method, const QString &
 {
     QNetworkRequest request(QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(port).arg(path)));
     request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
-    if (!token.isEmpty())
+    if (token.startsWith(u"rgt_"))
+        request.setRawHeader("X-Relay-Guest-Token", token.toUtf8());
+    else if (!token.isEmpty())
         request.setRawHeader("Authorization", "Bearer " + token.toUtf8());
     std::unique_ptr<QNetworkReply> reply(
         network->sendCustomRequest(request, method, body));

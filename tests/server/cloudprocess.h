@@ -40,6 +40,8 @@ public:
     // What the server wrote on stderr so far.
     QByteArray log();
 
+    // `token` is sent as the bearer token, or, for a relay guest's "rgt_..." token, as
+    // X-Relay-Guest-Token.
     Reply call(const QByteArray &method, const QString &path, const QByteArray &body = {},
                const QString &token = {});
     Reply call(const QByteArray &method, const QString &path, const QJsonObject &body,

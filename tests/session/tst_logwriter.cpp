@@ -1,5 +1,7 @@
 #include "session/logwriter.h"
 
+#include "support/testdata.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -7,14 +9,10 @@
 
 #include <memory>
 
+using testdata::readFile;
+
 namespace {
 const QDateTime Start(QDate(2026, 3, 14), QTime(11, 59, 0), Qt::UTC);
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
 
 void writeFile(const QString &path, const QByteArray &bytes)
 {

@@ -7,6 +7,8 @@
 #include "session/serialportwidget.h"
 #include "support/testsupport.h"
 
+#include "support/testdata.h"
+
 #include <QComboBox>
 #include <QRandomGenerator>
 #include <QSerialPort>
@@ -15,17 +17,9 @@
 #include <QTcpSocket>
 #include <QtTest>
 
-namespace {
+using testdata::randomBytes;
 
-QByteArray randomBytes(qsizetype size, quint32 seed)
-{
-    QByteArray bytes(size, Qt::Uninitialized);
-    QRandomGenerator random(seed);
-    for (char &c : bytes) {
-        c = char(random.bounded(256));
-    }
-    return bytes;
-}
+namespace {
 
 Settings remoteSettings(quint16 port, bool keepRemote)
 {

@@ -9,6 +9,8 @@
 #include "transfer/filetransfersession.h"
 #include "transfer/xmodemcodec.h"
 
+#include "support/testdata.h"
+
 #include <QDir>
 #include <QProcess>
 #include <QRandomGenerator>
@@ -21,31 +23,13 @@
 
 using P = XferProtocol;
 
+using testdata::randomBytes;
+using testdata::readFile;
+using testdata::writeFile;
+
 namespace {
 
 const QString Python = QStringLiteral("/usr/bin/python3");
-
-QByteArray randomBytes(qsizetype size)
-{
-    QByteArray bytes(size, '\0');
-    QRandomGenerator random(quint32(size) + 7);
-    for (char &b : bytes) {
-        b = char(random.bounded(256));
-    }
-    return bytes;
-}
-
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
 
 // Starts `command` ("rb -b", "sx -b f", "python ...") in `folder` on side B of `pty`.
 // lrzsz empties its terminal's queues as it exits, so it writes into the relay's pipe.
@@ -134,7 +118,7 @@ void TestXferIntegration::panelAgainstLrzsz()
     QVERIFY2(pty.start({0, 1000, 4096}, &why), qPrintable(why));
     QTemporaryDir ours;
     QTemporaryDir theirs;
-    const QByteArray data = randomBytes(size);
+    const QByteArray data = randomBytes(size, quint32(size) + 7);
     QVERIFY(writeFile((sending ? ours : theirs).filePath(QStringLiteral("f")), data));
 
     SerialPortWidget panel;
@@ -295,7 +279,7 @@ void TestXferIntegration::cliAgainstPeers()
     QVERIFY2(pty.start({0, 1000, 4096}, &why), qPrintable(why));
     QTemporaryDir ours;
     QTemporaryDir theirs;
-    const QByteArray data = randomBytes(3000);
+    const QByteArray data = randomBytes(3000, 3007);
     const bool sending = args.first() == QLatin1String("send");
     QVERIFY(writeFile((sending ? ours : theirs).filePath(QStringLiteral("f")), data));
     const auto fill = [&](QString text) {

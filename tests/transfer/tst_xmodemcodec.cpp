@@ -3,6 +3,8 @@
 #include "memoryfiles.h"
 #include "transfer/xmodemcodec.h"
 
+#include "support/testdata.h"
+
 #include <QRandomGenerator>
 #include <QTest>
 
@@ -11,17 +13,9 @@
 using Role = XmodemCodec::Role;
 using P = XferProtocol;
 
-namespace {
+using testdata::randomBytes;
 
-QByteArray randomBytes(qsizetype size, quint32 seed)
-{
-    QRandomGenerator random(seed);
-    QByteArray bytes(size, '\0');
-    for (char &b : bytes) {
-        b = char(random.bounded(256));
-    }
-    return bytes;
-}
+namespace {
 
 // A sender and a receiver codec joined by an instant wire. Output counts as drained as
 // soon as it is delivered; when neither side has anything to do, the clock jumps to the

@@ -591,6 +591,319 @@
     </message>
 </context>
 <context>
+    <name>BridgeCommand</name>
+    <message>
+        <source>Forwards between two connections, both ways.</source>
+        <translation>双向转发两个连接之间的数据。</translation>
+    </message>
+    <message>
+        <source>The first connection.</source>
+        <translation>第一个连接。</translation>
+    </message>
+    <message>
+        <source>The second connection.</source>
+        <translation>第二个连接。</translation>
+    </message>
+    <message>
+        <source>Writes both directions to FILE as a trace.</source>
+        <translation>将双向数据作为跟踪记录写入 FILE。</translation>
+    </message>
+    <message>
+        <source>bridge needs two connections: URL_A URL_B.</source>
+        <translation>bridge 需要两个连接：URL_A URL_B。</translation>
+    </message>
+    <message>
+        <source>Bridging %1 and %2.</source>
+        <translation>正在桥接 %1 和 %2。</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeDialog</name>
+    <message>
+        <source>Edit...</source>
+        <translation>编辑...</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>Resume</source>
+        <translation>恢复</translation>
+    </message>
+    <message>
+        <source>Bridges</source>
+        <translation>桥接</translation>
+    </message>
+    <message>
+        <source>On</source>
+        <translation>启用</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>End A</source>
+        <translation>端点 A</translation>
+    </message>
+    <message>
+        <source>End B</source>
+        <translation>端点 B</translation>
+    </message>
+    <message>
+        <source>Status</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>New...</source>
+        <translation>新建...</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>TCP :%1 (built-in)</source>
+        <translation>TCP :%1（内置）</translation>
+    </message>
+    <message>
+        <source>Port %1</source>
+        <translation>端口 %1</translation>
+    </message>
+    <message>
+        <source>(unnamed)</source>
+        <translation>（未命名）</translation>
+    </message>
+    <message>
+        <source>&lt;b&gt;%1&lt;/b&gt;&lt;br/&gt;A→B&amp;nbsp; %2 &amp;nbsp; %3/s &amp;nbsp; queue %4 &amp;nbsp; &lt;span style=&apos;color:%9&apos;&gt;dropped %5&lt;/span&gt;&lt;br/&gt;B→A&amp;nbsp; %6 &amp;nbsp; %7/s &amp;nbsp; queue %8 &amp;nbsp; &lt;span style=&apos;color:%9&apos;&gt;dropped %10&lt;/span&gt;</source>
+        <translation>&lt;b&gt;%1&lt;/b&gt;&lt;br/&gt;A→B&amp;nbsp; %2 &amp;nbsp; %3/s &amp;nbsp; 队列 %4 &amp;nbsp; &lt;span style=&apos;color:%9&apos;&gt;丢弃 %5&lt;/span&gt;&lt;br/&gt;B→A&amp;nbsp; %6 &amp;nbsp; %7/s &amp;nbsp; 队列 %8 &amp;nbsp; &lt;span style=&apos;color:%9&apos;&gt;丢弃 %10&lt;/span&gt;</translation>
+    </message>
+    <message>
+        <source>&lt;br/&gt;&lt;span style=&apos;color:#c0392b&apos;&gt;Capture stopped: %1&lt;/span&gt;</source>
+        <translation>&lt;br/&gt;&lt;span style=&apos;color:#c0392b&apos;&gt;抓包已停止：%1&lt;/span&gt;</translation>
+    </message>
+    <message>
+        <source>ⓘ One end cannot be slowed down (a serial port without flow control, or UDP). If the buffer fills, the newest data is dropped and counted above.</source>
+        <translation>ⓘ 有一端无法减速（没有流控的串口，或 UDP）。缓冲区满时，最新的数据会被丢弃，并计入上方的计数。</translation>
+    </message>
+    <message>
+        <source>ⓘ Taking turns is configured, but neither end accepts several clients, so there is nothing to arbitrate.</source>
+        <translation>ⓘ 已设置轮流使用，但两端都不接受多个客户端，因此无需仲裁。</translation>
+    </message>
+    <message>
+        <source>Taking turns: %1 waiting, %2 unanswered, %3 dropped</source>
+        <translation>轮流使用：%1 个等待，%2 个未应答，%3 个已丢弃</translation>
+    </message>
+    <message>
+        <source>Bridge %1</source>
+        <translation>桥接 %1</translation>
+    </message>
+    <message>
+        <source>A bridge joins two ports; add a second port first (Edit &gt; Add Port).</source>
+        <translation>桥接需要连接两个端口；请先添加第二个端口（编辑 &gt; 添加端口）。</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeEditDialog</name>
+    <message>
+        <source>Enabled</source>
+        <translation>启用</translation>
+    </message>
+    <message>
+        <source>Write a capture file</source>
+        <translation>写入抓包文件</translation>
+    </message>
+    <message>
+        <source>Bridge</source>
+        <translation>桥接</translation>
+    </message>
+    <message>
+        <source>Built-in TCP listener</source>
+        <translation>内置 TCP 监听器</translation>
+    </message>
+    <message>
+        <source>A → B</source>
+        <translation>A → B</translation>
+    </message>
+    <message>
+        <source>B → A</source>
+        <translation>B → A</translation>
+    </message>
+    <message>
+        <source>A ⇄ B (both ways)</source>
+        <translation>A ⇄ B（双向）</translation>
+    </message>
+    <message>
+        <source>Endpoints</source>
+        <translation>端点</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>End A</source>
+        <translation>端点 A</translation>
+    </message>
+    <message>
+        <source>End B</source>
+        <translation>端点 B</translation>
+    </message>
+    <message>
+        <source>Listen on TCP port</source>
+        <translation>监听 TCP 端口</translation>
+    </message>
+    <message>
+        <source>Direction</source>
+        <translation>方向</translation>
+    </message>
+    <message>
+        <source>Access</source>
+        <translation>访问</translation>
+    </message>
+    <message>
+        <source>Allowed clients</source>
+        <translation>允许的客户端</translation>
+    </message>
+    <message>
+        <source>Transparent (pass bytes through)</source>
+        <translation>透明（直接传递字节）</translation>
+    </message>
+    <message>
+        <source>RFC 2217 server (remote client sets the serial parameters)</source>
+        <translation>RFC 2217 服务器（远程客户端设置串口参数）</translation>
+    </message>
+    <message>
+        <source>RFC 2217 client (set a remote device server&apos;s serial parameters)</source>
+        <translation>RFC 2217 客户端（设置远程设备服务器的串口参数）</translation>
+    </message>
+    <message>
+        <source>Modbus TCP to Modbus RTU gateway</source>
+        <translation>Modbus TCP 转 Modbus RTU 网关</translation>
+    </message>
+    <message>
+        <source>Protocol</source>
+        <translation>协议</translation>
+    </message>
+    <message>
+        <source>Mode</source>
+        <translation>模式</translation>
+    </message>
+    <message>
+        <source>Forward immediately (lowest latency)</source>
+        <translation>立即转发（延迟最低）</translation>
+    </message>
+    <message>
+        <source>Cut on idle gap (Modbus RTU)</source>
+        <translation>按空闲间隔分帧（Modbus RTU）</translation>
+    </message>
+    <message>
+        <source>Cut on delimiter</source>
+        <translation>按分隔符分帧</translation>
+    </message>
+    <message>
+        <source>Fixed length</source>
+        <translation>固定长度</translation>
+    </message>
+    <message>
+        <source>Hex, e.g. 0D0A</source>
+        <translation>十六进制，例如 0D0A</translation>
+    </message>
+    <message>
+        <source>Framing</source>
+        <translation>分帧</translation>
+    </message>
+    <message>
+        <source>Idle gap</source>
+        <translation>空闲间隔</translation>
+    </message>
+    <message>
+        <source>Delimiter</source>
+        <translation>分隔符</translation>
+    </message>
+    <message>
+        <source>Frame length</source>
+        <translation>帧长</translation>
+    </message>
+    <message>
+        <source>Slow the sender down (recommended)</source>
+        <translation>让发送方减速（推荐）</translation>
+    </message>
+    <message>
+        <source>Drop the oldest data</source>
+        <translation>丢弃最旧的数据</translation>
+    </message>
+    <message>
+        <source>Drop the newest data</source>
+        <translation>丢弃最新的数据</translation>
+    </message>
+    <message>
+        <source>Stop the bridge and tell me</source>
+        <translation>停止桥接并通知我</translation>
+    </message>
+    <message>
+        <source>Flow control</source>
+        <translation>流控</translation>
+    </message>
+    <message>
+        <source>When the buffer fills</source>
+        <translation>缓冲区满时</translation>
+    </message>
+    <message>
+        <source>Buffer limit</source>
+        <translation>缓冲区上限</translation>
+    </message>
+    <message>
+        <source>One client at a time (recommended)</source>
+        <translation>一次一个客户端（推荐）</translation>
+    </message>
+    <message>
+        <source>Take turns, one request at a time</source>
+        <translation>轮流使用，一次一个请求</translation>
+    </message>
+    <message>
+        <source>All clients share the port</source>
+        <translation>所有客户端共享端口</translation>
+    </message>
+    <message>
+        <source>TCP server clients</source>
+        <translation>TCP 服务器客户端</translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation>十六进制</translation>
+    </message>
+    <message>
+        <source>Text (control bytes escaped)</source>
+        <translation>文本（控制字节转义）</translation>
+    </message>
+    <message>
+        <source>Capture</source>
+        <translation>抓包</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>文件</translation>
+    </message>
+    <message>
+        <source>Format</source>
+        <translation>格式</translation>
+    </message>
+    <message>
+        <source>The network end speaks Telnet. Point a client at it with rfc2217://host:port, or a virtual COM driver that supports RFC 2217.</source>
+        <translation>网络端使用 Telnet 协议。客户端请连接 rfc2217://主机:端口，或使用支持 RFC 2217 的虚拟串口驱动。</translation>
+    </message>
+    <message>
+        <source>Modbus RTU has no length field, so the serial side needs &quot;Cut on idle gap&quot; framing for a reply to be recognised as one frame.</source>
+        <translation>Modbus RTU 没有长度字段，因此串口端需要使用“按空闲间隔分帧”，才能将一个应答识别为一帧。</translation>
+    </message>
+    <message>
+        <source>Taking turns needs a framing mode that marks where a request ends; with &quot;Forward immediately&quot; there is nothing to take turns with.</source>
+        <translation>轮流使用需要能标出请求结束位置的分帧方式；使用“立即转发”时无法轮流。</translation>
+    </message>
+</context>
+<context>
     <name>BridgeEndpoint</name>
     <message>
         <source>this end has no remote serial port</source>
@@ -802,6 +1115,17 @@
     <message>
         <source>Removed bridge(s) whose port no longer exists: %1</source>
         <translation>已删除端口不再存在的桥接：%1</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeSparkline</name>
+    <message>
+        <source>Last two minutes. Above the line: A to B. Below: B to A. Red bands mark seconds where data was dropped.</source>
+        <translation>最近两分钟。线上方：A 到 B。线下方：B 到 A。红色区域表示有数据被丢弃的秒。</translation>
+    </message>
+    <message>
+        <source>No traffic yet</source>
+        <translation>尚无流量</translation>
     </message>
 </context>
 <context>
@@ -1845,10 +2169,6 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <translation>使用 --project 库中的帧模板解码。</translation>
     </message>
     <message>
-        <source>An events file: lines of &quot;&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]&quot;.</source>
-        <translation>事件文件：每行为“&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]”。</translation>
-    </message>
-    <message>
         <source>Writes the frames CSV to FILE.</source>
         <translation>将帧 CSV 写入 FILE。</translation>
     </message>
@@ -1883,6 +2203,18 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     <message>
         <source>Cannot write %1: %2</source>
         <translation>无法写入 %1：%2</translation>
+    </message>
+    <message>
+        <source>An events file (lines of &quot;&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]&quot;) or a .vlmlog recording, with --port ID for one of its ports.</source>
+        <translation>事件文件（每行为“&lt;ms&gt; &lt;tx|rx&gt; &lt;hex&gt; [peer]”）或 .vlmlog 录制文件，用 --port ID 选择其中一个端口。</translation>
+    </message>
+    <message>
+        <source>%1 holds %2 ports: choose one with --port ID.</source>
+        <translation>%1 含有 %2 个端口：请用 --port ID 选择一个。</translation>
+    </message>
+    <message>
+        <source>Could not read the recording again.</source>
+        <translation>无法再次读取该录制文件。</translation>
     </message>
 </context>
 <context>
@@ -2071,6 +2403,53 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     <message>
         <source>--duration %1: give seconds, 0 or more.</source>
         <translation>--duration %1：请给出 0 或更大的秒数。</translation>
+    </message>
+</context>
+<context>
+    <name>ExportCommand</name>
+    <message>
+        <source>Writes a recording as text, CSV or JSON Lines.</source>
+        <translation>将录制文件导出为文本、CSV 或 JSON Lines。</translation>
+    </message>
+    <message>
+        <source>The recording.</source>
+        <translation>录制文件。</translation>
+    </message>
+    <message>
+        <source>text, csv or jsonl.</source>
+        <translation>text、csv 或 jsonl。</translation>
+    </message>
+    <message>
+        <source>Exports only this port of the recording.</source>
+        <translation>只导出录制中的这个端口。</translation>
+    </message>
+    <message>
+        <source>Writes to FILE instead of standard output.</source>
+        <translation>写入 FILE，而不是标准输出。</translation>
+    </message>
+    <message>
+        <source>Give --format text, csv or jsonl.</source>
+        <translation>请给出 --format text、csv 或 jsonl。</translation>
+    </message>
+    <message>
+        <source>Cannot write to standard output.</source>
+        <translation>无法写入标准输出。</translation>
+    </message>
+    <message>
+        <source>Cannot write %1: %2</source>
+        <translation>无法写入 %1：%2</translation>
+    </message>
+    <message>
+        <source>Could not read the recording again.</source>
+        <translation>无法再次读取该录制文件。</translation>
+    </message>
+    <message>
+        <source>Cannot write the export: %1</source>
+        <translation>无法写入导出内容：%1</translation>
+    </message>
+    <message>
+        <source>Could not read the recording: %1</source>
+        <translation>无法读取录制文件：%1</translation>
     </message>
 </context>
 <context>
@@ -3165,6 +3544,77 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     </message>
 </context>
 <context>
+    <name>InfoCommand</name>
+    <message>
+        <source>Tells what a recording holds and how long indexing it took.</source>
+        <translation>显示录制文件的内容概况以及建立索引所用的时间。</translation>
+    </message>
+    <message>
+        <source>The recording.</source>
+        <translation>录制文件。</translation>
+    </message>
+    <message>
+        <source>File: %1 (%2 bytes)</source>
+        <translation>文件：%1（%2 字节）</translation>
+    </message>
+    <message>
+        <source>Part: %1</source>
+        <translation>分段：%1</translation>
+    </message>
+    <message>
+        <source>Previous part: %1</source>
+        <translation>上一分段：%1</translation>
+    </message>
+    <message>
+        <source>Next part: %1</source>
+        <translation>下一分段：%1</translation>
+    </message>
+    <message>
+        <source>Ports: %1</source>
+        <translation>端口：%1</translation>
+    </message>
+    <message>
+        <source>  %1  %2  %3  (%4 events)</source>
+        <translation>  %1  %2  %3  （%4 个事件）</translation>
+    </message>
+    <message>
+        <source>Events: %1</source>
+        <translation>事件：%1</translation>
+    </message>
+    <message>
+        <source>Bytes: %1</source>
+        <translation>字节：%1</translation>
+    </message>
+    <message>
+        <source>First: %1</source>
+        <translation>最早：%1</translation>
+    </message>
+    <message>
+        <source>Last: %1</source>
+        <translation>最晚：%1</translation>
+    </message>
+    <message>
+        <source>Torn tail: yes, the last line is cut</source>
+        <translation>末尾截断：是，最后一行不完整</translation>
+    </message>
+    <message>
+        <source>Torn tail: no</source>
+        <translation>末尾截断：否</translation>
+    </message>
+    <message>
+        <source>Ended: %1</source>
+        <translation>结束原因：%1</translation>
+    </message>
+    <message>
+        <source>Unreadable lines: %1</source>
+        <translation>无法读取的行：%1</translation>
+    </message>
+    <message>
+        <source>Indexed in %1 ms</source>
+        <translation>索引用时 %1 毫秒</translation>
+    </message>
+</context>
+<context>
     <name>LiveSyncStatus</name>
     <message>
         <source>Not listening</source>
@@ -3347,10 +3797,6 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     <message>
         <source>Port Number = %1</source>
         <translation>端口数 = %1</translation>
-    </message>
-    <message>
-        <source>Bridges between ports are not available in this build yet.</source>
-        <translation>此版本暂不支持端口间桥接。</translation>
     </message>
     <message>
         <source>Saving...</source>
@@ -3783,6 +4229,80 @@ Reopen it now?</source>
     <message>
         <source>Live Relay of %1 ended: %2</source>
         <translation>%1 的 Live Relay 已结束：%2</translation>
+    </message>
+    <message>
+        <source>Bridges...</source>
+        <translation>桥接...</translation>
+    </message>
+    <message>
+        <source>Skipped invalid bridge(s): %1</source>
+        <translation>已跳过无效的桥接：%1</translation>
+    </message>
+    <message>
+        <source>%1 (%2)</source>
+        <translation>%1（%2）</translation>
+    </message>
+    <message>
+        <source>(unnamed)</source>
+        <translation>（未命名）</translation>
+    </message>
+    <message>
+        <source>Bridge removed: %1</source>
+        <translation>已移除桥接：%1</translation>
+    </message>
+    <message>
+        <source>1 saved bridge was restored but not enabled.</source>
+        <translation>已恢复 1 个保存的桥接，但未启用。</translation>
+    </message>
+    <message>
+        <source>%1 saved bridges were restored but not enabled.</source>
+        <translation>已恢复 %1 个保存的桥接，但未启用。</translation>
+    </message>
+    <message>
+        <source>1 saved bridge waits for its ports: add the connections it names and it appears in Tools &gt; Bridges, not enabled.</source>
+        <translation>1 个保存的桥接正在等待其端口：添加它所指定的连接后，它会出现在“工具 &gt; 桥接”中，且未启用。</translation>
+    </message>
+    <message>
+        <source>%1 saved bridges wait for their ports: add the connections they name and they appear in Tools &gt; Bridges, not enabled.</source>
+        <translation>%1 个保存的桥接正在等待其端口：添加它们所指定的连接后，它们会出现在“工具 &gt; 桥接”中，且未启用。</translation>
+    </message>
+    <message>
+        <source>%1 is now served as RFC 2217 on TCP port %2 of this computer.</source>
+        <translation>%1 现已作为 RFC 2217 在本机 TCP 端口 %2 上提供服务。</translation>
+    </message>
+    <message>
+        <source>%1 is now served on TCP port %2 of this computer.</source>
+        <translation>%1 现已在本机 TCP 端口 %2 上提供服务。</translation>
+    </message>
+    <message>
+        <source>Record Session...</source>
+        <translation>录制会话...</translation>
+    </message>
+    <message>
+        <source>Open Recording...</source>
+        <translation>打开录制...</translation>
+    </message>
+    <message>
+        <source>Stop Recording</source>
+        <translation>停止录制</translation>
+    </message>
+    <message>
+        <source>Record Session</source>
+        <translation>录制会话</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n port(s)</source>
+        <translation>
+            <numerusform>%n 个端口</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Open Recording</source>
+        <translation>打开录制</translation>
+    </message>
+    <message>
+        <source>Recordings and session exports (*.vlmlog *.jsonl)</source>
+        <translation>录制文件和会话导出 (*.vlmlog *.jsonl)</translation>
     </message>
 </context>
 <context>
@@ -4678,6 +5198,13 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>PortBridgeHooks</name>
+    <message>
+        <source>The line settings asked for over the network were refused: %1</source>
+        <translation>通过网络请求的线路参数被拒绝：%1</translation>
+    </message>
+</context>
+<context>
     <name>PortEndpoint</name>
     <message>
         <source>the port has been removed</source>
@@ -4892,6 +5419,33 @@ Reopen it now?</source>
     </message>
 </context>
 <context>
+    <name>RecordCommand</name>
+    <message>
+        <source>Records what one or more connections receive and send into a .vlmlog file.</source>
+        <translation>将一个或多个连接收发的数据录制到 .vlmlog 文件。</translation>
+    </message>
+    <message>
+        <source>A connection to record; give several to record them together.</source>
+        <translation>要录制的连接；给出多个则一起录制。</translation>
+    </message>
+    <message>
+        <source>The recording file to write.</source>
+        <translation>要写入的录制文件。</translation>
+    </message>
+    <message>
+        <source>Name at least one connection to record.</source>
+        <translation>请至少指定一个要录制的连接。</translation>
+    </message>
+    <message>
+        <source>Give the recording file with --out FILE.vlmlog.</source>
+        <translation>请用 --out FILE.vlmlog 给出录制文件。</translation>
+    </message>
+    <message>
+        <source>Recorded %1 bytes into %2.</source>
+        <translation>已将 %1 字节录制到 %2。</translation>
+    </message>
+</context>
+<context>
     <name>RecordSessionDialog</name>
     <message>
         <source>Start with what VLM already holds from this session (%1)</source>
@@ -4934,6 +5488,29 @@ Replace it?</source>
 %1
 
 要替换吗？</translation>
+    </message>
+</context>
+<context>
+    <name>RecordingFile</name>
+    <message>
+        <source>Give the recording file.</source>
+        <translation>请给出录制文件。</translation>
+    </message>
+    <message>
+        <source>Could not read %1: %2</source>
+        <translation>无法读取 %1：%2</translation>
+    </message>
+    <message>
+        <source>%1 is not a recording: none of its lines is a recording line.</source>
+        <translation>%1 不是录制文件：其中没有任何一行是录制行。</translation>
+    </message>
+    <message>
+        <source>The recording has no port &quot;%1&quot;; its ports are: %2.</source>
+        <translation>录制中没有端口“%1”；其端口为：%2。</translation>
+    </message>
+    <message>
+        <source>none</source>
+        <translation>无</translation>
     </message>
 </context>
 <context>
@@ -5161,6 +5738,61 @@ Replace it?</source>
     <message>
         <source>Enter an invite code or choose a port.</source>
         <translation>请输入邀请码或选择一个端口。</translation>
+    </message>
+</context>
+<context>
+    <name>ReplayCommand</name>
+    <message>
+        <source>Plays what a recorded port received into a connection.</source>
+        <translation>将录制端口收到的数据回放到一个连接中。</translation>
+    </message>
+    <message>
+        <source>The recording.</source>
+        <translation>录制文件。</translation>
+    </message>
+    <message>
+        <source>The recorded port to play.</source>
+        <translation>要回放的录制端口。</translation>
+    </message>
+    <message>
+        <source>The connection to play into.</source>
+        <translation>回放的目标连接。</translation>
+    </message>
+    <message>
+        <source>Plays this many times faster than recorded.</source>
+        <translation>以录制速度的这一倍数回放。</translation>
+    </message>
+    <message>
+        <source>Plays as fast as the connection takes it.</source>
+        <translation>以连接能接受的最快速度回放。</translation>
+    </message>
+    <message>
+        <source>Waits for the recorded request before each response.</source>
+        <translation>每次应答前先等待录制中的请求到达。</translation>
+    </message>
+    <message>
+        <source>Give the recorded port with --port ID and the connection with --to URL.</source>
+        <translation>请用 --port ID 给出录制端口，用 --to URL 给出连接。</translation>
+    </message>
+    <message>
+        <source>Give either --speed X or --fastest.</source>
+        <translation>请给出 --speed X 或 --fastest 之一。</translation>
+    </message>
+    <message>
+        <source>--speed %1: give a factor above 0, such as 0.5 or 10.</source>
+        <translation>--speed %1：请给出大于 0 的倍数，例如 0.5 或 10。</translation>
+    </message>
+    <message>
+        <source>Could not read the recording again.</source>
+        <translation>无法再次读取该录制文件。</translation>
+    </message>
+    <message>
+        <source>%1 did not take the recorded bytes.</source>
+        <translation>%1 未接受录制的字节。</translation>
+    </message>
+    <message>
+        <source>Played %1 bytes into %2.</source>
+        <translation>已向 %2 回放 %1 字节。</translation>
     </message>
 </context>
 <context>
@@ -5611,6 +6243,45 @@ Replace it?</source>
     <message>
         <source>The remote port is now at %1 baud.</source>
         <translation>远程端口现在的波特率为 %1。</translation>
+    </message>
+</context>
+<context>
+    <name>Rfc2217QuickShareDialog</name>
+    <message>
+        <source>Serve %1 on a Local TCP Port</source>
+        <translation>在本地 TCP 端口上提供 %1</translation>
+    </message>
+    <message>
+        <source>RFC 2217 — remote clients may set the serial parameters and control lines</source>
+        <translation>RFC 2217 — 远程客户端可设置串口参数和控制线</translation>
+    </message>
+    <message>
+        <source>Raw TCP — bytes only; the serial parameters stay as set in this port&apos;s pane (socat, nc, terminal programs, drivers in raw mode)</source>
+        <translation>原始 TCP — 仅传输字节；串口参数保持此端口面板中的设置（socat、nc、终端程序、原始模式的驱动）</translation>
+    </message>
+    <message>
+        <source>Share %1 via RFC 2217</source>
+        <translation>通过 RFC 2217 共享 %1</translation>
+    </message>
+    <message>
+        <source>TCP port</source>
+        <translation>TCP 端口</translation>
+    </message>
+    <message>
+        <source>One address or subnet per line, e.g. 192.168.1.0/24</source>
+        <translation>每行一个地址或子网，例如 192.168.1.0/24</translation>
+    </message>
+    <message>
+        <source>Restrict to specific addresses / subnets</source>
+        <translation>仅限特定地址/子网</translation>
+    </message>
+    <message>
+        <source>Unless you restrict it below, any computer that can reach this one on that TCP port can use %1, including changing its serial settings and DTR/RTS.</source>
+        <translation>除非在下方加以限制，任何能通过该 TCP 端口访问本机的计算机都可以使用 %1，包括更改其串口参数以及 DTR/RTS。</translation>
+    </message>
+    <message>
+        <source>Unless you restrict it below, any computer that can reach this one on that TCP port can use %1.</source>
+        <translation>除非在下方加以限制，任何能通过该 TCP 端口访问本机的计算机都可以使用 %1。</translation>
     </message>
 </context>
 <context>
@@ -6435,6 +7106,59 @@ Replace it?</source>
     <message>
         <source>… older output was removed; the window keeps the latest lines.</source>
         <translation>… 较早的输出已移除，窗口只保留最新的行。</translation>
+    </message>
+</context>
+<context>
+    <name>SearchCommand</name>
+    <message>
+        <source>Finds text or bytes in a recording, one line per hit.</source>
+        <translation>在录制文件中查找文本或字节，每个匹配一行。</translation>
+    </message>
+    <message>
+        <source>The recording.</source>
+        <translation>录制文件。</translation>
+    </message>
+    <message>
+        <source>The text to find (UTF-8).</source>
+        <translation>要查找的文本（UTF-8）。</translation>
+    </message>
+    <message>
+        <source>The bytes to find, as hex pairs.</source>
+        <translation>要查找的字节，以十六进制对表示。</translation>
+    </message>
+    <message>
+        <source>Text must match in case too.</source>
+        <translation>文本须区分大小写匹配。</translation>
+    </message>
+    <message>
+        <source>Lists only hits in this port of the recording.</source>
+        <translation>只列出录制中该端口的匹配。</translation>
+    </message>
+    <message>
+        <source>One JSON object per hit.</source>
+        <translation>每个匹配输出一个 JSON 对象。</translation>
+    </message>
+    <message>
+        <source>Give either --text T or --hex H.</source>
+        <translation>请给出 --text T 或 --hex H 之一。</translation>
+    </message>
+    <message>
+        <source>Could not read the recording again.</source>
+        <translation>无法再次读取该录制文件。</translation>
+    </message>
+    <message>
+        <source>%1  %2  event %3 at byte %4%5</source>
+        <translation>%1  %2  事件 %3 第 %4 字节%5</translation>
+    </message>
+    <message>
+        <source> (split over events)</source>
+        <translation>（跨多个事件）</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n hit(s).</source>
+        <translation>
+            <numerusform>%n 个匹配。</numerusform>
+        </translation>
     </message>
 </context>
 <context>
@@ -7542,6 +8266,45 @@ Replace it?</source>
     <message>
         <source>Write what this port received and sent to a file</source>
         <translation>将此端口收发的数据写入文件</translation>
+    </message>
+    <message>
+        <source>%1. Click to stop bridging this port.</source>
+        <translation>%1。单击可停止桥接此端口。</translation>
+    </message>
+</context>
+<context>
+    <name>ServeCommand</name>
+    <message>
+        <source>Serves a port on a TCP listener: raw, RFC 2217 or Modbus TCP.</source>
+        <translation>在 TCP 监听器上提供端口服务：原始、RFC 2217 或 Modbus TCP。</translation>
+    </message>
+    <message>
+        <source>The port to serve.</source>
+        <translation>要提供服务的端口。</translation>
+    </message>
+    <message>
+        <source>Where to listen: a TCP port, with an address before it if wanted.</source>
+        <translation>监听位置：TCP 端口，可在前面加上地址。</translation>
+    </message>
+    <message>
+        <source>What clients speak: raw (default), rfc2217 or modbus-gateway.</source>
+        <translation>客户端使用的协议：raw（默认）、rfc2217 或 modbus-gateway。</translation>
+    </message>
+    <message>
+        <source>Writes both directions to FILE as a trace.</source>
+        <translation>将双向数据作为跟踪记录写入 FILE。</translation>
+    </message>
+    <message>
+        <source>--listen needs a TCP port from 0 to 65535 (0: any free one), as PORT or ADDR:PORT.</source>
+        <translation>--listen 需要 0 到 65535 之间的 TCP 端口（0：任意空闲端口），格式为 PORT 或 ADDR:PORT。</translation>
+    </message>
+    <message>
+        <source>Unknown protocol %1: use raw, rfc2217 or modbus-gateway.</source>
+        <translation>未知协议 %1：请使用 raw、rfc2217 或 modbus-gateway。</translation>
+    </message>
+    <message>
+        <source>Serving %1 on TCP port %2.</source>
+        <translation>正在 TCP 端口 %2 上提供 %1 的服务。</translation>
     </message>
 </context>
 <context>
