@@ -40,6 +40,7 @@ void ReplayCommand::configure(QCommandLineParser &parser) const
     parser.addOption({QStringLiteral("fastest"), tr("Plays as fast as the connection takes it.")});
     parser.addOption({QStringLiteral("answer"),
                       tr("Waits for the recorded request before each response.")});
+    PortOpener::addCloudOptions(parser);
 }
 
 int ReplayCommand::execute(const QCommandLineParser &parser, CliOutput &out)
@@ -85,7 +86,7 @@ int ReplayCommand::execute(const QCommandLineParser &parser, CliOutput &out)
     PortReplaySource source(&reader, port);
 
     PortOpener opener;
-    int code = opener.prepareUrl(url, out);
+    int code = opener.prepareUrl(url, out, &parser);
     if (code == ExitOk) {
         code = opener.open(out);
     }
