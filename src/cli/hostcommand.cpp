@@ -17,7 +17,6 @@
 #include <QCommandLineParser>
 #include <QDateTime>
 #include <QEventLoop>
-#include <QTimeZone>
 #include <QTimer>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -229,7 +228,7 @@ int HostCommand::execute(const QCommandLineParser &parser, CliOutput &out)
                                     {QStringLiteral("link"), share.link},
                                     {QStringLiteral("port_key"), share.portKey},
                                     {QStringLiteral("expires_at"),
-                                     QDateTime::fromMSecsSinceEpoch(share.expiresAtMs, QTimeZone::UTC)
+                                     QDateTime::fromMSecsSinceEpoch(share.expiresAtMs, Qt::UTC)
                                          .toString(Qt::ISODate)}},
                                    text);
                      });

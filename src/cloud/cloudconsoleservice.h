@@ -132,6 +132,8 @@ signals:
     void shareChanged(const QString &shareId);
     void shareEnded(const QString &shareId, const QString &text);
     void shareFailed(const QString &text);
+    // The server confirmed stopping a share (of this computer or another).
+    void shareStopped(const QString &shareId);
     void shareOverviewFetched(const QJsonArray &shares, const QJsonArray &devices);
     void shareOverviewFailed(const QString &text);
     void stoppedItself(const QString &text);

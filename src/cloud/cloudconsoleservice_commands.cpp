@@ -196,7 +196,12 @@ void CloudConsoleService::executeOpenRelay(const QString &id, const QString &por
     else
         relayShares.remove(portKey);
     connect(relay, &RelayController::engaged, this,
-            [this, guest](const QString &key) { emit relayEngaged(key, guest); });
+            [this, guest](const QString &key) {
+                emit relayEngaged(key, guest);
+                // A share's guest shows in its list once the server has paired it.
+                if (relayShares.contains(key))
+                    refreshShares();
+            });
     connect(relay, &RelayController::ended, this, [this, relay, portKey](const QString &reason) {
         if (relays.value(portKey) == relay) {
             relays.remove(portKey);

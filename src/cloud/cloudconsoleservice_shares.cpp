@@ -155,6 +155,9 @@ void CloudConsoleService::onRelayShareResponse(const QJsonObject &object)
         uploadSnapshot();
         return;
     }
+    // A stop's reply names the share it stopped.
+    if (object.contains(key("share_id")))
+        emit shareStopped(object.value(key("share_id")).toString());
     if (object.value(key("cid")).toString() != cidValue)
         return;
     const QJsonArray revoked = object.value(key("revoked")).toArray();
@@ -250,12 +253,19 @@ void CloudConsoleService::onShareSweepTick()
 {
     if (expireShares())
         uploadSnapshot();
+    // The server knows who came in and which shares it ended.
+    if (!shareList.isEmpty())
+        refreshShares();
 }
 
 void CloudConsoleService::revokeShare(const QString &shareId, const QString &reason)
 {
-    if (!share(shareId).isValid())
+    if (!share(shareId).isValid()) {
+        // A share of another computer of the account, stopped from the overview.
+        if (account->isSignedIn())
+            account->network()->relayRevokeShare(token(), shareId);
         return;
+    }
     if (readyForNetwork())
         account->network()->relayRevokeShare(token(), shareId);
     endShare(shareId, reason);
