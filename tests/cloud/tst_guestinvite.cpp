@@ -23,7 +23,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-class GuestShareTest : public QObject
+class GuestInviteTest : public QObject
 {
     Q_OBJECT
 private slots:
@@ -52,7 +52,7 @@ private:
     qint64 clockShiftMs = 0;
 };
 
-void GuestShareTest::initTestCase()
+void GuestInviteTest::initTestCase()
 {
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsDir.path());
     if (!testsupport::socatAvailable())
@@ -96,7 +96,7 @@ void GuestShareTest::initTestCase()
     QTRY_VERIFY_WITH_TIMEOUT(service->useSocket(), 20000);
 }
 
-void GuestShareTest::cleanupTestCase()
+void GuestInviteTest::cleanupTestCase()
 {
     if (service)
         service->setEnabled(false);
@@ -106,7 +106,7 @@ void GuestShareTest::cleanupTestCase()
     server.stop();
 }
 
-GuestShare GuestShareTest::createShare(const QString &web, bool relay, const QString &passcode)
+GuestShare GuestInviteTest::createShare(const QString &web, bool relay, const QString &passcode)
 {
     QSignalSpy created(service, &CloudConsoleService::shareCreated);
     QSignalSpy failed(service, &CloudConsoleService::shareFailed);
@@ -120,7 +120,7 @@ GuestShare GuestShareTest::createShare(const QString &web, bool relay, const QSt
     return service->share(created.first().first().toString());
 }
 
-void GuestShareTest::relayShareUntilRevoked()
+void GuestInviteTest::relayShareUntilRevoked()
 {
     const GuestShare share = createShare(QStringLiteral("none"), true, QStringLiteral("4321"));
     QVERIFY(share.isValid());
@@ -170,7 +170,7 @@ void GuestShareTest::relayShareUntilRevoked()
     delete guest;
 }
 
-void GuestShareTest::guestCommandRefused_data()
+void GuestInviteTest::guestCommandRefused_data()
 {
     QTest::addColumn<QString>("web");
     QTest::addColumn<QString>("command");
@@ -190,7 +190,7 @@ void GuestShareTest::guestCommandRefused_data()
         << "control" << "send_text" << 0 << qint64(3600 * 1000 + 1) << "share_expired" << true;
 }
 
-void GuestShareTest::guestCommandRefused()
+void GuestInviteTest::guestCommandRefused()
 {
     QFETCH(QString, web);
     QFETCH(QString, command);
@@ -223,7 +223,7 @@ void GuestShareTest::guestCommandRefused()
     service->revokeAllShares(QStringLiteral("done"));
 }
 
-void GuestShareTest::cliHostShareAndShareClient()
+void GuestInviteTest::cliHostShareAndShareClient()
 {
     const QString cli =
         QCoreApplication::applicationDirPath() + QStringLiteral("/../src/cli/velmora-cli");
@@ -300,5 +300,5 @@ void GuestShareTest::cliHostShareAndShareClient()
     QCOMPARE(server.call("GET", QStringLiteral("/api/v3/relay/join/") + code).status, 410);
 }
 
-QTEST_GUILESS_MAIN(GuestShareTest)
-#include "tst_guestshare.moc"
+QTEST_GUILESS_MAIN(GuestInviteTest)
+#include "tst_guestinvite.moc"
