@@ -104,6 +104,8 @@ GuestShareDialog::GuestShareDialog(CloudConsoleService *service,
     // The invite.
     auto *sharing = new QWidget(faces);
     auto *sharingLayout = new QVBoxLayout(sharing);
+    titleLabel = new QLabel(sharing);
+    sharingLayout->addWidget(titleLabel);
     auto *codeRow = new QHBoxLayout;
     codeLabel = new QLabel(sharing);
     QFont big = codeLabel->font();
@@ -143,7 +145,8 @@ GuestShareDialog::GuestShareDialog(CloudConsoleService *service,
     actions->addStretch(1);
     actions->addWidget(again);
     sharingLayout->addLayout(actions);
-    sharingLayout->addWidget(new QLabel(tr("Other shares on this computer"), sharing));
+    othersTitle = new QLabel(tr("Other shares on this computer"), sharing);
+    sharingLayout->addWidget(othersTitle);
     others = new QListWidget(sharing);
     others->setMaximumHeight(90);
     sharingLayout->addWidget(others);
@@ -229,6 +232,8 @@ void GuestShareDialog::showShare(const GuestShare &share)
     shown = share;
     ended = false;
     noticeLabel->clear();
+    titleLabel->setText(share.label.isEmpty() ? share.portName
+                                              : share.label + QStringLiteral(" · ") + share.portName);
     codeLabel->setText(ShareCode::format(share.code));
     linkLabel->setText(share.link);
     passcodeLabel->setText(share.passcode.isEmpty() ? QString()
@@ -285,6 +290,8 @@ void GuestShareDialog::refresh()
         stopButton->setEnabled(true);
     }
     others->clear();
+    othersTitle->setVisible(false);
+    others->setVisible(false);
     if (!service)
         return;
     for (const GuestShare &share : service->shares()) {
@@ -295,6 +302,8 @@ void GuestShareDialog::refresh()
                             .arg(share.label.isEmpty() ? share.portName : share.label,
                                  ShareCode::format(share.code), who));
     }
+    othersTitle->setVisible(others->count() > 0);
+    others->setVisible(others->count() > 0);
 }
 
 void GuestShareDialog::copy(const QString &text, const QString &notice)

@@ -50,6 +50,8 @@ private:
     QCheckBox *relayBox;
     QLabel *formStatus;
     QPushButton *createButton;
+    QLabel *titleLabel;
+    QLabel *othersTitle;
     QLabel *codeLabel;
     QLabel *linkLabel;
     QLabel *passcodeLabel;
