@@ -251,7 +251,17 @@ bool CloudConsoleService::expireShares()
 
 void CloudConsoleService::onShareSweepTick()
 {
-    if (expireShares())
+    bool ended = expireShares();
+    // A share whose port is gone (its panel removed) ends with it.
+    QStringList gone;
+    for (const GuestShare &share : std::as_const(shareList)) {
+        if (!portFor(share.portKey))
+            gone << share.shareId;
+    }
+    for (const QString &id : std::as_const(gone))
+        revokeShare(id, tr("The shared port was closed."));
+    ended = ended || !gone.isEmpty();
+    if (ended)
         uploadSnapshot();
     // The server knows who came in and which shares it ended.
     if (!shareList.isEmpty())

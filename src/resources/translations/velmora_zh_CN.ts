@@ -1369,6 +1369,10 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <source>the share does not allow this</source>
         <translation>该共享不允许此操作</translation>
     </message>
+    <message>
+        <source>The shared port was closed.</source>
+        <translation>共享的端口已关闭。</translation>
+    </message>
 </context>
 <context>
     <name>CloudSettingsPage</name>
