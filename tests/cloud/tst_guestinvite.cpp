@@ -32,6 +32,7 @@ private slots:
     void relayShareUntilRevoked();
     void guestCommandRefused_data();
     void guestCommandRefused();
+    void wrongPasscodesEndTheShare();
     void cliHostShareAndShareClient();
 
 private:
@@ -221,6 +222,25 @@ void GuestInviteTest::guestCommandRefused()
     if (shareEnds)
         QCOMPARE(ended.first().at(1).toString(), QStringLiteral("The share expired."));
     service->revokeAllShares(QStringLiteral("done"));
+}
+
+void GuestInviteTest::wrongPasscodesEndTheShare()
+{
+    const GuestShare share = createShare(QStringLiteral("view"), true, QStringLiteral("right-one"));
+    QVERIFY(share.isValid());
+    for (int i = 0; i < 5; ++i) {
+        const auto reply = server.call("POST", QStringLiteral("/api/v3/relay/join"),
+                                       QJsonObject{{QStringLiteral("code"), share.code},
+                                                   {QStringLiteral("passcode"), QStringLiteral("wrong")}});
+        QCOMPARE(reply.status, 403);
+    }
+    // The owner's computer learns why at its next look at the list.
+    QSignalSpy ended(service, &CloudConsoleService::shareEnded);
+    service->refreshShares();
+    QTRY_COMPARE_WITH_TIMEOUT(ended.size(), 1, 10000);
+    QCOMPARE(ended.first().at(1).toString(),
+             QStringLiteral("Too many wrong passcodes; the share was revoked."));
+    QVERIFY(!service->hasShareFor(ports.at(0)->portKey()));
 }
 
 void GuestInviteTest::cliHostShareAndShareClient()
