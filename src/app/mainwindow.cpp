@@ -259,6 +259,7 @@ void MainWindow::createActions()
     createBridgeActions(tools);
     createCloudActions();
     createConsoleActions();
+    createShareActions();
     createHelpActions();
 }
 
@@ -320,6 +321,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
         }
     }
     hide();
+    revokeSharesForExit();
     writeSettings();
     event->accept();
 }

@@ -308,6 +308,10 @@ private:
     void loadBridges(QSettings &file);
     void createCloudActions();
     void createConsoleActions(); // mainwindow_console.cpp
+    void createShareActions();   // mainwindow_shares.cpp
+    void on_acCloudShareGuest_triggered();
+    QList<LiveSyncState> shareLiveSyncStates() const;
+    void revokeSharesForExit();
     void connectPortRelay(SerialPortWidget *port);
     void createRecordingActions(QMenu *file);
     void setupCloud();

@@ -8,6 +8,9 @@
 #include "automation/autoreplydialog.h"
 #include "automation/autoreplyengine.h"
 #include "automation/commandlibrarydialog.h"
+#include "cloud/cloudconsoleservice.h"
+#include "cloud/guestsharedialog.h"
+#include "cloud/manageguestsharesdialog.h"
 #include "cloud/relaytargetdialog.h"
 #include "recording/diagnosticpackdialog.h"
 #include "decode/framespanel.h"
@@ -148,7 +151,8 @@ QStringList MainWindow::screenshotDialogNames()
             QStringLiteral("apireference"),  QStringLiteral("shortcuts"),
             QStringLiteral("templates"),     QStringLiteral("modbusbuilder"),
             QStringLiteral("diagnosticpack"), QStringLiteral("relaytarget"),
-            QStringLiteral("bridges")};
+            QStringLiteral("bridges"),       QStringLiteral("guestshare"),
+            QStringLiteral("guestshareinvite"), QStringLiteral("manageshares")};
 }
 
 bool MainWindow::runScreenshotScene(const QString &name)
@@ -317,6 +321,60 @@ QWidget *MainWindow::openScreenshotDialog(const QString &name)
                                     {QStringLiteral("name"), QStringLiteral("Lab PC")},
                                     {QStringLiteral("online"), true},
                                     {QStringLiteral("snapshot_pending"), true}}}}});
+        dialog->show();
+        return dialog;
+    }
+    if (name == QLatin1String("guestshare") || name == QLatin1String("guestshareinvite")) {
+        // Without a service: the form, or an invite with a relay guest and a browser guest.
+        const qint64 now = QDateTime::currentMSecsSinceEpoch();
+        auto *dialog = new GuestShareDialog(
+            nullptr, {{QStringLiteral("ser-1"), QStringLiteral("/dev/ttyUSB0")},
+                      {QStringLiteral("ser-2"), QStringLiteral("/dev/ttyACM0")}},
+            QStringLiteral("ser-1"), this);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        if (name == QLatin1String("guestshareinvite")) {
+            GuestShare share;
+            share.shareId = QStringLiteral("shr_sample");
+            share.code = QStringLiteral("7KQ2M9XD4HTW");
+            share.link = QStringLiteral("https://cloud.example.com/console#join=7KQ2-M9XD-4HTW");
+            share.portKey = QStringLiteral("ser-1");
+            share.portName = QStringLiteral("/dev/ttyUSB0");
+            share.label = QStringLiteral("Sensor board");
+            share.createdAtMs = now - 20 * 60000;
+            share.expiresAtMs = now + (3 * 60 + 40) * 60000;
+            share.web = QStringLiteral("view");
+            share.relay = true;
+            share.passcode = QStringLiteral("4321");
+            share.guestName = QStringLiteral("Ada");
+            share.guestSinceMs = now - 5 * 60000;
+            share.webGuests = {QStringLiteral("Bob")};
+            dialog->showShare(share);
+        }
+        dialog->show();
+        return dialog;
+    }
+    if (name == QLatin1String("manageshares")) {
+        auto *dialog = new ManageGuestSharesDialog(nullptr, this);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        const QString soon = QDateTime::currentDateTimeUtc().addSecs(3 * 3600).toString(Qt::ISODate);
+        const auto share = [&](const char *id, const char *cid, const char *code, const char *port,
+                               const char *label, QJsonValue guest) {
+            return QJsonObject{{QStringLiteral("share_id"), QString::fromLatin1(id)},
+                               {QStringLiteral("cid"), QString::fromLatin1(cid)},
+                               {QStringLiteral("code"), QString::fromLatin1(code)},
+                               {QStringLiteral("port_name"), QString::fromLatin1(port)},
+                               {QStringLiteral("label"), QString::fromLatin1(label)},
+                               {QStringLiteral("expires_at"), soon},
+                               {QStringLiteral("guest"), guest}};
+        };
+        dialog->showShares(
+            {share("shr_1", "bench", "7KQ2M9XD4HTW", "/dev/ttyUSB0", "Sensor board",
+                   QJsonObject{{QStringLiteral("name"), QStringLiteral("Ada")}}),
+             share("shr_2", "lab", "Q8ZP3RWK6NVA", "COM4", "PLC", QJsonValue())},
+            {QJsonObject{{QStringLiteral("cid"), QStringLiteral("bench")},
+                         {QStringLiteral("name"), QStringLiteral("Bench PC")}},
+             QJsonObject{{QStringLiteral("cid"), QStringLiteral("lab")},
+                         {QStringLiteral("name"), QStringLiteral("Lab PC")}}});
         dialog->show();
         return dialog;
     }

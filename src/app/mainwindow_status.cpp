@@ -256,9 +256,7 @@ void MainWindow::onPortStatusShown(SerialPortWidget *port, const QString &text, 
 
 void MainWindow::updateLiveSyncIndicator()
 {
-    // Features that share ports report their states here as they arrive; today there
-    // are none, so the indicator reads "Live Sync".
-    const LiveSyncSummary summary = LiveSyncStatus::summarize({});
+    const LiveSyncSummary summary = LiveSyncStatus::summarize(shareLiveSyncStates());
     if (liveSyncShown && summary == lastLiveSync) {
         return;
     }
@@ -295,9 +293,17 @@ void MainWindow::showLiveSyncMenu()
 {
     QMenu menu(this);
     menu.addAction(tr("RFC 2217 Server..."))->setEnabled(false);
-    menu.addAction(tr("Live Share..."))->setEnabled(false);
-    for (const QString &line : lastLiveSync.tooltipLines) {
-        menu.addAction(line)->setEnabled(false);
+    connect(menu.addAction(tr("Live Share...")), &QAction::triggered, this,
+            &MainWindow::on_acCloudShareGuest_triggered);
+    const QList<LiveSyncState> shares = shareLiveSyncStates();
+    if (!shares.isEmpty())
+        menu.addSeparator();
+    for (const LiveSyncState &state : shares) {
+        menu.addAction(state.label)->setEnabled(false);
+        for (const QString &line : state.menuLines)
+            menu.addAction(QStringLiteral("    ") + line)->setEnabled(false);
     }
+    if (!shares.isEmpty())
+        menu.addAction(tr("Cloud > Share Port with a Guest… to stop"))->setEnabled(false);
     menu.exec(QCursor::pos());
 }

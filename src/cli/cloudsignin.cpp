@@ -73,6 +73,14 @@ QString CloudSignIn::cidFor(const QString &deviceName)
     return DeviceIdentity::generateCid(QSysInfo::machineUniqueId() + '\n' + deviceName.toUtf8());
 }
 
+AccountSession *CloudSignIn::guest(const QCommandLineParser &parser, QObject *parent)
+{
+    PrivacyConsent::grant();
+    auto *net = new NetworkServices(parent);
+    net->setHostAddress(parser.value(serverName));
+    return new AccountSession(net, QString(), parent);
+}
+
 AccountSession *CloudSignIn::signIn(const QCommandLineParser &parser, const QString &deviceName,
                                     QObject *parent, CliOutput &out)
 {

@@ -29,6 +29,8 @@ public:
     // name); the session, owned by `parent`, or null after a sentence on `out`.
     static AccountSession *signIn(const QCommandLineParser &parser, const QString &deviceName,
                                   QObject *parent, CliOutput &out);
+    // A session that is not signed in, for a guest who comes in by an invite code alone.
+    static AccountSession *guest(const QCommandLineParser &parser, QObject *parent);
     // This machine's device id for `deviceName`: stable across runs, and distinct per
     // name, so that a host and a client on one machine are two computers to the cloud.
     static QString cidFor(const QString &deviceName);

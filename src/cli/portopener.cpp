@@ -59,7 +59,16 @@ void PortOpener::addOptions(QCommandLineParser &parser)
 {
     parser.addOption(projectOption());
     parser.addOption(portOption());
+    addCloudOptions(parser);
+}
+
+void PortOpener::addCloudOptions(QCommandLineParser &parser)
+{
     CloudSignIn::addOptions(parser);
+    parser.addOption({QStringLiteral("guest-name"),
+                      CliCommand::tr("The name a share's owner sees for this guest (share:// "
+                                     "connections)."),
+                      QStringLiteral("NAME")});
 }
 
 int PortOpener::prepare(const QCommandLineParser &parser, const QString &url,
@@ -106,17 +115,17 @@ int PortOpener::prepare(const QCommandLineParser &parser, const QString &url,
         out.error(CliCommand::tr("Name the connection: a URL, or --project FILE --port N."));
         return CliCommand::ExitUsage;
     }
-    return apply(parser, settings, format, url, out);
+    return apply(settings, format, url, &parser, out);
 }
 
-int PortOpener::prepareUrl(const QCommandLineParser &parser, const QString &url, CliOutput &out)
+int PortOpener::prepareUrl(const QString &url, CliOutput &out, const QCommandLineParser *parser)
 {
-    return apply(parser, PortDefaults::portSettings(QString()), PortDefaults::formatSettings(),
-                 url, out);
+    return apply(PortDefaults::portSettings(QString()), PortDefaults::formatSettings(), url,
+                 parser, out);
 }
 
-int PortOpener::apply(const QCommandLineParser &parser, const Settings &given,
-                      const FormatSetting &givenFormat, const QString &url, CliOutput &out)
+int PortOpener::apply(const Settings &given, const FormatSetting &givenFormat, const QString &url,
+                      const QCommandLineParser *parser, CliOutput &out)
 {
     Settings settings = given;
     FormatSetting format = givenFormat;
@@ -127,10 +136,24 @@ int PortOpener::apply(const QCommandLineParser &parser, const Settings &given,
             return CliCommand::ExitUsage;
         }
     }
-    if (settings.connMode == ModeLiveRelay && !CloudSignIn::check(parser, out)) {
-        return CliCommand::ExitUsage;
+    if (settings.connMode == ModeLiveRelay) {
+        if (!parser) {
+            out.error(CliCommand::tr("A cloud connection cannot be used here."));
+            return CliCommand::ExitUsage;
+        }
+        // A guest comes in by the invite alone; a relay to the account's own computer
+        // signs in.
+        if (!settings.relayInviteCode.isEmpty()) {
+            if (parser->value(QStringLiteral("server")).isEmpty()) {
+                out.error(CliCommand::tr("A share:// connection needs --server BASE."));
+                return CliCommand::ExitUsage;
+            }
+            settings.relayGuestName = parser->value(QStringLiteral("guest-name")).trimmed();
+        } else if (!CloudSignIn::check(*parser, out)) {
+            return CliCommand::ExitUsage;
+        }
     }
-    cloudParser = &parser;
+    cloudParser = parser;
     // The window's display options mean nothing here; logging is the command's own.
     format.logSaveFlag = false;
     portSession->settings() = settings;
@@ -152,8 +175,10 @@ int PortOpener::open(CliOutput &out)
     };
     const bool relay = session->settings().connMode == ModeLiveRelay;
     if (relay && !account) {
-        account = CloudSignIn::signIn(*cloudParser, QStringLiteral("velmora-cli client"), this,
-                                      out);
+        account = session->settings().relayInviteCode.isEmpty()
+                      ? CloudSignIn::signIn(*cloudParser, QStringLiteral("velmora-cli client"),
+                                            this, out)
+                      : CloudSignIn::guest(*cloudParser, this);
         if (!account) {
             return CliCommand::ExitConnection;
         }

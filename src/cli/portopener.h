@@ -26,16 +26,20 @@ public:
     explicit PortOpener(QObject *parent = nullptr);
     ~PortOpener() override;
 
-    // Adds --project and --port, and the cloud account's options for relay:// URLs.
+    // Adds --project and --port, and the cloud options.
     static void addOptions(QCommandLineParser &parser);
+    // The cloud account's options for relay:// URLs, and --guest-name for share:// ones.
+    static void addCloudOptions(QCommandLineParser &parser);
 
     // Reads the project (when given) and the URL (when given; it overrides the project
     // port's connection). `projectRequired` refuses a run without --project. Returns a
     // CliCommand::ExitCode: ExitOk or ExitUsage after a sentence on `out`.
     int prepare(const QCommandLineParser &parser, const QString &url, bool projectRequired,
                 CliOutput &out);
-    // The connection of `url` alone, with the default format.
-    int prepareUrl(const QCommandLineParser &parser, const QString &url, CliOutput &out);
+    // The connection of `url` alone, with the default format; cloud URLs need `parser`
+    // with the cloud options.
+    int prepareUrl(const QString &url, CliOutput &out,
+                   const QCommandLineParser *parser = nullptr);
     // Opens the session: ExitOk, ExitConnection with the transport's reason, or
     // ExitInterrupted.
     int open(CliOutput &out);
@@ -51,8 +55,8 @@ signals:
     void lost(const QString &reason);
 
 private:
-    int apply(const QCommandLineParser &parser, const Settings &given,
-              const FormatSetting &givenFormat, const QString &url, CliOutput &out);
+    int apply(const Settings &given, const FormatSetting &givenFormat, const QString &url,
+              const QCommandLineParser *parser, CliOutput &out);
 
     PortSession *portSession = nullptr;
     QString projectPath;
@@ -60,5 +64,5 @@ private:
     CommandLibrary library;
     ScriptLibrary scriptLibrary;
     const QCommandLineParser *cloudParser = nullptr;
-    AccountSession *account = nullptr; // signed in for a relay:// connection
+    AccountSession *account = nullptr; // for a relay:// or share:// connection
 };

@@ -1,7 +1,6 @@
 #include "cli/recordcommand.h"
 
 #include "cli/clioutput.h"
-#include "cli/cloudsignin.h"
 #include "cli/commandloop.h"
 #include "cli/durationoption.h"
 #include "cli/portopener.h"
@@ -27,8 +26,7 @@ void RecordCommand::configure(QCommandLineParser &parser) const
     parser.addOption({QStringLiteral("out"), tr("The recording file to write."),
                       QStringLiteral("FILE.vlmlog")});
     DurationOption::add(parser);
-    // The cloud account, for relay:// connections.
-    CloudSignIn::addOptions(parser);
+    PortOpener::addCloudOptions(parser);
 }
 
 int RecordCommand::execute(const QCommandLineParser &parser, CliOutput &out)
@@ -53,7 +51,7 @@ int RecordCommand::execute(const QCommandLineParser &parser, CliOutput &out)
     std::vector<std::unique_ptr<PortOpener>> openers;
     for (const QString &url : urls) {
         auto opener = std::make_unique<PortOpener>();
-        const int code = opener->prepareUrl(parser, url, out);
+        const int code = opener->prepareUrl(url, out, &parser);
         if (code != ExitOk) {
             return code;
         }

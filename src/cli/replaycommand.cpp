@@ -1,7 +1,6 @@
 #include "cli/replaycommand.h"
 
 #include "cli/clioutput.h"
-#include "cli/cloudsignin.h"
 #include "cli/commandloop.h"
 #include "cli/portopener.h"
 #include "cli/portreplaysource.h"
@@ -41,8 +40,7 @@ void ReplayCommand::configure(QCommandLineParser &parser) const
     parser.addOption({QStringLiteral("fastest"), tr("Plays as fast as the connection takes it.")});
     parser.addOption({QStringLiteral("answer"),
                       tr("Waits for the recorded request before each response.")});
-    // The cloud account, for relay:// connections.
-    CloudSignIn::addOptions(parser);
+    PortOpener::addCloudOptions(parser);
 }
 
 int ReplayCommand::execute(const QCommandLineParser &parser, CliOutput &out)
@@ -88,7 +86,7 @@ int ReplayCommand::execute(const QCommandLineParser &parser, CliOutput &out)
     PortReplaySource source(&reader, port);
 
     PortOpener opener;
-    int code = opener.prepareUrl(parser, url, out);
+    int code = opener.prepareUrl(url, out, &parser);
     if (code == ExitOk) {
         code = opener.open(out);
     }

@@ -53,6 +53,15 @@ CloudConsoleService::CloudConsoleService(AccountSession *session, const QString 
     connect(socket, &ConsoleSocket::consoleResponse, this, &CloudConsoleService::onConsoleResponse);
     connect(account->network(), &NetworkServices::consoleResponse, this,
             &CloudConsoleService::onConsoleResponse);
+    connect(pendingShareTimer, &QTimer::timeout, this, &CloudConsoleService::postPendingShare);
+    connect(shareSweepTimer, &QTimer::timeout, this, &CloudConsoleService::onShareSweepTick);
+    connect(account->network(), &NetworkServices::relayShareResponse, this,
+            &CloudConsoleService::onRelayShareResponse);
+    connect(account->network(), &NetworkServices::relayShareOverviewResponse, this,
+            &CloudConsoleService::onShareOverviewResponse);
+    connect(account->network(), &NetworkServices::networkError, this,
+            &CloudConsoleService::onShareNetworkError);
+    now = [] { return QDateTime::currentMSecsSinceEpoch(); };
 }
 
 CloudConsoleService::~CloudConsoleService()
@@ -64,6 +73,8 @@ void CloudConsoleService::setEnabled(bool on)
 {
     if (on == enabled)
         return;
+    if (!on)
+        revokeAllShares(tr("Live Console was switched off."));
     enabled = on;
     if (!on) {
         for (QTimer *timer : {heartbeatTimer, pollTimer, uploadTimer, resultRetryTimer,
@@ -308,7 +319,7 @@ QJsonObject CloudConsoleService::withRelayCapability(const ConsolePort *port,
 
 bool CloudConsoleService::relayMayOpen(const ConsolePort *port) const
 {
-    return allowRelay && port->relayCapable();
+    return port && (allowRelay || relayShareFor(port->portKey())) && port->relayCapable();
 }
 
 void CloudConsoleService::uploadSnapshot()

@@ -12,7 +12,10 @@
 #include <QObject>
 #include <QString>
 
+#include "cloud/guestshare.h"
+
 #include <functional>
+#include <optional>
 
 class AccountSession;
 class ConsolePort;
@@ -38,6 +41,18 @@ public:
         QJsonObject result;
         int sends = 0;
     };
+    // A share asked for but not yet confirmed by the server.
+    struct PendingShare
+    {
+        QString portKey;
+        int ttlSeconds = 0;
+        QString label;
+        QString passcode;
+        QString webLevel;
+        bool allowRelay = false;
+        int attempts = 0;
+    };
+    using Clock = std::function<qint64()>;
 
     static constexpr int HeartbeatMs = 20000;
     static constexpr int UploadMs = 2000;
@@ -54,6 +69,7 @@ public:
     static constexpr qint64 MaxBatchBytes = 8192;
     static constexpr int PollLimit = 16;
     static constexpr int MaxResultSends = 2;
+    static constexpr int MaxShareAttempts = 5;
 
     CloudConsoleService(AccountSession *account, const QString &cid, QObject *parent = nullptr);
     ~CloudConsoleService() override;
@@ -92,7 +108,34 @@ public:
     void stopRelays(const QString &reason,
                     const std::function<bool(const QString &)> &filter = {});
 
+    // Guest shares. Every call that reads or uses a share checks its expiry first.
+    void createShare(const QString &portKey, int ttlSeconds, const QString &label,
+                     const QString &passcode, const QString &webLevel, bool allowRelay);
+    void revokeShare(const QString &shareId, const QString &reason);
+    void revokeSharesFor(const QString &portKey, const QString &reason);
+    // Returns how many shares were revoked.
+    int revokeAllShares(const QString &reason);
+    QList<GuestShare> shares();
+    GuestShare share(const QString &shareId);
+    bool hasShareFor(const QString &portKey);
+    bool hasPendingShare() const { return pending.has_value(); }
+    void refreshShares();
+    void requestShareOverview();
+    // Ends the relay of the share's guest, leaving the share open for the next one.
+    void clearGuest(const QString &shareId, const QString &reason);
+    static GuestShare shareFromJson(const QJsonObject &object);
+    // The wall clock in milliseconds since the epoch; tests move it.
+    void setClock(Clock clock) { now = std::move(clock); }
+
 signals:
+    void shareCreated(const QString &shareId);
+    void shareChanged(const QString &shareId);
+    void shareEnded(const QString &shareId, const QString &text);
+    void shareFailed(const QString &text);
+    // The server confirmed stopping a share (of this computer or another).
+    void shareStopped(const QString &shareId);
+    void shareOverviewFetched(const QJsonArray &shares, const QJsonArray &devices);
+    void shareOverviewFailed(const QString &text);
     void stoppedItself(const QString &text);
     void cidConflictDetected();
     void watchingChanged(bool watching);
@@ -131,6 +174,21 @@ private:
     void sendResult(const QString &commandId, const QJsonObject &result);
     void resendUnconfirmedResults();
     void stopForQuota();
+    void postPendingShare();
+    void onRelayShareResponse(const QJsonObject &object);
+    void onShareOverviewResponse(const QJsonObject &object);
+    void onShareNetworkError(const QString &tag, const QString &message);
+    void onShareSweepTick();
+    void adoptShare(const GuestShare &share);
+    void endShare(const QString &shareId, const QString &text);
+    // Ends the shares past their expiry; true when one ended.
+    bool expireShares();
+    // Why a command of share `shareId` on `portKey` needing `level` ("view", "send",
+    // "control" or "relay") is refused: an error code, empty when it is allowed.
+    QString shareRefusal(const QString &shareId, const QString &portKey, const QString &level,
+                         QString *message);
+    // Whether a live share of `portKey` admits a relay guest.
+    bool relayShareFor(const QString &portKey) const;
     QList<ConsolePort *> ports() const;
     ConsolePort *portFor(const QString &portKey) const;
 
@@ -164,4 +222,8 @@ private:
     quint64 nextSeq = 0;
     QHash<QString, UnconfirmedResult> unconfirmed;
     QHash<QString, RelayController *> relays;
+    QHash<QString, QString> relayShares; // port key -> the share its relay came through
+    QList<GuestShare> shareList;
+    std::optional<PendingShare> pending;
+    Clock now;
 };

@@ -77,19 +77,23 @@ void CloudConsoleService::executeCommand(const QJsonObject &object)
         return;
     }
     if (!shareId.isEmpty()) {
-        // No share is held here yet, so a command that names one is never granted.
-        fail(key("share_not_found"), tr("this computer holds no such share"));
-        return;
-    }
-    if (need == Need::Send && !allowSend) {
+        // A guest's command is granted by its share alone: the share must still be live
+        // here, be for this port, and be of a level that covers the command.
+        static const char *levels[] = {"view", "send", "control", "relay"};
+        QString message;
+        const QString refusal =
+            shareRefusal(shareId, portKey, key(levels[int(need)]), &message);
+        if (!refusal.isEmpty()) {
+            fail(refusal, message);
+            return;
+        }
+    } else if (need == Need::Send && !allowSend) {
         fail(key("permission_denied"), tr("remote send is disabled on the device"));
         return;
-    }
-    if (need == Need::Control && !allowControl) {
+    } else if (need == Need::Control && !allowControl) {
         fail(key("permission_denied"), tr("remote port control is disabled on the device"));
         return;
-    }
-    if (need == Need::Relay && !allowRelay) {
+    } else if (need == Need::Relay && !allowRelay) {
         fail(key("permission_denied"), tr("cloud relay is disabled on the device"));
         return;
     }
@@ -186,11 +190,23 @@ void CloudConsoleService::executeOpenRelay(const QString &id, const QString &por
         guest = tr("Guest");
     auto *relay = new RelayController(port, this);
     relays.insert(portKey, relay);
+    const QString shareId = payload.value(key("share_id")).toString();
+    if (!shareId.isEmpty())
+        relayShares.insert(portKey, shareId);
+    else
+        relayShares.remove(portKey);
     connect(relay, &RelayController::engaged, this,
-            [this, guest](const QString &key) { emit relayEngaged(key, guest); });
+            [this, guest](const QString &key) {
+                emit relayEngaged(key, guest);
+                // A share's guest shows in its list once the server has paired it.
+                if (relayShares.contains(key))
+                    refreshShares();
+            });
     connect(relay, &RelayController::ended, this, [this, relay, portKey](const QString &reason) {
-        if (relays.value(portKey) == relay)
+        if (relays.value(portKey) == relay) {
             relays.remove(portKey);
+            relayShares.remove(portKey);
+        }
         relay->deleteLater();
         emit relayEnded(portKey, reason);
         if (enabled)

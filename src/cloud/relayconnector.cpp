@@ -3,9 +3,9 @@
 #include "cloud/accountsession.h"
 #include "cloud/networkservices.h"
 #include "cloud/privacyconsent.h"
+#include "cloud/sharecode.h"
 
 #include <QJsonArray>
-#include <QRegularExpression>
 #include <QTimer>
 #include <QUuid>
 
@@ -31,17 +31,7 @@ RelayConnector::RelayConnector(AccountSession *account, QObject *parent)
 
 QString RelayConnector::normalizeCode(const QString &typed)
 {
-    QString value = typed.trimmed();
-    // A pasted link carries the code as its last path segment or as a "code" item.
-    static const QRegularExpression link(
-        QStringLiteral("(?:[?&]code=|/)([0-9A-Za-z][0-9A-Za-z -]*)/?$"));
-    const QRegularExpressionMatch match = link.match(value);
-    if (value.contains(QLatin1Char('/')) && match.hasMatch())
-        value = match.captured(1);
-    value = value.toUpper().remove(QLatin1Char('-')).remove(QRegularExpression(QStringLiteral("\\s")));
-    static const QRegularExpression shape(
-        QStringLiteral("^[0123456789ABCDEFGHJKMNPQRSTVWXYZ]{12}$"));
-    return shape.match(value).hasMatch() ? value : QString();
+    return ShareCode::normalize(typed);
 }
 
 void RelayConnector::open(const QString &targetCid, const QString &key, const QString &name,

@@ -28,7 +28,9 @@ void RelayDialer::attach(PortSession *session)
 
 bool RelayDialer::dial(PortSession *session, QString *error)
 {
-    if (!account->isSignedIn()) {
+    // An invite code is the guest's whole credential: no account is needed for it.
+    const bool guest = !session->settings().relayInviteCode.isEmpty();
+    if (!guest && !account->isSignedIn()) {
         *error = tr("Live Relay needs a signed-in cloud account. Sign in under Cloud > "
                     "Account first.");
         return false;
@@ -38,11 +40,15 @@ bool RelayDialer::dial(PortSession *session, QString *error)
         connector = new RelayConnector(account, session);
         ConnectionController *controller = session->connectionController();
         connect(connector, &RelayConnector::ready, session,
-                [this, controller](const QString &ticket, const QString &, const QString &,
-                                   const QString &relayId) {
+                [this, controller](const QString &ticket, const QString &,
+                                   const QString &guestToken, const QString &relayId) {
                     if (!controller->cloudRelayDialling()) {
                         // The port was closed while the ticket was on its way.
-                        account->network()->relayCloseSession(account->accessToken(), relayId);
+                        if (guestToken.isEmpty())
+                            account->network()->relayCloseSession(account->accessToken(),
+                                                                  relayId);
+                        else
+                            account->network()->relayCloseGuestSession(relayId, guestToken);
                         return;
                     }
                     controller->connectCloudRelay(account->network()->hostAddress(), ticket);

@@ -1,6 +1,7 @@
 #include "connection/connectionurl.h"
 
 #include "cloud/deviceidentity.h"
+#include "cloud/sharecode.h"
 
 #include <QStringList>
 #include <QUrl>
@@ -165,6 +166,37 @@ bool ConnectionUrl::parse(const QString &text, const Settings &base, Settings *s
         return QString();
     };
 
+    if (scheme == QLatin1String("share")) {
+        // share://CODE[?passcode=P]: the port a guest share's invite code opens as a Live
+        // Relay port. The code may be typed in any case, with or without dashes.
+        if (!rest.startsWith(QLatin1String("//"))) {
+            return fail(tr("\"%1\" needs // after the scheme, as in share://CODE.").arg(trimmed));
+        }
+        const QString code =
+            ShareCode::normalize(QUrl::fromPercentEncoding(rest.mid(2).toUtf8()));
+        if (code.isEmpty()) {
+            return fail(tr("\"%1\" holds no invite code: use share://XXXX-XXXX-XXXX.")
+                            .arg(trimmed));
+        }
+        const QString unknown = known(QStringList(lineParameterNames()) << QStringLiteral("passcode"));
+        if (!unknown.isEmpty()) {
+            return fail(tr("\"%1\" is not a parameter of share connections.").arg(unknown));
+        }
+        s.connMode = ModeLiveRelay;
+        s.relayCid.clear();
+        s.relayTargetName.clear();
+        s.relayPortKey.clear();
+        s.relayPortName.clear();
+        s.relayInviteCode = code;
+        s.relayPasscode = query.queryItemValue(QStringLiteral("passcode"), QUrl::FullyDecoded);
+        s.useRemoteSerialConfig = !hasLineParameters(query);
+        if (!parseLineParameters(query, &s, error)) {
+            return false;
+        }
+        *settings = s;
+        return true;
+    }
+
     if (scheme == QLatin1String("relay")) {
         // relay://DEVICE/PORT_KEY: DEVICE is the computer's id or its name as the account
         // lists it (percent-encoded where it has blanks).
@@ -276,7 +308,7 @@ bool ConnectionUrl::parse(const QString &text, const Settings &base, Settings *s
         !(scheme.size() == 1 && rest.startsWith(QLatin1Char('\\')))) {
         return fail(tr("\"%1\" is no connection: use serial:PATH, tcp://HOST:PORT, "
                        "tcp-server://[ADDR]:PORT, udp://HOST:PORT, udp-server://[ADDR]:PORT, "
-                       "rfc2217://HOST:PORT or relay://DEVICE/PORT_KEY.")
+                       "rfc2217://HOST:PORT, relay://DEVICE/PORT_KEY or share://CODE.")
                         .arg(trimmed));
     }
     if (scheme != QLatin1String("serial")) {

@@ -9,6 +9,7 @@
 //   port: with line parameters they are pushed to it, without them it keeps its own)
 //   relay://DEVICE/PORT_KEY[?baud=...] (a Live Relay port of one of the account's
 //   computers, named by its id or its name; line parameters as for rfc2217)
+//   share://CODE[?passcode=P] (the Live Relay port a guest share's invite opens)
 // Any parameter may be left out; the record's defaults fill in.
 
 #include "connection/settings.h"

@@ -112,6 +112,9 @@ void TestConnectionUrl::refuses_data()
     QTest::newRow("remote serial, unknown parameter") << "rfc2217://h:1?local=5" << "local";
     QTest::newRow("bad udp local") << "udp://h:1?local=x" << "local=x";
     QTest::newRow("parameter of another transport") << "tcp://h:1?local=5" << "local";
+    QTest::newRow("share with a letter outside the code alphabet")
+        << "share://ABCD-EFGH-JKMI" << "invite code";
+    QTest::newRow("share, unknown parameter") << "share://ABCD-EFGH-JKMN?name=x" << "name";
 }
 
 void TestConnectionUrl::refuses()

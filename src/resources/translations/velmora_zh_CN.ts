@@ -1222,6 +1222,18 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <source>The peer closed the connection.</source>
         <translation>对端关闭了连接。</translation>
     </message>
+    <message>
+        <source>The name a share&apos;s owner sees for this guest (share:// connections).</source>
+        <translation>共享所有者看到的此访客名称（share:// 连接）。</translation>
+    </message>
+    <message>
+        <source>A cloud connection cannot be used here.</source>
+        <translation>此处不能使用云连接。</translation>
+    </message>
+    <message>
+        <source>A share:// connection needs --server BASE.</source>
+        <translation>share:// 连接需要 --server BASE。</translation>
+    </message>
 </context>
 <context>
     <name>CloudConsoleService</name>
@@ -1288,6 +1300,78 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     <message>
         <source>this port cannot be relayed</source>
         <translation>该端口无法中继</translation>
+    </message>
+    <message>
+        <source>A share is still being created; wait for it.</source>
+        <translation>仍在创建一个共享，请稍候。</translation>
+    </message>
+    <message>
+        <source>Switch Live Console on first: the share travels over its channel.</source>
+        <translation>请先开启 Live Console：共享通过它的通道传输。</translation>
+    </message>
+    <message>
+        <source>Unknown browser level &quot;%1&quot;.</source>
+        <translation>未知的浏览器权限级别“%1”。</translation>
+    </message>
+    <message>
+        <source>Allow at least one way in: the browser, Velmora, or both.</source>
+        <translation>请至少允许一种进入方式：浏览器、Velmora 或两者。</translation>
+    </message>
+    <message>
+        <source>A passcode is 4–16 characters.</source>
+        <translation>访问密码为 4–16 个字符。</translation>
+    </message>
+    <message>
+        <source>A share lasts 1, 4, 12 or 24 hours.</source>
+        <translation>共享的有效期为 1、4、12 或 24 小时。</translation>
+    </message>
+    <message>
+        <source>This computer has no port %1.</source>
+        <translation>本计算机没有端口 %1。</translation>
+    </message>
+    <message>
+        <source>The cloud cannot be reached: sign in and try again.</source>
+        <translation>无法连接云服务：请登录后重试。</translation>
+    </message>
+    <message>
+        <source>The server refused the share (%1).</source>
+        <translation>服务器拒绝了该共享（%1）。</translation>
+    </message>
+    <message>
+        <source>Too many wrong passcodes; the share was revoked.</source>
+        <translation>访问密码错误次数过多，共享已被撤销。</translation>
+    </message>
+    <message>
+        <source>The share no longer matched this run.</source>
+        <translation>该共享已不属于本次运行。</translation>
+    </message>
+    <message>
+        <source>The share ended.</source>
+        <translation>共享已结束。</translation>
+    </message>
+    <message>
+        <source>The share expired.</source>
+        <translation>共享已过期。</translation>
+    </message>
+    <message>
+        <source>The shared port was closed.</source>
+        <translation>共享的端口已关闭。</translation>
+    </message>
+    <message>
+        <source>Sign in to see your shares.</source>
+        <translation>请登录以查看您的共享。</translation>
+    </message>
+    <message>
+        <source>the share has expired</source>
+        <translation>共享已过期</translation>
+    </message>
+    <message>
+        <source>the share is for another port</source>
+        <translation>该共享属于另一个端口</translation>
+    </message>
+    <message>
+        <source>the share does not allow this</source>
+        <translation>该共享不允许此操作</translation>
     </message>
 </context>
 <context>
@@ -2058,8 +2142,20 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
         <translation>“%1”不是中继连接的参数。</translation>
     </message>
     <message>
-        <source>&quot;%1&quot; is no connection: use serial:PATH, tcp://HOST:PORT, tcp-server://[ADDR]:PORT, udp://HOST:PORT, udp-server://[ADDR]:PORT, rfc2217://HOST:PORT or relay://DEVICE/PORT_KEY.</source>
-        <translation>“%1”不是连接：请使用 serial:PATH、tcp://HOST:PORT、tcp-server://[ADDR]:PORT、udp://HOST:PORT、udp-server://[ADDR]:PORT、rfc2217://HOST:PORT 或 relay://DEVICE/PORT_KEY。</translation>
+        <source>&quot;%1&quot; needs // after the scheme, as in share://CODE.</source>
+        <translation>“%1”的协议名后需要 //，例如 share://CODE。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; holds no invite code: use share://XXXX-XXXX-XXXX.</source>
+        <translation>“%1”中没有邀请码：请使用 share://XXXX-XXXX-XXXX。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a parameter of share connections.</source>
+        <translation>“%1”不是共享连接的参数。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no connection: use serial:PATH, tcp://HOST:PORT, tcp-server://[ADDR]:PORT, udp://HOST:PORT, udp-server://[ADDR]:PORT, rfc2217://HOST:PORT, relay://DEVICE/PORT_KEY or share://CODE.</source>
+        <translation>“%1”不是连接：请使用 serial:PATH、tcp://HOST:PORT、tcp-server://[ADDR]:PORT、udp://HOST:PORT、udp-server://[ADDR]:PORT、rfc2217://HOST:PORT、relay://DEVICE/PORT_KEY 或 share://CODE。</translation>
     </message>
 </context>
 <context>
@@ -3453,6 +3549,205 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     </message>
 </context>
 <context>
+    <name>GuestShareDialog</name>
+    <message>
+        <source>Share Port with a Guest</source>
+        <translation>与访客共享端口</translation>
+    </message>
+    <message>
+        <source>Port</source>
+        <translation>端口</translation>
+    </message>
+    <message>
+        <source>1 hour</source>
+        <translation>1 小时</translation>
+    </message>
+    <message>
+        <source>4 hours</source>
+        <translation>4 小时</translation>
+    </message>
+    <message>
+        <source>12 hours</source>
+        <translation>12 小时</translation>
+    </message>
+    <message>
+        <source>24 hours</source>
+        <translation>24 小时</translation>
+    </message>
+    <message>
+        <source>Valid for</source>
+        <translation>有效期</translation>
+    </message>
+    <message>
+        <source>Optional, 4–16 characters</source>
+        <translation>可选，4–16 个字符</translation>
+    </message>
+    <message>
+        <source>Passcode</source>
+        <translation>访问密码</translation>
+    </message>
+    <message>
+        <source>Label</source>
+        <translation>标签</translation>
+    </message>
+    <message>
+        <source>What the guest sees</source>
+        <translation>访客可见内容</translation>
+    </message>
+    <message>
+        <source>Not allowed</source>
+        <translation>不允许</translation>
+    </message>
+    <message>
+        <source>View only</source>
+        <translation>仅查看</translation>
+    </message>
+    <message>
+        <source>View and send</source>
+        <translation>查看和发送</translation>
+    </message>
+    <message>
+        <source>View, send and port control</source>
+        <translation>查看、发送和端口控制</translation>
+    </message>
+    <message>
+        <source>In a browser</source>
+        <translation>在浏览器中</translation>
+    </message>
+    <message>
+        <source>Also as a real serial port in Velmora (Live Relay)</source>
+        <translation>同时作为 Velmora 中的真实串口（Live Relay）</translation>
+    </message>
+    <message>
+        <source>A browser guest sees decoded text that passes through the cloud; a relay moves raw bytes the cloud never reads.</source>
+        <translation>浏览器访客看到的是经过云端的解码文本；中继传送的是云端从不读取的原始字节。</translation>
+    </message>
+    <message>
+        <source>Create Invite</source>
+        <translation>创建邀请</translation>
+    </message>
+    <message>
+        <source>Copy Code</source>
+        <translation>复制邀请码</translation>
+    </message>
+    <message>
+        <source>Copy Link</source>
+        <translation>复制链接</translation>
+    </message>
+    <message>
+        <source>Disconnect Guest</source>
+        <translation>断开访客</translation>
+    </message>
+    <message>
+        <source>Stop Sharing</source>
+        <translation>停止共享</translation>
+    </message>
+    <message>
+        <source>Share Again</source>
+        <translation>再次共享</translation>
+    </message>
+    <message>
+        <source>Other shares on this computer</source>
+        <translation>本计算机上的其他共享</translation>
+    </message>
+    <message>
+        <source>Code copied.</source>
+        <translation>邀请码已复制。</translation>
+    </message>
+    <message>
+        <source>Link copied.</source>
+        <translation>链接已复制。</translation>
+    </message>
+    <message>
+        <source>Disconnected by the owner.</source>
+        <translation>已被所有者断开。</translation>
+    </message>
+    <message>
+        <source>You stopped sharing.</source>
+        <translation>您已停止共享。</translation>
+    </message>
+    <message>
+        <source>Could not create the invite: %1</source>
+        <translation>无法创建邀请：%1</translation>
+    </message>
+    <message>
+        <source>Allow at least one way in: the browser, Velmora, or both.</source>
+        <translation>请至少允许一种进入方式：浏览器、Velmora 或两者。</translation>
+    </message>
+    <message>
+        <source>A passcode is 4–16 characters.</source>
+        <translation>访问密码为 4–16 个字符。</translation>
+    </message>
+    <message>
+        <source>Creating the invite…</source>
+        <translation>正在创建邀请…</translation>
+    </message>
+    <message>
+        <source>Passcode: %1</source>
+        <translation>访问密码：%1</translation>
+    </message>
+    <message>
+        <source>browser: view only</source>
+        <translation>浏览器：仅查看</translation>
+    </message>
+    <message>
+        <source>browser: view and send</source>
+        <translation>浏览器：查看和发送</translation>
+    </message>
+    <message>
+        <source>browser: view, send and port control</source>
+        <translation>浏览器：查看、发送和端口控制</translation>
+    </message>
+    <message>
+        <source>Velmora: real serial port</source>
+        <translation>Velmora：真实串口</translation>
+    </message>
+    <message>
+        <source>Opens in %1</source>
+        <translation>可通过 %1 打开</translation>
+    </message>
+    <message>
+        <source>Sharing ended: %1</source>
+        <translation>共享已结束：%1</translation>
+    </message>
+    <message>
+        <source>%1 h %2 min</source>
+        <translation>%1 小时 %2 分钟</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 分钟</translation>
+    </message>
+    <message>
+        <source>Expired — the share admits no new guests.</source>
+        <translation>已过期 — 该共享不再接受新访客。</translation>
+    </message>
+    <message>
+        <source>Expires at %1 (in %2)</source>
+        <translation>于 %1 过期（还有 %2）</translation>
+    </message>
+    <message>
+        <source>%1 connected since %2</source>
+        <translation>%1 自 %2 起已连接</translation>
+    </message>
+    <message>
+        <source>Watching in a browser: %1</source>
+        <translation>在浏览器中查看：%1</translation>
+    </message>
+    <message>
+        <source>Waiting for a guest…</source>
+        <translation>正在等待访客…</translation>
+    </message>
+    <message>
+        <source>waiting</source>
+        <translation>等待中</translation>
+    </message>
+    <message>
+        <source>%1 · %2 · %3</source>
+        <translation>%1 · %2 · %3</translation>
+    </message>
+</context>
+<context>
     <name>HostCommand</name>
     <message>
         <source>Offers ports to Live Console and Live Relay through the cloud until stopped.</source>
@@ -3517,6 +3812,58 @@ udp://HOST:PORT[?local=N]，udp-server://[ADDR]:PORT，或 --project FILE.vlm --
     <message>
         <source>Hosting %1 as %2; stop with Ctrl+C.</source>
         <translation>正在以 %2 的身份提供 %1；按 Ctrl+C 停止。</translation>
+    </message>
+    <message>
+        <source>Invites a guest to this port (its key, such as ser-0) and prints the invite code and link.</source>
+        <translation>邀请访客使用此端口（端口键，如 ser-0），并输出邀请码和链接。</translation>
+    </message>
+    <message>
+        <source>What the guest may do: view, send or control in a browser, or relay to use the port from another Velmora (default view).</source>
+        <translation>访客可执行的操作：在浏览器中 view（查看）、send（发送）或 control（控制），或 relay（从另一个 Velmora 使用该端口）（默认 view）。</translation>
+    </message>
+    <message>
+        <source>How long the invite lasts, in seconds: 3600, 14400, 43200 or 86400 (default 3600).</source>
+        <translation>邀请的有效时长（秒）：3600、14400、43200 或 86400（默认 3600）。</translation>
+    </message>
+    <message>
+        <source>A passcode of 4 to 16 characters the guest must give.</source>
+        <translation>访客必须提供的 4 到 16 个字符的访问密码。</translation>
+    </message>
+    <message>
+        <source>--level is view, send, control or relay, not &quot;%1&quot;.</source>
+        <translation>--level 应为 view、send、control 或 relay，而不是“%1”。</translation>
+    </message>
+    <message>
+        <source>--ttl is 3600, 14400, 43200 or 86400 seconds (1, 4, 12 or 24 hours), not &quot;%1&quot;.</source>
+        <translation>--ttl 应为 3600、14400、43200 或 86400 秒（1、4、12 或 24 小时），而不是“%1”。</translation>
+    </message>
+    <message>
+        <source>A passcode is 4–16 characters.</source>
+        <translation>访问密码为 4–16 个字符。</translation>
+    </message>
+    <message>
+        <source>--share %1 names none of the offered ports (%2).</source>
+        <translation>--share %1 不是所提供的端口之一（%2）。</translation>
+    </message>
+    <message>
+        <source>Invite code %1 · %2</source>
+        <translation>邀请码 %1 · %2</translation>
+    </message>
+    <message>
+        <source>Passcode: %1</source>
+        <translation>访问密码：%1</translation>
+    </message>
+    <message>
+        <source>Could not create the invite: %1</source>
+        <translation>无法创建邀请：%1</translation>
+    </message>
+    <message>
+        <source>Sharing ended: %1</source>
+        <translation>共享已结束：%1</translation>
+    </message>
+    <message>
+        <source>The application is closing.</source>
+        <translation>应用程序正在关闭。</translation>
     </message>
 </context>
 <context>
@@ -4279,6 +4626,117 @@ Reopen it now?</source>
     <message>
         <source>Recordings and session exports (*.vlmlog *.jsonl)</source>
         <translation>录制文件和会话导出 (*.vlmlog *.jsonl)</translation>
+    </message>
+    <message>
+        <source>Share Port with a Guest…</source>
+        <translation>与访客共享端口…</translation>
+    </message>
+    <message>
+        <source>Manage Guest Shares…</source>
+        <translation>管理访客共享…</translation>
+    </message>
+    <message>
+        <source>Sharing ended: %1</source>
+        <translation>共享已结束：%1</translation>
+    </message>
+    <message>
+        <source>Live Share · %1</source>
+        <translation>Live Share · %1</translation>
+    </message>
+    <message>
+        <source>expires %1</source>
+        <translation>%1 过期</translation>
+    </message>
+    <message>
+        <source>Guest: %1</source>
+        <translation>访客：%1</translation>
+    </message>
+    <message>
+        <source>%1 since %2</source>
+        <translation>%1 自 %2 起</translation>
+    </message>
+    <message>
+        <source>waiting for a guest</source>
+        <translation>等待访客</translation>
+    </message>
+    <message>
+        <source>The application is closing.</source>
+        <translation>应用程序正在关闭。</translation>
+    </message>
+    <message>
+        <source>Cloud &gt; Share Port with a Guest… to stop</source>
+        <translation>在“云 &gt; 与访客共享端口…”中停止</translation>
+    </message>
+</context>
+<context>
+    <name>ManageGuestSharesDialog</name>
+    <message>
+        <source>Manage Guest Shares</source>
+        <translation>管理访客共享</translation>
+    </message>
+    <message>
+        <source>Computer</source>
+        <translation>计算机</translation>
+    </message>
+    <message>
+        <source>Port</source>
+        <translation>端口</translation>
+    </message>
+    <message>
+        <source>Label</source>
+        <translation>标签</translation>
+    </message>
+    <message>
+        <source>Code</source>
+        <translation>邀请码</translation>
+    </message>
+    <message>
+        <source>Expires</source>
+        <translation>过期时间</translation>
+    </message>
+    <message>
+        <source>Guests</source>
+        <translation>访客</translation>
+    </message>
+    <message>
+        <source>Refresh</source>
+        <translation>刷新</translation>
+    </message>
+    <message>
+        <source>Copy Code</source>
+        <translation>复制邀请码</translation>
+    </message>
+    <message>
+        <source>Stop Sharing</source>
+        <translation>停止共享</translation>
+    </message>
+    <message>
+        <source>Code copied.</source>
+        <translation>邀请码已复制。</translation>
+    </message>
+    <message>
+        <source>Stopping %1…</source>
+        <translation>正在停止 %1…</translation>
+    </message>
+    <message>
+        <source>You stopped sharing.</source>
+        <translation>您已停止共享。</translation>
+    </message>
+    <message>
+        <source>Could not load the share list: %1</source>
+        <translation>无法加载共享列表：%1</translation>
+    </message>
+    <message>
+        <source>Loading…</source>
+        <translation>正在加载…</translation>
+    </message>
+    <message>
+        <source>waiting</source>
+        <translation>等待中</translation>
+    </message>
+    <message>
+        <source>No guest shares right now.</source>
+        <translation>当前没有访客共享。</translation>
     </message>
 </context>
 <context>
