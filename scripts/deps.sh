@@ -15,7 +15,7 @@ build_packages=(
 )
 test_packages=(
     socat python3-crccheck mbpoll python3-pymodbus python3-serial-asyncio tshark
-    postgresql wrk ser2net python3-serial unzip
+    postgresql wrk ser2net python3-serial unzip chromium
 )
 
 packages=("${build_packages[@]}")

@@ -9,14 +9,30 @@
 ConsolePort::ConsolePort(PortSession *session, QObject *parent)
     : QObject(parent), portSession(session)
 {
-    connect(session, &PortSession::rxTapped, this, [this](const QByteArray &bytes) {
-        if (capturing)
-            emit consoleTraffic(portKey(), true, QString::fromUtf8(bytes));
-    });
-    connect(session, &PortSession::txTapped, this, [this](const QByteArray &bytes) {
-        if (capturing)
-            emit consoleTraffic(portKey(), false, QString::fromUtf8(bytes));
-    });
+    connect(session, &PortSession::rxTapped, this,
+            [this](const QByteArray &bytes) { emitTraffic(true, rxText, bytes); });
+    connect(session, &PortSession::txTapped, this,
+            [this](const QByteArray &bytes) { emitTraffic(false, txText, bytes); });
+}
+
+void ConsolePort::setCapture(bool on)
+{
+    // A capture starts afresh: half a character from an earlier one is not glued on.
+    if (on && !capturing) {
+        rxText.resetState();
+        txText.resetState();
+    }
+    capturing = on;
+}
+
+void ConsolePort::emitTraffic(bool rx, QStringDecoder &decoder, const QByteArray &bytes)
+{
+    if (!capturing)
+        return;
+    const QString text = decoder.decode(bytes);
+    // Bytes that only begin a character wait in the decoder for the next read.
+    if (!text.isEmpty())
+        emit consoleTraffic(portKey(), rx, text);
 }
 
 QString ConsolePort::portKey() const

@@ -8,6 +8,7 @@
 #include <QJsonObject>
 #include <QObject>
 #include <QString>
+#include <QStringDecoder>
 
 class PortSession;
 
@@ -24,7 +25,7 @@ public:
     // Whether a relay could drive this port's line: a serial device.
     bool relayCapable() const;
     // While on, traffic in both directions is signalled as consoleTraffic.
-    void setCapture(bool on) { capturing = on; }
+    void setCapture(bool on);
     bool capture() const { return capturing; }
 
     // Each returns false with a sentence for the browser in `why` and a machine code in
@@ -49,6 +50,12 @@ signals:
     void consoleTraffic(const QString &portKey, bool rx, const QString &text);
 
 private:
+    void emitTraffic(bool rx, QStringDecoder &decoder, const QByteArray &bytes);
+
     PortSession *portSession;
     bool capturing = false;
+    // One decoder a direction keeps a character that a read cut in two until its other
+    // bytes arrive, so the browser sees it whole instead of two replacement marks.
+    QStringDecoder rxText{QStringDecoder::Utf8};
+    QStringDecoder txText{QStringDecoder::Utf8};
 };

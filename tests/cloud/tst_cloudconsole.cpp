@@ -1,3 +1,4 @@
+#include "browser.h"
 #include "cloud/accountsession.h"
 #include "cloud/cloudconsoleservice.h"
 #include "cloud/deviceidentity.h"
@@ -161,51 +162,59 @@ void CloudConsoleTest::eventQueue()
     QVERIFY(texts.join(QString()).endsWith(joined));
 }
 
+// The console page in headless Chromium against this computer's own service: the owner
+// signs in, picks the pty's port, sees what the device writes, and "PING" sent from the
+// page reaches the device byte for byte. The page as it watches is left as
+// console-live.png in the working folder.
 void CloudConsoleTest::browserWatchesAndSends()
 {
+    const QString chromium = Browser::executable();
+    if (chromium.isEmpty())
+        QSKIP("Chromium is not installed (Debian package chromium).");
     service->setAllowRemoteSend(true);
-    LivePeer browser;
-    QString base = server.baseUrl();
-    browser.socket.open(QUrl(base.replace(QStringLiteral("http"), QStringLiteral("ws")) +
-                             QStringLiteral("/ws/console/v1")));
-    QTRY_VERIFY_WITH_TIMEOUT(browser.isConnected(), 10000);
-    browser.sendJson({{QStringLiteral("type"), QStringLiteral("hello")},
-                      {QStringLiteral("role"), QStringLiteral("viewer")},
-                      {QStringLiteral("access_token"), live.clientToken}});
-    QVERIFY(browser.waitFor(QStringLiteral("hello")).value(QStringLiteral("status")).toBool());
-    browser.sendJson({{QStringLiteral("type"), QStringLiteral("watch")},
-                      {QStringLiteral("cid"), hostCid}});
-    QVERIFY(browser.waitFor(QStringLiteral("watch")).value(QStringLiteral("status")).toBool());
+    QString why;
+    Browser browser;
+    if (!browser.start(chromium, server.baseUrl() + QStringLiteral("/console"), &why))
+        QSKIP(qPrintable(why));
+    QVERIFY(browser.waitUntil(QStringLiteral("!!document.getElementById('email')")));
+    browser.eval(QStringLiteral("document.getElementById('email').value = 'owner@example.com';"
+                                "document.getElementById('password').value = 'correct horse 42';"
+                                "document.getElementById('signinButton').click(); true"));
+    const QString portButton =
+        QStringLiteral("document.querySelector('button.port[data-port-key=\"%1\"]')")
+            .arg(port->portKey());
+    QVERIFY2(browser.waitUntil(u"!!"_qs + portButton),
+             qPrintable(browser.eval(QStringLiteral("document.body.innerText")).toString()));
+    browser.eval(portButton + u".click(); true"_qs);
     QTRY_VERIFY_WITH_TIMEOUT(service->isWatching(), 15000);
 
-    // The device speaks: the browser sees it.
-    far.write("hello from the device\n");
-    QString seen;
-    QVERIFY(QTest::qWaitFor(
-        [&] {
-            const QJsonObject frame = browser.waitFor(QStringLiteral("events"), 500);
-            for (const auto &event : frame.value(QStringLiteral("events")).toArray())
-                seen += event.toObject().value(QStringLiteral("payload_text")).toString();
-            return seen.contains(QStringLiteral("hello from the device"));
-        },
-        20000));
+    // The device speaks, a character split between two writes: the page shows it whole.
+    const QString traffic = QStringLiteral("document.getElementById('traffic').textContent");
+    far.write("T=21.4\xc2");
+    QVERIFY(browser.waitUntil(traffic + u".includes('T=21.4')"_qs));
+    far.write("\xb0" "C H=40%\r\n");
+    QVERIFY2(browser.waitUntil(traffic + u".includes('\u00b0C H=40%')"_qs),
+             qPrintable(browser.eval(traffic).toString()));
+    QVERIFY(!browser.eval(traffic + u".includes('\ufffd')"_qs).toBool());
+    far.write("T=21.5\xc2\xb0" "C H=41%\r\n");
 
-    // The browser sends: the device receives it, and the browser sees it as sent.
-    browser.sendJson({{QStringLiteral("type"), QStringLiteral("command")},
-                      {QStringLiteral("cid"), hostCid},
-                      {QStringLiteral("command"), QStringLiteral("send_text")},
-                      {QStringLiteral("port_key"), port->portKey()},
-                      {QStringLiteral("payload"),
-                       QJsonObject{{QStringLiteral("text"), QStringLiteral("PING")},
-                                   {QStringLiteral("line_ending"), QStringLiteral("crlf")}}}});
+    // "PING" typed and sent on the page: the device gets exactly it with the page's CR LF,
+    // and the page shows it as sent and the command as done.
+    far.readAll();
+    browser.eval(QStringLiteral("document.getElementById('sendText').value = 'PING';"
+                                "document.getElementById('send').click(); true"));
     QCOMPARE(readPty(6), QByteArray("PING\r\n"));
-    QVERIFY(QTest::qWaitFor(
-        [&] {
-            const QJsonObject frame = browser.waitFor(QStringLiteral("result"), 500);
-            return frame.value(QStringLiteral("command")).toObject().value(
-                       QStringLiteral("state")) == QStringLiteral("succeeded");
-        },
-        15000));
+    QVERIFY2(browser.waitUntil(traffic + u".includes('send_text done.') && "_qs + traffic +
+                               u".includes('T=21.5\u00b0C H=41%') && "_qs +
+                               u"[...document.querySelectorAll('#traffic .tx')]"_qs +
+                               u".some((line) => line.textContent.includes('PING'))"_qs),
+             qPrintable(browser.eval(traffic).toString()));
+
+    const QByteArray png = browser.screenshotPng();
+    QVERIFY(!png.isEmpty());
+    QFile picture(QStringLiteral("console-live.png"));
+    QVERIFY(picture.open(QIODevice::WriteOnly));
+    picture.write(png);
     service->setAllowRemoteSend(false);
 }
 
