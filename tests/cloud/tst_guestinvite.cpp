@@ -1,6 +1,6 @@
 // Guest shares end to end: a velmora-cloud on loopback, this program's console service
 // as the host of two socat pty ports, and a guest without an account who comes in by
-// the invite code and drives port A as a Live Relay port.
+// the invite code and drives port A as a Live Relay port while a browser guest watches.
 
 #include "bridge/rfc2217clientsession.h"
 #include "cloud/accountsession.h"
@@ -11,6 +11,7 @@
 #include "cloud/relaydialer.h"
 #include "cloudprocess.h"
 #include "connection/connectioncontroller.h"
+#include "browser.h"
 #include "livepeer.h"
 #include "session/consoleport.h"
 #include "session/portsession.h"
@@ -123,7 +124,8 @@ GuestShare GuestInviteTest::createShare(const QString &web, bool relay, const QS
 
 void GuestInviteTest::relayShareUntilRevoked()
 {
-    const GuestShare share = createShare(QStringLiteral("none"), true, QStringLiteral("4321"));
+    // One invite: a browser may watch, another copy may relay the port.
+    const GuestShare share = createShare(QStringLiteral("view"), true, QStringLiteral("4321"));
     QVERIFY(share.isValid());
     QCOMPARE(share.code.size(), 12);
     QCOMPARE(share.passcode, QStringLiteral("4321"));
@@ -156,7 +158,41 @@ void GuestInviteTest::relayShareUntilRevoked()
     QTRY_VERIFY_WITH_TIMEOUT((atDevice += farA.readAll()).size() >= data.size(), 10000);
     QCOMPARE(atDevice.toHex(), data.toHex());
 
-    // Stopping the share ends the guest's relay at once.
+    // A browser guest joins by the invite link and watches the port the relay drives.
+    const QString chromium = Browser::executable();
+    std::unique_ptr<Browser> browser;
+    const QString status = QStringLiteral("document.getElementById('status').textContent");
+    if (chromium.isEmpty()) {
+        qWarning("Chromium is not installed (Debian package chromium): no browser guest");
+    } else {
+        browser = std::make_unique<Browser>();
+        QString why;
+        QVERIFY2(browser->start(chromium,
+                                server.baseUrl() + QStringLiteral("/console#join=") + share.code,
+                                &why),
+                 qPrintable(why));
+        QVERIFY(browser->waitUntil(
+            QStringLiteral("document.getElementById('joinInfo').textContent.includes('ready')")));
+        browser->eval(QStringLiteral("document.getElementById('guestName').value = 'Bob';"
+                                     "document.getElementById('joinPasscode').value = '4321';"
+                                     "document.getElementById('joinButton').click(); true"));
+        QTRY_VERIFY_WITH_TIMEOUT(service->isWatching(), 15000);
+        const QString traffic = QStringLiteral("document.getElementById('traffic').textContent");
+        farA.write("T=21.4C H=40%\r\n");
+        QVERIFY2(browser->waitUntil(traffic + QStringLiteral(".includes('T=21.4C H=40%')")),
+                 qPrintable(browser->eval(traffic).toString()));
+        // The view level cannot send: the server refuses, and the device hears nothing.
+        farA.readAll();
+        browser->eval(QStringLiteral(
+            "command('send_text', { text: 'reboot', line_ending: 'crlf' }); true"));
+        QVERIFY(browser->waitUntil(status + QStringLiteral(".includes('does not allow sending')")));
+        QVERIFY(guest->writeRaw("ok", true, PortSession::UdpTargetMode::Default, QString()));
+        QByteArray heard;
+        QTRY_VERIFY_WITH_TIMEOUT((heard += farA.readAll()).size() >= 2, 10000);
+        QCOMPARE(heard, QByteArray("ok"));
+    }
+
+    // Stopping the share ends the guest's relay and the browser guest at once.
     QSignalSpy guestEnded(guest->connectionController(), &ConnectionController::cloudRelayEnded);
     QSignalSpy ended(service, &CloudConsoleService::shareEnded);
     service->revokeShare(share.shareId, QStringLiteral("You stopped sharing."));
@@ -164,6 +200,10 @@ void GuestInviteTest::relayShareUntilRevoked()
     QVERIFY(!service->hasShareFor(ports.at(0)->portKey()));
     QTRY_VERIFY_WITH_TIMEOUT(!guestEnded.isEmpty(), 10000);
     QTRY_VERIFY_WITH_TIMEOUT(service->relayPorts().isEmpty(), 10000);
+    if (browser) {
+        QVERIFY2(browser->waitUntil(status + QStringLiteral(" === 'The owner stopped sharing.'")),
+                 qPrintable(browser->eval(status).toString()));
+    }
     // The code admits nobody any more.
     const auto peek = server.call("GET", QStringLiteral("/api/v3/relay/join/") + share.code);
     QCOMPARE(peek.status, 410);
