@@ -8,7 +8,6 @@
 #include "cloud/deviceidentity.h"
 #include "cloud/networkservices.h"
 #include "cloud/privacyconsent.h"
-#include "cloud/relayconnector.h"
 #include "cloud/relaydialer.h"
 #include "cloud/relaysession.h"
 #include "cloudprocess.h"
@@ -76,8 +75,6 @@ class LiveRelayTest : public QObject
 private slots:
     void initTestCase();
     void cleanupTestCase();
-    void inviteCodes_data();
-    void inviteCodes();
     void cloudEndpointCounts_data();
     void cloudEndpointCounts();
     void refusedWithoutPermission();
@@ -198,25 +195,6 @@ PortSession *LiveRelayTest::openRelay(int baud)
         return nullptr;
     }
     return client;
-}
-
-void LiveRelayTest::inviteCodes_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("code");
-    QTest::newRow("typed with dashes") << "abcd-efgh-jkmn" << "ABCDEFGHJKMN";
-    QTest::newRow("blanks") << " 0123 4567 89ab " << "0123456789AB";
-    QTest::newRow("pasted link") << "https://cloud.example/join/ABCD-EFGH-JKMN" << "ABCDEFGHJKMN";
-    QTest::newRow("I is not in the alphabet") << "ABCD-EFGH-JKMI" << "";
-    QTest::newRow("L, O and U neither") << "LOUD-EFGH-JKMN" << "";
-    QTest::newRow("too short") << "ABCD-EFGH-JKM" << "";
-}
-
-void LiveRelayTest::inviteCodes()
-{
-    QFETCH(QString, typed);
-    QFETCH(QString, code);
-    QCOMPARE(RelayConnector::normalizeCode(typed), code);
 }
 
 void LiveRelayTest::cloudEndpointCounts_data()
