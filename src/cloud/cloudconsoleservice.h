@@ -175,7 +175,7 @@ private:
     void resendUnconfirmedResults();
     void stopForQuota();
     void postPendingShare();
-    void onRelayShareResponse(const QJsonObject &object);
+    void onRelayShareResponse(const QJsonObject &object, bool toCreate);
     void onShareOverviewResponse(const QJsonObject &object);
     void onShareNetworkError(const QString &tag, const QString &message);
     void onShareSweepTick();

@@ -121,10 +121,11 @@ void CloudConsoleService::postPendingShare()
     account->network()->relayCreateShare(token(), body);
 }
 
-void CloudConsoleService::onRelayShareResponse(const QJsonObject &object)
+void CloudConsoleService::onRelayShareResponse(const QJsonObject &object, bool toCreate)
 {
     if (!object.value(key("status")).toBool(true)) {
-        if (!pending)
+        // A refused list or revoke says nothing about a share being made meanwhile.
+        if (!toCreate || !pending)
             return;
         const QString code = object.value(key("code")).toString();
         const bool retry = code == QLatin1String("device_not_ready") ||
@@ -207,7 +208,7 @@ void CloudConsoleService::onShareNetworkError(const QString &tag, const QString 
 {
     if (tag == QLatin1String("shareall")) {
         emit shareOverviewFailed(message);
-    } else if (tag == QLatin1String("share") && pending && !pendingShareTimer->isActive()) {
+    } else if (tag == QLatin1String("sharecreate") && pending && !pendingShareTimer->isActive()) {
         pending.reset();
         emit shareFailed(message);
     }

@@ -268,8 +268,8 @@ void NetworkServices::route(const QString &type, const QString &tag, const QJson
     } else if (type == QLatin1String("relay")) {
         if (tag.startsWith(QLatin1String("relayop:"))) {
             Q_EMIT relayOperationResponse(object, tag);
-        } else if (tag == QLatin1String("share")) {
-            Q_EMIT relayShareResponse(object);
+        } else if (tag == QLatin1String("share") || tag == QLatin1String("sharecreate")) {
+            Q_EMIT relayShareResponse(object, tag == QLatin1String("sharecreate"));
         } else if (tag == QLatin1String("shareall")) {
             Q_EMIT relayShareOverviewResponse(object);
         } else if (tag.startsWith(QLatin1String("relaypeek:"))) {
@@ -389,7 +389,7 @@ void NetworkServices::relayJoin(const QString &code, const QString &passcode,
 
 void NetworkServices::relayCreateShare(const QString &token, const QJsonObject &body)
 {
-    post(apiUrl(QStringLiteral("/relay/shares")), body, QStringLiteral("share"), token);
+    post(apiUrl(QStringLiteral("/relay/shares")), body, QStringLiteral("sharecreate"), token);
 }
 
 void NetworkServices::relayCloseSession(const QString &token, const QString &id)

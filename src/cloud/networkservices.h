@@ -104,7 +104,8 @@ signals:
     void consoleResponse(const QJsonObject &object);
     void relayResponse(const QJsonObject &object);
     void relayOperationResponse(const QJsonObject &object, const QString &tag);
-    void relayShareResponse(const QJsonObject &object);
+    // `toCreate`: the answer to relayCreateShare; else to a list or a revoke.
+    void relayShareResponse(const QJsonObject &object, bool toCreate);
     void relayShareOverviewResponse(const QJsonObject &object);
     void relayPeekResponse(const QJsonObject &object, const QString &code);
     void accountResponse(const QJsonObject &object);

@@ -176,7 +176,9 @@ void CloudConsoleTest::browserWatchesAndSends()
     Browser browser;
     if (!browser.start(chromium, server.baseUrl() + QStringLiteral("/console"), &why))
         QSKIP(qPrintable(why));
-    QVERIFY(browser.waitUntil(QStringLiteral("!!document.getElementById('email')")));
+    // The form is in the page before its script has run: wait for the script too.
+    QVERIFY(browser.waitUntil(
+        QStringLiteral("!!document.getElementById('email') && typeof command === 'function'")));
     browser.eval(QStringLiteral("document.getElementById('email').value = 'owner@example.com';"
                                 "document.getElementById('password').value = 'correct horse 42';"
                                 "document.getElementById('signinButton').click(); true"));
