@@ -13,8 +13,8 @@
                         first N bytes that come back (10 s at most)
   modbus-master DEV     reads holding registers 0-1 and 10 of slave 1 over Modbus RTU on
                         DEV with pymodbus and prints the values, one read a line
-  modbus-slave DEV      serves slave 1 over Modbus RTU at 19200 on DEV with pymodbus,
-                        holding registers 1-5 = 11, 22, 33, 44, 55
+  modbus-slave DEV      prints "ready", then serves slave 1 over Modbus RTU at 19200 on
+                        DEV with pymodbus, holding registers 1-5 = 11, 22, 33, 44, 55
 """
 import socket
 import sys
@@ -116,6 +116,7 @@ def modbus_slave(device):
     block = ModbusSequentialDataBlock(0, [11, 22, 33, 44, 55] + [0] * 95)
     context = ModbusServerContext(slaves={1: ModbusSlaveContext(hr=block, zero_mode=True)},
                                   single=False)
+    print("ready", flush=True)
     StartSerialServer(context=context, framer=ModbusRtuFramer, port=device, baudrate=19200)
 
 
