@@ -1,3 +1,4 @@
+#include "consolehost.h"
 #include "browser.h"
 #include "cloud/accountsession.h"
 #include "cloud/cloudconsoleservice.h"
@@ -39,7 +40,6 @@ private:
     LiveAccount live;
     QString hostCid;
     QString clientCid;
-    NetworkServices *net = nullptr;
     AccountSession *account = nullptr;
     PortSession *session = nullptr;
     ConsolePort *port = nullptr;
@@ -60,16 +60,9 @@ void CloudConsoleTest::initTestCase()
     live = LiveAccount::create(server, QStringLiteral("owner@example.com"), hostCid, clientCid);
     QVERIFY(!live.hostToken.isEmpty() && !live.clientToken.isEmpty());
 
-    net = new NetworkServices(this);
-    net->setHostAddress(server.baseUrl());
-    account = new AccountSession(net, settingsDir.filePath(QStringLiteral("host.ini")), this);
-    account->applyLoginResponse({{QStringLiteral("access_token"), live.hostToken},
-                                 {QStringLiteral("expires_in"), 3600}});
-
-    session = new PortSession(this);
-    session->settings().connMode = ModeSerial;
-    session->settings().name = pty.portA();
-    session->portNumber() = 1;
+    account = consolehost::account(this, server.baseUrl(),
+                                   settingsDir.filePath(QStringLiteral("host.ini")), live.hostToken);
+    session = consolehost::serialSession(this, pty.portA(), 1);
     QVERIFY2(session->open(), qPrintable(session->lastError()));
     far.setPortName(pty.portB());
     QVERIFY(far.open(QIODevice::ReadWrite));

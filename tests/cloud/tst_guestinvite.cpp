@@ -2,6 +2,7 @@
 // as the host of two socat pty ports, and a guest without an account who comes in by
 // the invite code and drives port A as a Live Relay port while a browser guest watches.
 
+#include "consolehost.h"
 #include "bridge/rfc2217clientsession.h"
 #include "cloud/accountsession.h"
 #include "cloud/cloudconsoleservice.h"
@@ -69,24 +70,15 @@ void GuestInviteTest::initTestCase()
                                DeviceIdentity::generateCid("share browser"));
     QVERIFY(!live.hostToken.isEmpty());
 
-    auto *hostNet = new NetworkServices(this);
-    hostNet->setHostAddress(server.baseUrl());
-    auto *hostAccount = new AccountSession(hostNet, settingsDir.filePath("host.ini"), this);
-    hostAccount->applyLoginResponse({{QStringLiteral("access_token"), live.hostToken},
-                                     {QStringLiteral("expires_in"), 3600}});
+    auto *hostAccount = consolehost::account(this, server.baseUrl(),
+                                             settingsDir.filePath("host.ini"), live.hostToken);
     // The guest has no account: the invite is its whole credential.
-    auto *guestNet = new NetworkServices(this);
-    guestNet->setHostAddress(server.baseUrl());
-    guestAccount = new AccountSession(guestNet, settingsDir.filePath("guest.ini"), this);
+    guestAccount = consolehost::account(this, server.baseUrl(), settingsDir.filePath("guest.ini"));
     dialer = new RelayDialer(guestAccount, this);
 
     int number = 0;
     for (const QString &path : {ptyA.portA(), ptyB.portA()}) {
-        auto *session = new PortSession(this);
-        session->settings().connMode = ModeSerial;
-        session->settings().name = path;
-        session->portNumber() = ++number;
-        ports << new ConsolePort(session, this);
+        ports << new ConsolePort(consolehost::serialSession(this, path, ++number), this);
     }
     QVERIFY(ports.at(0)->portKey() != ports.at(1)->portKey());
     farA.setPortName(ptyA.portB());

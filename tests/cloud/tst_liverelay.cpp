@@ -2,6 +2,7 @@
 // network client) and a velmora-cloud on loopback; the host shares one end of a socat
 // pty pair, the client drives it as a Live Relay port.
 
+#include "consolehost.h"
 #include "bridge/rfc2217clientsession.h"
 #include "cloud/accountsession.h"
 #include "cloud/cloudconsoleservice.h"
@@ -106,12 +107,7 @@ private:
 
 AccountSession *LiveRelayTest::signIn(const QString &token, const QString &file)
 {
-    auto *net = new NetworkServices(this);
-    net->setHostAddress(server.baseUrl());
-    auto *account = new AccountSession(net, settingsDir.filePath(file), this);
-    account->applyLoginResponse({{QStringLiteral("access_token"), token},
-                                 {QStringLiteral("expires_in"), 3600}});
-    return account;
+    return consolehost::account(this, server.baseUrl(), settingsDir.filePath(file), token);
 }
 
 void LiveRelayTest::initTestCase()
@@ -133,10 +129,7 @@ void LiveRelayTest::initTestCase()
     clientAccount = signIn(live.clientToken, QStringLiteral("client.ini"));
     dialer = new RelayDialer(clientAccount, this);
 
-    hostSession = new PortSession(this);
-    hostSession->settings().connMode = ModeSerial;
-    hostSession->settings().name = pty.portA();
-    hostSession->portNumber() = 1;
+    hostSession = consolehost::serialSession(this, pty.portA(), 1);
     QVERIFY2(hostSession->open(), qPrintable(hostSession->lastError()));
     far.setPortName(pty.portB());
     QVERIFY(far.open(QIODevice::ReadWrite));
